@@ -1,0 +1,1 @@
+#include <nkr/canopen/Client.hpp>

@@ -1,0 +1,51 @@
+# One library of this project: its folder holds include/ and src/, its alias is tavcore::NAME.
+#
+#   tav_library(NAME [INTERFACE] [SOURCES file...] [LINKS target...] [PRIVATE_LINKS target...] [INCLUDE dir])
+#
+# Include rules between libraries follow from LINKS: a header that is not linked is not found.
+function(tav_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "INTERFACE" "INCLUDE" "SOURCES;LINKS;PRIVATE_LINKS")
+  if(NOT arg_INCLUDE)
+    set(arg_INCLUDE "${CMAKE_CURRENT_SOURCE_DIR}/include")
+  endif()
+  if(arg_INTERFACE)
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+  else()
+    add_library(${name} ${arg_SOURCES})
+    set(scope PUBLIC)
+    set_target_properties(${name} PROPERTIES
+      CXX_EXTENSIONS OFF
+      POSITION_INDEPENDENT_CODE ON
+      VERSION ${PROJECT_VERSION}
+      SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS})
+  endif()
+  add_library(tavcore::${name} ALIAS ${name})
+  target_compile_features(${name} ${scope} cxx_std_17)
+  target_include_directories(${name} ${scope}
+    "$<BUILD_INTERFACE:${arg_INCLUDE}>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_link_libraries(${name} ${scope} ${arg_LINKS})
+  install(TARGETS ${name} EXPORT tavcoreTargets)
+  install(DIRECTORY "${arg_INCLUDE}/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+endfunction()
+
+# The package files by which find_package(tavcore) finds what was installed.
+function(tav_install_package)
+  include(CMakePackageConfigHelpers)
+  set(destination "${CMAKE_INSTALL_LIBDIR}/cmake/tavcore")
+  install(EXPORT tavcoreTargets NAMESPACE tavcore:: DESTINATION "${destination}")
+  configure_package_config_file(
+    "${PROJECT_SOURCE_DIR}/cmake/tavcoreConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/tavcoreConfig.cmake"
+    INSTALL_DESTINATION "${destination}")
+  write_basic_package_version_file("${PROJECT_BINARY_DIR}/tavcoreConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+  install(FILES
+    "${PROJECT_BINARY_DIR}/tavcoreConfig.cmake"
+    "${PROJECT_BINARY_DIR}/tavcoreConfigVersion.cmake"
+    DESTINATION "${destination}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/tavcore.pc.in" "${PROJECT_BINARY_DIR}/tavcore.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/tavcore.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()

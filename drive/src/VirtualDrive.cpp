@@ -1,0 +1,1 @@
+#include <tav/drive/VirtualDrive.hpp>

@@ -1,0 +1,325 @@
+#ifndef TAVCORE_CANOPENDISPATCHER_HPP
+#define TAVCORE_CANOPENDISPATCHER_HPP
+
+#include <nkr/cia402.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <nkr/canopencore/IService.hpp>
+#include <string>
+#include <string_view>
+#include <tavcore/Config.hpp>
+#include <tavcore/ICANOpenDispatcher.hpp>
+
+namespace nkr::tools {
+class EDSParser;
+class ObjectEntry;
+}  // namespace nkr::tools
+
+namespace nkr::tavcore {
+
+struct Here;
+
+/**
+ * Carries every service operation out as reads and writes of the drive's object dictionary, through an
+ * injected CANopen client, by the object's name in the device description or by its address.
+ *
+ * Address: index << 16 | subindex << 8 | length in bits. No lock is taken: operations may run at once when
+ * the client allows it, but not together with init(), _setNodeId(), setNMTState() and setNetworkParameters()
+ * or restoreDefaultParameters(), which change the node id.
+ */
+class CANOpenDispatcher : public ICANOpenDispatcher {
+ public:
+  /** Keeps both pointers; checks nothing and sends nothing. */
+  CANOpenDispatcher(std::shared_ptr<Config> config, std::shared_ptr<canopencore::IService> client);
+  ~CANOpenDispatcher() override;
+  CANOpenDispatcher(const CANOpenDispatcher&) = delete;
+  CANOpenDispatcher& operator=(const CANOpenDispatcher&) = delete;
+
+  // IDiagnosticService
+  [[nodiscard]] nkr_error_t getAxisData(int& position, int& velocity) const override;
+  [[nodiscard]] nkr_error_t getTavInfos(bool& operationEnabled, unsigned char& nmtState, bool& usbPresent,
+                                        int& odometry, int& position, int& velocity, unsigned int& reserved,
+                                        int& speedPercent, MoveEnum& move) const override;
+  [[nodiscard]] nkr_error_t setTavInfos(const int& speedPercent, const MoveEnum& order) override;
+
+  /**
+   * Takes the node id from the configuration, then reads the device description that it names. May be called
+   * again; a failure then leaves what was loaded before.
+   * @return NKR_ERROR without configuration or client; NKR_NOT_AVAILABLE for a file that cannot be read
+   */
+  [[nodiscard]] nkr_error_t init() override;
+  [[nodiscard]] bool isConfigLoaded() const override;
+  /** The client's isInitialized(); the client must not be null. */
+  [[nodiscard]] bool isClientInitialized() const override;
+  [[nodiscard]] nkr_error_t syncTav(const int& order, bool flag, canopenservice::TavOut& out) override;
+  [[nodiscard]] nkr_error_t getSWVersion(unsigned int& version) const override;
+  [[nodiscard]] nkr_error_t getHWVersion(unsigned int& version) const override;
+  [[nodiscard]] nkr_error_t getHWConfig(unsigned int& config) const override;
+  [[nodiscard]] nkr_error_t getHWId(unsigned int& id) const override;
+
+  // IInternalService
+  [[nodiscard]] nkr_error_t _storeParameters(const _BlocId& block) override;
+  [[nodiscard]] nkr_error_t _restoreDefaultParameters(const _BlocId& block) override;
+  [[nodiscard]] nkr_error_t _setDeviceParameters(const _DeviceParameters& parameters) override;
+  [[nodiscard]] nkr_error_t _getSelfTestStatus(_SelfTestStatus& status) const override;
+  [[nodiscard]] nkr_error_t _simulateSelfTestError(const _SelfTestStatus& status) const override;
+  [[nodiscard]] nkr_error_t _getCalibrationParameters(_CalibrationParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t _getSystemErrorConfig(_SystemErrorConfig& config) const override;
+  [[nodiscard]] nkr_error_t _setSystemErrorConfig(const _SystemErrorConfig& config) override;
+  [[nodiscard]] nkr_error_t _getLevel1Error(unsigned int& error) const override;
+  [[nodiscard]] nkr_error_t _setNodeId(const unsigned char& id) override;
+
+  // INMTService
+  [[nodiscard]] nkr_error_t getNMTState(NMTState& state) const override;
+  [[nodiscard]] nkr_error_t setNMTState(const NMTCommand& command) override;
+
+  // IEMCYService
+  [[nodiscard]] nkr_error_t getErrorBehavior(const ErrorType& type, ErrorBehavior& behavior) const override;
+  [[nodiscard]] nkr_error_t setErrorBehavior(const ErrorType& type, const ErrorBehavior& behavior) override;
+  [[nodiscard]] nkr_error_t clearErrorList() override;
+  [[nodiscard]] nkr_error_t getErrorCount(int& count) const override;
+  [[nodiscard]] nkr_error_t getErrorRegister(unsigned char& reg) const override;
+  [[nodiscard]] nkr_error_t getError(const int& index, unsigned int& code) const override;
+
+  // IPDSService
+  [[nodiscard]] nkr_error_t getPeripheralStatus(PeripheralStatus& status) const override;
+  [[nodiscard]] nkr_error_t getPDSState(PDSState& state) const override;
+  [[nodiscard]] nkr_error_t disableVoltage() const override;
+  [[nodiscard]] nkr_error_t shutdown() const override;
+  [[nodiscard]] nkr_error_t quickStop() const override;
+  [[nodiscard]] nkr_error_t switchOn() const override;
+  [[nodiscard]] nkr_error_t enableOperation() const override;
+  [[nodiscard]] nkr_error_t disableOperation() const override;
+  [[nodiscard]] nkr_error_t faultReset(const bool& reset) const override;
+  [[nodiscard]] nkr_error_t enterInOperationEnabledState() override;
+  [[nodiscard]] nkr_error_t getAbortConnectionOptionCode(AbortConnectionOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setAbortConnectionOptionCode(
+      const AbortConnectionOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getQuickStopOptionCode(QuickStopOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setQuickStopOptionCode(const QuickStopOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getShutdownOptionCode(ShutdownOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setShutdownOptionCode(const ShutdownOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getDisableOperationOptionCode(DisableOperationOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setDisableOperationOptionCode(
+      const DisableOperationOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getHaltOptionCode(HaltOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setHaltOptionCode(const HaltOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getFaultReactionOptionCode(FaultReactionOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t setFaultReactionOptionCode(const FaultReactionOptionCode& code) const override;
+  [[nodiscard]] nkr_error_t getOperationModes(OperationMode& mode,
+                                              OperationMode& mode_display) const override;
+  [[nodiscard]] nkr_error_t isDriveModeSupported(const OperationMode& mode, bool& supported) const override;
+  [[nodiscard]] nkr_error_t getUnitParameters(UnitParameters& units) const override;
+  [[nodiscard]] nkr_error_t setUnitParameters(const UnitParameters& units) override;
+  [[nodiscard]] nkr_error_t getPolarityParameters(PolarityParameters& polarity) const override;
+  [[nodiscard]] nkr_error_t setPolarityParameters(const PolarityParameters& polarity) override;
+
+  // ISafeMotionService
+  [[nodiscard]] nkr_error_t getSafetyControlWordMapping(const SafetyControlWordId& word,
+                                                        SafetyWordMapping& mapping) const override;
+  [[nodiscard]] nkr_error_t setSafetyControlWordMapping(const SafetyControlWordId& word,
+                                                        const SafetyWordMapping& mapping) override;
+  [[nodiscard]] nkr_error_t getSafetyStatusWordMapping(const SafetyStatusWordId& word,
+                                                       SafetyWordMapping& mapping) const override;
+  [[nodiscard]] nkr_error_t setSafetyStatusWordMapping(const SafetyStatusWordId& word,
+                                                       const SafetyWordMapping& mapping) override;
+  [[nodiscard]] nkr_error_t getSafetyFunctionCommand(const SafetyFunctionId& function,
+                                                     bool& active) const override;
+  [[nodiscard]] nkr_error_t getSafetyFunctionStatus(const SafetyFunctionId& function,
+                                                    bool& active) const override;
+  [[nodiscard]] nkr_error_t getSafetyControlWord(const SafetyControlWordId& word,
+                                                 SafetyWordType& value) const override;
+  [[nodiscard]] nkr_error_t setSafetyControlWord(const SafetyControlWordId& word,
+                                                 const SafetyWordType& value) override;
+  [[nodiscard]] nkr_error_t getSafetyStatusWord(const SafetyStatusWordId& word,
+                                                SafetyWordType& value) const override;
+  [[nodiscard]] nkr_error_t getSTOParameters(const STOId& id, STOParameters& parameters,
+                                             unsigned short& signature) const override;
+  [[nodiscard]] nkr_error_t setSTOParameters(const STOId& id, const STOParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getSLSParameters(const SLSId& id, SLSParameters& parameters,
+                                             unsigned short& signature) const override;
+  [[nodiscard]] nkr_error_t setSLSParameters(const SLSId& id, const SLSParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getSDIParameters(const SDIId& id, SDIParameters& parameters,
+                                             unsigned short& signature) const override;
+  [[nodiscard]] nkr_error_t setSDIParameters(const SDIId& id, const SDIParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getSBCParameters(const SBCId& id, SBCParameters& parameters,
+                                             unsigned short& signature) const override;
+  [[nodiscard]] nkr_error_t setSBCParameters(const SBCId& id, const SBCParameters& parameters) override;
+
+  // ICommunicationService
+  [[nodiscard]] nkr_error_t storeParameters(const BlocId& block) override;
+  [[nodiscard]] nkr_error_t restoreDefaultParameters(const BlocId& block) override;
+  [[nodiscard]] nkr_error_t getIdentityParameters(IdentityParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t getNetworkParameters(NetworkParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setNetworkParameters(const NetworkParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getCommunicationParameters(CommunicationParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setCommunicationParameters(const CommunicationParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getSDOCommunicationParameters(
+      const SDOId& sdo, SDOCommunicationParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setSDOCommunicationParameters(
+      const SDOId& sdo, const SDOCommunicationParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getRPDOCommunicationParameters(
+      const PDOId& pdo, PDOCommunicationParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setRPDOCommunicationParameters(
+      const PDOId& pdo, const PDOCommunicationParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getTPDOCommunicationParameters(
+      const PDOId& pdo, PDOCommunicationParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setTPDOCommunicationParameters(
+      const PDOId& pdo, const PDOCommunicationParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getRPDOMappingParameters(const PDOId& pdo,
+                                                     PDOMappingParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setRPDOMappingParameters(const PDOId& pdo,
+                                                     const PDOMappingParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getTPDOMappingParameters(const PDOId& pdo,
+                                                     PDOMappingParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setTPDOMappingParameters(const PDOId& pdo,
+                                                     const PDOMappingParameters& parameters) override;
+
+  // IManufacturerService
+  [[nodiscard]] nkr_error_t getDeviceParameters(DeviceParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t getVRXParameters(VRXParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setVRXParameters(const VRXParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getCalibrationValidity(bool& valid) const override;
+  [[nodiscard]] nkr_error_t getSystemErrorState(SystemErrorStatus& batteryUnderVoltage,
+                                                SystemErrorStatus& batteryOverVoltage,
+                                                SystemErrorStatus& phaseOverCurrent,
+                                                SystemErrorStatus& mosfetOverTemperature,
+                                                SystemErrorStatus& driverOverTemperature) const override;
+  [[nodiscard]] nkr_error_t getSystemErrorProtectState(SystemErrorProtectState& previous,
+                                                       SystemErrorProtectState& present) const override;
+  [[nodiscard]] nkr_error_t getSWVersion(std::string& version) const override;
+  [[nodiscard]] nkr_error_t getHWVersion(std::string& version) const override;
+  [[nodiscard]] nkr_error_t checkHWCompatibility(const std::string& hwConfigurationEntry,
+                                                 bool& compatible) const override;
+  [[nodiscard]] nkr_error_t getOdometryValue(int& odometry) const override;
+
+  // IVelocityModeService
+  [[nodiscard]] nkr_error_t setTargetVelocity(const short& velocity) override;
+  [[nodiscard]] nkr_error_t getTargetVelocity(short& velocity) const override;
+  [[nodiscard]] nkr_error_t getVelocityActualValue(int& velocity) const override;
+  [[nodiscard]] nkr_error_t getVelocityDemand(short& velocity) const override;
+  [[nodiscard]] nkr_error_t getPositionValue(int& position) const override;
+  [[nodiscard]] nkr_error_t getVelocityModeParameters(VelocityModeParameters& parameters) const override;
+  [[nodiscard]] nkr_error_t setVelocityModeParameters(const VelocityModeParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getVelocityModeStatusword(VelocityModeStatusword& statusword) const override;
+  [[nodiscard]] nkr_error_t getVelocityModeControlword(VelocityModeControlword& controlword) const override;
+  [[nodiscard]] nkr_error_t setEnableRamp(const bool& on) override;
+  [[nodiscard]] nkr_error_t setUnlockRamp(const bool& on) override;
+  [[nodiscard]] nkr_error_t setReferenceRamp(const bool& on) override;
+  [[nodiscard]] nkr_error_t setHalt(const bool& on) override;
+
+  // ISRDOService
+  [[nodiscard]] nkr_error_t getSRDOParameters(const SRDOId& srdo, SRDODirection& direction,
+                                              SRDOParameters& parameters,
+                                              unsigned short& signature) const override;
+  [[nodiscard]] nkr_error_t setSRDOParameters(const SRDOId& srdo, const SRDOParameters& parameters) override;
+  [[nodiscard]] nkr_error_t getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const override;
+  [[nodiscard]] nkr_error_t getSRDOConfigurationValidity(bool& valid) const override;
+  [[nodiscard]] nkr_error_t setSRDOConfigurationValidity() override;
+
+  /** @name Named access
+   * T: bool, signed char (read only), unsigned char, short, unsigned short, int, unsigned int, float,
+   * std::string. The type chooses the client's operation; it is not compared with the object's type. One
+   * attempt, logged.
+   * @return NKR_NOT_AVAILABLE for an unknown name (nothing is sent); else the client's result
+   * @{ */
+  [[nodiscard]] nkr_error_t get_address(const std::string& name, unsigned int& address) const;
+  template <class T>
+  [[nodiscard]] nkr_error_t get_value(const std::string& name, T& value) const;
+  template <class T>
+  [[nodiscard]] nkr_error_t set_value(const std::string& name, const T& value) const;
+  /** @} */
+
+  /** @name Access by address; T: unsigned char, unsigned short, unsigned int. No look-up, no check.
+   * @{ */
+  template <class T>
+  [[nodiscard]] nkr_error_t get_value_by_address(unsigned int address, T& value) const;
+  template <class T>
+  [[nodiscard]] nkr_error_t set_value_by_address(unsigned int address, const T& value) const;
+  /** @} */
+
+  /** @name Records of successful writes
+   * T: bool, unsigned char, short, unsigned short, int, unsigned int, float; by address the unsigned types.
+   * @{ */
+  void log_set_success(const std::string& name, unsigned int address, const std::string& value) const;
+  template <class T>
+  void log_set_success(const std::string& name, unsigned int address, const T& value) const;
+  void log_set_success_address(unsigned int address, const std::string& value) const;
+  template <class T>
+  void log_set_success_address(unsigned int address, const T& value) const;
+  /** @} */
+
+  /** Raw status word, object 0x6041. */
+  [[nodiscard]] nkr_error_t getCIA402StatusWord(std::uint16_t& word) const;
+  /**
+   * Encodes and writes the control word, object 0x6040, after reading the vendor id afresh.
+   * @return NKR_NOT_AVAILABLE, silently and with nothing sent, for a drive of another vendor
+   */
+  [[nodiscard]] nkr_error_t sendCIA402ControlWord(const nkr_cia402_control_word_t* command) const;
+
+  /** @name PDO communication parameters at a base address (index << 16)
+   * @param withTimes  inhibit time (read only) and event timer too
+   * @{ */
+  [[nodiscard]] nkr_error_t getPDOCommunicationParameters(PDOCommunicationParameters& parameters,
+                                                          unsigned int base, bool withTimes) const;
+  [[nodiscard]] nkr_error_t setPDOCommunicationParameters(const PDOCommunicationParameters& parameters,
+                                                          unsigned int base, bool withTimes);
+  /** @} */
+
+  /** @name COB-ID conversions (CiA 301): identifier in the low 16 bits, bit 30, bit 31 (not valid)
+   * @{ */
+  [[nodiscard]] static COBID cobIdFromRaw(std::uint32_t raw);
+  [[nodiscard]] static std::uint32_t cobIdToRaw(const COBID& cobId);
+  [[nodiscard]] static std::uint32_t cobIdToRaw(bool valid, bool bit30, std::uint32_t id);
+  /** @} */
+
+  /** @name Configuration signatures of the safety functions (CRC-16-CCITT, least significant byte first)
+   * Each update reads the units and the 128 mapping objects and writes one signature. A mapping read that
+   * fails once and then succeeds ends the mapping's part early: the signature written is then short, and the
+   * answer NKR_OK.
+   * @{ */
+  /** Step table of CRC-16-CCITT (polynomial 0x1021, most significant bit first). */
+  static const std::array<std::uint16_t, 256> CRC_PRECOMPUTED_VALUE;
+  /** One CRC update over the bytes of a value; T: bool, uint8, uint16, uint32, each also const. */
+  template <class T>
+  [[nodiscard]] static std::uint16_t crcComputation(int crc, T& value);
+  [[nodiscard]] nkr_error_t updateSignature_STO(STOId id, STOParameters parameters) const;
+  [[nodiscard]] nkr_error_t updateSignature_SLS(SLSId id, SLSParameters parameters) const;
+  [[nodiscard]] nkr_error_t updateSignature_SDI(SDIId id, SDIParameters parameters) const;
+  [[nodiscard]] nkr_error_t updateSignature_SBC(SBCId id, SBCParameters parameters) const;
+  /** Continues a CRC over the whole safety word mapping; `result` is written on success alone. */
+  [[nodiscard]] nkr_error_t computeMappingSignature(std::uint16_t seed, std::uint16_t& result) const;
+  /** Recomputes and writes the signatures of STO, SDI, SLS and SBC, all instances, from what the drive holds.
+   */
+  [[nodiscard]] nkr_error_t updateAllSafetySignatures() const;
+  /** @} */
+
+ private:
+  friend class Steps;
+
+  // The bodies of the named accessors, without an allocation for the name.
+  [[nodiscard]] const tools::ObjectEntry* look_up(std::string_view name, Here here) const;
+  [[nodiscard]] nkr_error_t resolve(std::string_view name, unsigned int& address) const;
+  template <class T>
+  [[nodiscard]] nkr_error_t read(std::string_view name, T& value) const;
+  template <class T>
+  [[nodiscard]] nkr_error_t write(std::string_view name, const T& value) const;
+  template <class T>
+  void record_write(std::string_view name, unsigned int address, const T& value) const;
+
+  [[nodiscard]] std::uint32_t context() const;
+  [[nodiscard]] std::uint8_t node() const { return static_cast<std::uint8_t>(node_id_); }
+
+  bool config_loaded_ = false;
+  std::shared_ptr<canopencore::IService> client_;
+  std::shared_ptr<Config> config_;
+  std::unique_ptr<tools::EDSParser> eds_parser_;
+  std::uint32_t configured_node_id_ = 0;
+  std::uint32_t node_id_ = 0xFFFFFFFF;
+};
+
+}  // namespace nkr::tavcore
+
+#endif

@@ -1,0 +1,51 @@
+#ifndef NKR_TOOLS_HARDWAREHELPER_HPP
+#define NKR_TOOLS_HARDWAREHELPER_HPP
+
+#include <nkr/error.h>
+
+#include <memory>
+#include <string>
+
+namespace nkr::tools {
+
+/**
+ * What the configuration says of the hardware around the drive: mechanics, serial device, compatible
+ * versions.
+ *
+ * The key "HWConfigurationEntry" of section "default" names the section that holds the members. A member that
+ * is absent or of another type, an unreadable file and a missing section answer NKR_NOT_AVAILABLE.
+ */
+class HardwareHelper {
+ public:
+  explicit HardwareHelper(unsigned int contextId);
+  ~HardwareHelper();
+  HardwareHelper(const HardwareHelper&) = delete;
+  HardwareHelper& operator=(const HardwareHelper&) = delete;
+
+  /** Reads the INI file at `path`. */
+  nkr_error_t init(const std::string& path);
+
+  nkr_error_t getHWConfigurationMember(const std::string& name, int& value) const;
+  nkr_error_t getHWConfigurationMember(const std::string& name, double& value) const;
+  nkr_error_t getHWConfigurationMember(const std::string& name, std::string& value) const;
+
+  /** NKR_OK, and whether the device node exists. Needs no init(). */
+  nkr_error_t checkUSB(const std::string& device, bool& present) const;
+
+  /** The four bytes of a version, most significant first, in decimal, joined by dots: 0x01020304 is
+   * "1.2.3.4". */
+  [[nodiscard]] std::string convertVersionToString(const unsigned int& version) const;
+
+  /** Whether the version's text stands in the list "compatibleHWVersions" (comma separated) of section
+   * `entry`. */
+  nkr_error_t checkHWCompatibility(const std::string& entry, unsigned int hwVersion, bool& compatible);
+
+ private:
+  struct Content;
+  unsigned int context_id_;
+  std::unique_ptr<Content> content_;
+};
+
+}  // namespace nkr::tools
+
+#endif

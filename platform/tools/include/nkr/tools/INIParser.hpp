@@ -1,0 +1,51 @@
+#ifndef NKR_TOOLS_INIPARSER_HPP
+#define NKR_TOOLS_INIPARSER_HPP
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+namespace nkr::tools {
+
+/**
+ * Reader of an INI text: `[section]`, `key = value`, comments after `;` or `#` at the start of a line.
+ * Section and key names are compared exactly. The first of two equal keys holds. Any thread may look up.
+ */
+class INIParserClass {
+ public:
+  INIParserClass();
+  ~INIParserClass();
+  INIParserClass(const INIParserClass&) = delete;
+  INIParserClass& operator=(const INIParserClass&) = delete;
+
+  /**
+   * Reads the whole stream.
+   * @param replace  true: the content is replaced; false: keys are added to what is there, and the new ones
+   * hold
+   * @return false when the text is no INI text; the old content is kept then
+   */
+  bool parse(std::istream& stream, bool replace);
+
+  /** Writes the value and returns true when the key exists in the section with a whole number that an int
+   * holds. */
+  bool getInteger(const std::string& key, int& value, const std::string& section) const;
+  /** Writes the value and returns true when the key exists in the section. */
+  bool getString(const std::string& key, std::string& value, const std::string& section) const;
+  /** Writes the value and returns true when the key exists in the section with a number (point as decimal
+   * sign). */
+  bool getDouble(const std::string& key, double& value, const std::string& section) const;
+
+ private:
+  struct Content;
+  std::unique_ptr<Content> content_;
+};
+
+/** The process-wide reader. */
+class INIParser {
+ public:
+  static INIParserClass& instance();
+};
+
+}  // namespace nkr::tools
+
+#endif

@@ -1,0 +1,1 @@
+#include <nkr/tools/HardwareHelper.hpp>
