@@ -15,11 +15,33 @@ namespace nkr::can {
 
 using Clock = std::chrono::steady_clock;
 
-/** What a port wants to receive: data and remote frames with (id & mask) == (filter id & mask), 11-bit ids.
+/**
+ * What a port wants to receive: data and remote frames with (id & mask) == (filter id & mask), 11-bit ids.
+ * Frames with 29-bit identifiers and error frames reach ports without filters alone.
  */
 struct Filter {
   std::uint32_t id = 0;
   std::uint32_t mask = 0x7FF;
+};
+
+/** Whether one of the filters lets the frame pass; no filters let everything pass. */
+[[nodiscard]] bool passes(const std::vector<Filter>& filters, const Frame& frame);
+
+/** The fault confinement state of the CAN controller (ISO 11898-1), or that there is no controller to ask. */
+enum class BusState { error_active, error_warning, error_passive, bus_off, interface_gone };
+
+/** The state as people say it: "error active", "bus off", "interface gone" ... */
+[[nodiscard]] const char* to_string(BusState state);
+
+/** What a port knows of its bus. */
+struct BusStatus {
+  BusState state = BusState::error_active;
+  std::uint8_t tx_errors = 0;  ///< transmit error counter of the controller, as last reported
+  std::uint8_t rx_errors = 0;  ///< receive error counter of the controller, as last reported
+  std::uint64_t unacknowledged =
+      0;                       ///< frames that no other node acknowledged: nobody there, or another bit rate
+  std::uint64_t restarts = 0;  ///< returns from bus off
+  std::uint64_t dropped = 0;   ///< frames that this port lost because nobody received them in time
 };
 
 /**
@@ -43,9 +65,20 @@ class Port {
 
   /**
    * Waits for one frame until the deadline (a deadline that has passed: takes what is there).
+   *
+   * Bus off and a lost interface are told once each, after the frames that came before; later calls wait for
+   * the bus's return as on a silent bus, so that a loop around receive never spins. `status()` tells whether
+   * it lasts.
    * @return NKR_OK, NKR_CAN_TIMED_OUT, NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE or NKR_CAN_CLOSED
    */
   virtual nkr_error_t receive(Frame& frame, Clock::time_point deadline) = 0;
+
+  /** Like receive; `when` is the time of reception: the kernel's where there is one, else now. */
+  virtual nkr_error_t receive_stamped(Frame& frame, Clock::time_point deadline,
+                                      std::chrono::system_clock::time_point& when);
+
+  /** The state of the bus and what this port lost, without waiting. */
+  [[nodiscard]] virtual BusStatus status() const { return {}; }
 
   /** Wakes every waiter; all later calls answer NKR_CAN_CLOSED. */
   virtual void close() = 0;
@@ -68,7 +101,8 @@ class Bus {
 
 /**
  * A bus inside one process. Delivery happens on the sender's thread: a frame is in every other port's queue,
- * and every handler has run, when send() returns. Ports keep the bus alive.
+ * and every handler has run, when send() returns; send() never waits. Queues get the frame before handlers.
+ * A port keeps up to 16,384 frames; what comes after is dropped and counted. Ports keep the bus alive.
  */
 class InProcessBus : public Bus {
  public:
@@ -78,17 +112,28 @@ class InProcessBus : public Bus {
   ~InProcessBus() override;
 
   std::unique_ptr<Port> open(const std::vector<Filter>& filters, nkr_error_t& result) override;
+
   /**
-   * A port whose frames are handed to `handler` on the sender's thread instead of being queued. The handler
-   * may send on this or any other port of the bus; it is never entered twice at once by the same thread's own
-   * sends. Closing or destroying the port returns only after no handler runs any more (except from inside the
-   * handler).
+   * A port whose frames are handed to `handler` on the sender's thread instead of being queued.
+   *
+   * The handler may send on this or any other port of the bus, and may run on several threads at once when
+   * several send; it may run before this call returns. A frame that its own sends bring back to it is handed
+   * over when it has returned, on the same thread: it is never inside itself. Closing or destroying the port
+   * returns only when the handler runs no more; from inside the handler it returns at once.
    */
   std::unique_ptr<Port> open(const std::vector<Filter>& filters, Handler handler, nkr_error_t& result);
+
   [[nodiscard]] std::string name() const override { return "virtual"; }
+
+  /**
+   * Puts the bus into a state, to try out what a program does then. In bus_off and interface_gone every send
+   * is refused with that code and every queue port is told; any other state lets frames through again.
+   */
+  void set_state(BusState state);
 
  private:
   struct State;
+  class MemberPort;
   std::shared_ptr<State> state_;
 };
 

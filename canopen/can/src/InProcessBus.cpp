@@ -1,0 +1,203 @@
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "FrameQueue.hpp"
+
+namespace nkr::can {
+namespace {
+
+class Member;
+
+/** A handler that runs on this thread, innermost first, with the frames that came back to it meanwhile. */
+struct Activation {
+  Activation(Member* running, Activation*& innermost)
+      : member(running), outer(innermost), innermost_(innermost) {
+    innermost_ = this;
+  }
+  ~Activation() { innermost_ = outer; }
+  Activation(const Activation&) = delete;
+  Activation& operator=(const Activation&) = delete;
+
+  Member* member;
+  Activation* outer;
+  std::vector<Frame> returned;
+
+ private:
+  Activation*& innermost_;
+};
+
+thread_local Activation* innermost_activation = nullptr;
+
+Activation* activation_of(const Member* member) {
+  Activation* activation = innermost_activation;
+  while (activation != nullptr && activation->member != member) activation = activation->outer;
+  return activation;
+}
+
+/** The bus's side of a port. */
+class Member {
+ public:
+  Member(std::vector<Filter> filters, InProcessBus::Handler handler)
+      : filters_(std::move(filters)), handler_(std::move(handler)) {}
+
+  [[nodiscard]] bool has_handler() const { return static_cast<bool>(handler_); }
+  [[nodiscard]] bool closed() const { return closed_.load(); }
+  FrameQueue& queue() { return queue_; }
+
+  void deliver(const Frame& frame) {
+    if (!passes(filters_, frame)) return;
+    if (!handler_) {
+      queue_.push(frame);
+    } else if (Activation* const activation = activation_of(this)) {
+      activation->returned.push_back(frame);
+    } else {
+      run(frame);
+    }
+  }
+
+  void close() {
+    closed_ = true;
+    queue_.close();
+    if (activation_of(this) != nullptr) return;
+    std::unique_lock<std::mutex> lock(idle_mutex_);
+    idle_.wait(lock, [this] { return running_.load() == 0; });
+  }
+
+ private:
+  /** Counts a running handler, so that close() can wait for it. */
+  struct Run {
+    explicit Run(Member& running) : member(running) { ++member.running_; }
+    ~Run() {
+      if (--member.running_ > 0 || !member.closed()) return;
+      const std::lock_guard<std::mutex> lock(member.idle_mutex_);
+      member.idle_.notify_all();
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    Member& member;
+  };
+
+  void run(const Frame& frame) {
+    const Run counted(*this);
+    Activation activation(this, innermost_activation);
+    if (!closed()) handler_(frame);
+    for (std::size_t i = 0; i < activation.returned.size() && !closed(); ++i) {
+      const Frame returned = activation.returned[i];
+      handler_(returned);
+    }
+  }
+
+  const std::vector<Filter> filters_;
+  const InProcessBus::Handler handler_;
+  FrameQueue queue_;
+  std::atomic<bool> closed_{false};
+  std::atomic<int> running_{0};
+  std::mutex idle_mutex_;
+  std::condition_variable idle_;
+};
+
+/** Queues first: whoever listens sees a request before the answer that a handler gives to it. */
+using Members = std::vector<std::shared_ptr<Member>>;
+
+nkr_error_t refusal(BusState state) {
+  if (state == BusState::bus_off) return NKR_CAN_BUS_OFF;
+  return state == BusState::interface_gone ? NKR_CAN_INTERFACE_GONE : NKR_OK;
+}
+
+}  // namespace
+
+struct InProcessBus::State {
+  std::mutex mutex;
+  std::shared_ptr<const Members> members = std::make_shared<Members>();  ///< replaced, never changed
+  std::atomic<BusState> state{BusState::error_active};
+
+  std::shared_ptr<const Members> snapshot() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return members;
+  }
+
+  void add(const std::shared_ptr<Member>& member) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    auto changed = std::make_shared<Members>(*members);
+    changed->insert(member->has_handler() ? changed->end() : changed->begin(), member);
+    members = std::move(changed);
+  }
+
+  void remove(const std::shared_ptr<Member>& member) {
+    std::shared_ptr<const Members>
+        old;  // outlives the lock: the last owner of a handler destroys what it captured
+    const std::lock_guard<std::mutex> lock(mutex);
+    auto changed = std::make_shared<Members>(*members);
+    changed->erase(std::remove(changed->begin(), changed->end(), member), changed->end());
+    old = std::exchange(members, std::move(changed));
+  }
+};
+
+class InProcessBus::MemberPort : public Port {
+ public:
+  MemberPort(std::shared_ptr<State> bus, std::shared_ptr<Member> member)
+      : bus_(std::move(bus)), member_(std::move(member)) {}
+  ~MemberPort() override { leave(); }
+
+  nkr_error_t send(const Frame& frame, Clock::time_point /*deadline*/) override {
+    if (member_->closed()) return NKR_CAN_CLOSED;
+    const nkr_error_t refused = refusal(bus_->state.load());
+    if (refused != NKR_OK) return refused;
+    // A handler may destroy this port: from here on nothing of it is touched.
+    const Member* const self = member_.get();
+    const std::shared_ptr<const Members> members = bus_->snapshot();
+    for (const auto& member : *members) {
+      if (member.get() != self) member->deliver(frame);
+    }
+    return NKR_OK;
+  }
+
+  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
+    return member_->queue().pop(frame, deadline);
+  }
+
+  [[nodiscard]] BusStatus status() const override {
+    BusStatus status;
+    status.state = bus_->state.load();
+    status.dropped = member_->queue().dropped();
+    return status;
+  }
+
+  void close() override { leave(); }
+
+ private:
+  void leave() {
+    bus_->remove(member_);
+    member_->close();
+  }
+
+  const std::shared_ptr<State> bus_;
+  const std::shared_ptr<Member> member_;
+};
+
+InProcessBus::InProcessBus() : state_(std::make_shared<State>()) {}
+InProcessBus::~InProcessBus() = default;
+
+std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, nkr_error_t& result) {
+  return open(filters, nullptr, result);
+}
+
+std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, Handler handler,
+                                         nkr_error_t& result) {
+  auto member = std::make_shared<Member>(filters, std::move(handler));
+  auto port = std::make_unique<MemberPort>(state_, member);
+  state_->add(member);
+  result = NKR_OK;
+  return port;
+}
+
+void InProcessBus::set_state(BusState state) {
+  state_->state = state;
+  const std::shared_ptr<const Members> members = state_->snapshot();
+  for (const auto& member : *members) member->queue().tell(refusal(state));
+}
+
+}  // namespace nkr::can
