@@ -47,6 +47,9 @@ class Config {
   [[nodiscard]] int getMaxMaintenanceSpeedValue() const { return max_maintenance_speed_value_; }
 
  private:
+  [[nodiscard]] nkr_error_t load_settings(const std::string& path);
+  [[nodiscard]] nkr_error_t load_hardware(const std::string& path);
+
   std::string path_;
   int context_id_ = 0;
   int node_id_ = 0;

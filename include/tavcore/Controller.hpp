@@ -2,6 +2,7 @@
 #define TAVCORE_CONTROLLER_HPP
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <tavcore/Config.hpp>
@@ -205,6 +206,16 @@ class Controller : public IService {
   [[nodiscard]] nkr_error_t setSRDOConfigurationValidity() override;
 
  private:
+  // The caller's own name and line go into the not-initialized record.
+  [[nodiscard]] bool is_initialized(const char* function = __builtin_FUNCTION(),
+                                    std::uint32_t line = __builtin_LINE()) const;
+  [[nodiscard]] ICANOpenDispatcher* ready_dispatcher(const char* function = __builtin_FUNCTION(),
+                                                     std::uint32_t line = __builtin_LINE()) const;
+  template <class Call>
+  [[nodiscard]] nkr_error_t forward(Call call, const char* function = __builtin_FUNCTION(),
+                                    std::uint32_t line = __builtin_LINE()) const;
+  [[nodiscard]] std::uint32_t context() const;
+
   std::shared_ptr<Config> config_;
   std::shared_ptr<std::atomic<bool>>
       running_;  // shared with run(), which may outlive the controller by one sleep

@@ -1,0 +1,65 @@
+#include <fstream>
+#include <nkr/tools/HardwareHelper.hpp>
+#include <nkr/tools/INIParser.hpp>
+#include <tavcore/Config.hpp>
+
+#include "../logging/LogRecord.hpp"
+
+namespace nkr::tavcore {
+
+nkr_error_t Config::load(const std::string& path) {
+  const nkr_error_t settings = load_settings(path);
+  if (settings != NKR_OK) return settings;
+  const nkr_error_t hardware = load_hardware(path);
+  if (hardware != NKR_OK) return hardware;
+  path_ = path;
+  return NKR_OK;
+}
+
+nkr_error_t Config::load_settings(const std::string& path) {
+  const auto fail = [this](auto make_text, std::uint32_t line = __builtin_LINE()) {
+    log_record_with(
+        {static_cast<std::uint32_t>(context_id_), NKR_LOG_FAILURE, Here::now("load", line), "Config"},
+        make_text);
+    return NKR_NOT_AVAILABLE;
+  };
+
+  std::ifstream stream(path);
+  if (!stream.is_open()) return fail([&] { return "Can't open config file : " + path; });
+  tools::INIParserClass& ini = tools::INIParser::instance();
+  if (!ini.parse(stream, true)) return fail([&] { return "Error during parsing of config file : " + path; });
+
+  const std::string section = "default";
+  const auto invalid = [&](const char* key, std::uint32_t line = __builtin_LINE()) {
+    return fail([&] { return std::string("Invalid type for ") + key; }, line);
+  };
+  if (!ini.getInteger("contextId", context_id_, section)) return invalid("contextId");
+  if (!ini.getInteger("nodeId", node_id_, section)) return invalid("nodeId");
+  if (!ini.getString("HWConfigurationEntry", hw_configuration_entry_, section)) {
+    return invalid("HWConfigurationEntry");
+  }
+  if (!ini.getString("CANOpenEDSFile", canopen_eds_file_path_, section)) return invalid("CANOpenEDSFile");
+  if (!ini.getInteger("targetVelocityTimeoutMs", target_velocity_timeout_ms_, section)) {
+    return invalid("targetVelocityTimeoutMs");
+  }
+  if (!ini.getInteger("maxMaintenanceSpeedValue", max_maintenance_speed_value_, section)) {
+    return invalid("maxMaintenanceSpeedValue");
+  }
+  return NKR_OK;
+}
+
+nkr_error_t Config::load_hardware(const std::string& path) {
+  tools::HardwareHelper hardware(static_cast<unsigned int>(context_id_));
+  nkr_error_t result = hardware.init(path);
+  const auto member = [&](const char* name, auto& value) {
+    if (result == NKR_OK) result = hardware.getHWConfigurationMember(name, value);
+  };
+  member("nbStepRevolutionElec", nb_step_revolution_elec_);
+  member("nbPolePair", nb_pole_pair_);
+  member("reduction", reduction_);
+  member("diameter", diameter_);
+  member("device", usb_port_);
+  return result;
+}
+
+}  // namespace nkr::tavcore
