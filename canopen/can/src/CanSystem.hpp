@@ -1,0 +1,63 @@
+#ifndef NKR_CAN_CAN_SYSTEM_HPP
+#define NKR_CAN_CAN_SYSTEM_HPP
+
+#include <chrono>
+#include <cstdint>
+#include <nkr/can/Bus.hpp>
+#include <string>
+#include <vector>
+
+namespace nkr::can {
+
+/** What the system knows of a network interface. */
+enum class LinkState { up, down, absent, not_can };
+
+struct ReceivedFrame {
+  Frame frame;
+  std::chrono::system_clock::time_point when;  ///< the kernel's time of reception
+  std::uint64_t dropped = 0;                   ///< frames that the socket lost since it was opened
+};
+
+/**
+ * The system calls of a SocketCAN port, so that tests can produce what a virtual interface never does: error
+ * frames, full queues, vanished adapters. Results are 0 or an errno value unless said otherwise.
+ */
+class CanSystem {
+ public:
+  virtual ~CanSystem() = default;
+  CanSystem() = default;
+  CanSystem(const CanSystem&) = delete;
+  CanSystem& operator=(const CanSystem&) = delete;
+
+  /** A raw CAN socket that never blocks, not bound yet; below 0: the negative errno. */
+  virtual int open() = 0;
+  /** Sets the filters and binds to the interface; also after the interface has vanished and come back. */
+  virtual int bind(int socket, const std::string& interface, const std::vector<Filter>& filters) = 0;
+  virtual int read(int socket, ReceivedFrame& received) = 0;
+  virtual int write(int socket, const Frame& frame) = 0;
+
+  virtual LinkState link(const std::string& interface) = 0;
+  /** A descriptor that becomes readable when an interface changes; below 0: there is none. */
+  virtual int watch_links() = 0;
+  /** Takes all changes that a watch reported. */
+  virtual void drain(int watch) = 0;
+
+  virtual void close(int descriptor) = 0;
+};
+
+/** The kernel's own. */
+class LinuxCanSystem : public CanSystem {
+ public:
+  int open() override;
+  int bind(int socket, const std::string& interface, const std::vector<Filter>& filters) override;
+  int read(int socket, ReceivedFrame& received) override;
+  int write(int socket, const Frame& frame) override;
+  LinkState link(const std::string& interface) override;
+  int watch_links() override;
+  void drain(int watch) override;
+  void close(int descriptor) override;
+};
+
+}  // namespace nkr::can
+
+#endif

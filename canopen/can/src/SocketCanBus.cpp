@@ -1,0 +1,296 @@
+#include "SocketCanBus.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <deque>
+#include <mutex>
+#include <nkr/can/open_bus.hpp>
+#include <utility>
+
+#include "Waker.hpp"
+#include "error_frame.hpp"
+
+namespace nkr::can {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::system_clock;
+
+constexpr microseconds kFirstBackoff{100};
+constexpr microseconds kLongestBackoff{5000};
+
+class SocketCanPort : public Port {
+ public:
+  SocketCanPort(std::shared_ptr<CanSystem> system, std::string interface, std::vector<Filter> filters,
+                int socket)
+      : system_(std::move(system)),
+        interface_(std::move(interface)),
+        filters_(std::move(filters)),
+        socket_(socket),
+        watch_(system_->watch_links()) {}
+
+  ~SocketCanPort() override {
+    system_->close(watch_);
+    system_->close(socket_);
+  }
+
+  nkr_error_t send(const Frame& frame, Clock::time_point deadline) override;
+  nkr_error_t receive_stamped(Frame& frame, Clock::time_point deadline,
+                              system_clock::time_point& when) override;
+
+  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
+    system_clock::time_point when;
+    return receive_stamped(frame, deadline, when);
+  }
+
+  [[nodiscard]] BusStatus status() const override {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return status_;
+  }
+
+  void close() override {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    closing_.raise(true);
+    wake_receivers();
+  }
+
+ private:
+  // With mutex_ held:
+  bool take(ReceivedFrame& received, nkr_error_t& result);
+  bool read_one(ReceivedFrame& received);
+  void absorb(const ReceivedFrame& received);
+  void read_ahead();
+  void lose_interface();
+  void look_for_interface();
+  nkr_error_t ready_to_send();
+  void wake_receivers() { attention_.raise(closed_ || event_ != NKR_OK || !read_ahead_.empty()); }
+
+  bool wait_to_receive(Clock::time_point deadline);
+  bool wait_to_send(int error, microseconds& backoff, Clock::time_point deadline);
+
+  const std::shared_ptr<CanSystem> system_;
+  const std::string interface_;
+  const std::vector<Filter> filters_;
+  const int socket_;
+  const int watch_;
+
+  mutable std::mutex mutex_;
+  Waker attention_;  ///< raised while a receiver has something to take that is not in the socket
+  Waker closing_;
+  BusStatus status_;
+  nkr_error_t event_ = NKR_OK;            ///< not told to a receiver yet
+  std::deque<ReceivedFrame> read_ahead_;  ///< frames that a sender read on its search for error frames
+  bool closed_ = false;
+};
+
+void SocketCanPort::lose_interface() {
+  if (status_.state != BusState::interface_gone) {
+    status_.state = BusState::interface_gone;
+    event_ = NKR_CAN_INTERFACE_GONE;
+  }
+  // It may be back already, and then no further change would be reported.
+  look_for_interface();
+}
+
+void SocketCanPort::look_for_interface() {
+  if (status_.state != BusState::interface_gone || system_->link(interface_) != LinkState::up) return;
+  if (system_->bind(socket_, interface_, filters_) == 0) status_.state = BusState::error_active;
+}
+
+void SocketCanPort::absorb(const ReceivedFrame& received) {
+  const BusState before = status_.state;
+  status_.dropped = std::max(status_.dropped, received.dropped);
+  if (received.frame.error) {
+    apply_error_frame(received.frame, status_);
+  } else if (before == BusState::bus_off) {
+    status_.state = BusState::error_active;  // traffic: the controller was restarted
+  }
+  if (status_.state == BusState::bus_off && before != BusState::bus_off) event_ = NKR_CAN_BUS_OFF;
+}
+
+/** One frame for the user out of the socket; none when the socket is empty or something is to be told first.
+ */
+bool SocketCanPort::read_one(ReceivedFrame& received) {
+  const nkr_error_t told_before = event_;
+  for (;;) {
+    const int error = system_->read(socket_, received);
+    if (error == EINTR) continue;
+    if (error == EAGAIN) return false;
+    if (error != 0) {
+      lose_interface();
+      return false;
+    }
+    absorb(received);
+    if (!received.frame.error || filters_.empty()) return true;
+    if (event_ != told_before) return false;
+  }
+}
+
+bool SocketCanPort::take(ReceivedFrame& received, nkr_error_t& result) {
+  result = NKR_OK;
+  if (closed_) {
+    result = NKR_CAN_CLOSED;
+    return true;
+  }
+  if (!read_ahead_.empty()) {
+    received = read_ahead_.front();
+    read_ahead_.pop_front();
+    wake_receivers();
+    return true;
+  }
+  if (event_ == NKR_OK && read_one(received)) {
+    wake_receivers();
+    return true;
+  }
+  if (event_ == NKR_OK) return false;
+  result = std::exchange(event_, NKR_OK);
+  wake_receivers();
+  return true;
+}
+
+nkr_error_t SocketCanPort::receive_stamped(Frame& frame, Clock::time_point deadline,
+                                           system_clock::time_point& when) {
+  for (bool in_time = true;; in_time = wait_to_receive(deadline)) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ReceivedFrame received;
+    nkr_error_t result = NKR_OK;
+    if (take(received, result)) {
+      frame = received.frame;
+      when = result == NKR_OK ? received.when : system_clock::now();
+      return result;
+    }
+    if (!in_time) return NKR_CAN_TIMED_OUT;
+  }
+}
+
+bool SocketCanPort::wait_to_receive(Clock::time_point deadline) {
+  pollfd descriptors[] = {{socket_, POLLIN, 0}, {attention_.descriptor(), POLLIN, 0}, {watch_, POLLIN, 0}};
+  const int ready = poll_until(descriptors, 3, deadline);
+  if (ready > 0 && descriptors[2].revents != 0) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    system_->drain(watch_);
+    look_for_interface();
+  }
+  return ready != 0;
+}
+
+/** A sender learns of bus off and restart from error frames, also when nobody receives meanwhile. */
+void SocketCanPort::read_ahead() {
+  constexpr std::size_t kBound = 16384;
+  ReceivedFrame received;
+  while (read_ahead_.size() < kBound) {
+    const nkr_error_t told_before = event_;
+    if (read_one(received)) {
+      read_ahead_.push_back(received);
+    } else if (event_ == told_before) {
+      break;
+    }
+  }
+  wake_receivers();
+}
+
+nkr_error_t SocketCanPort::ready_to_send() {
+  if (closed_) return NKR_CAN_CLOSED;
+  if (status_.state == BusState::bus_off) read_ahead();
+  if (status_.state == BusState::interface_gone) look_for_interface();
+  if (status_.state == BusState::bus_off) return NKR_CAN_BUS_OFF;
+  return status_.state == BusState::interface_gone ? NKR_CAN_INTERFACE_GONE : NKR_OK;
+}
+
+nkr_error_t SocketCanPort::send(const Frame& frame, Clock::time_point deadline) {
+  microseconds backoff = kFirstBackoff;
+  for (;;) {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      const nkr_error_t ready = ready_to_send();
+      if (ready != NKR_OK) return ready;
+    }
+    const int error = system_->write(socket_, frame);
+    if (error == 0) return NKR_OK;
+    if (error == EINTR) continue;
+    if (error == EINVAL || error == EMSGSIZE) return NKR_ERROR;
+    if (error != ENOBUFS && error != EAGAIN) {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      lose_interface();
+      wake_receivers();
+      return NKR_CAN_INTERFACE_GONE;
+    }
+    if (!wait_to_send(error, backoff, deadline)) return NKR_CAN_TX_OVERFLOW;
+  }
+}
+
+/** Room in the socket is told by poll; room in the interface's queue (ENOBUFS) by nobody: try again later. */
+bool SocketCanPort::wait_to_send(int error, microseconds& backoff, Clock::time_point deadline) {
+  if (Clock::now() >= deadline) return false;
+  if (error == EAGAIN) {
+    pollfd descriptors[] = {{socket_, POLLOUT, 0}, {closing_.descriptor(), POLLIN, 0}};
+    poll_until(descriptors, 2, deadline);
+    return true;
+  }
+  pollfd closing{closing_.descriptor(), POLLIN, 0};
+  poll_until(&closing, 1, std::min(deadline, Clock::now() + backoff));
+  backoff = std::min(2 * backoff, kLongestBackoff);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  read_ahead();
+  return true;
+}
+
+std::string sentence(const std::string& interface, LinkState link) {
+  switch (link) {
+    case LinkState::absent:
+      return "There is no interface \"" + interface +
+             "\". Is the adapter plugged in? Those that exist: ip -brief link show type can. "
+             "A virtual one: sudo ip link add dev vcan0 type vcan && sudo ip link set vcan0 up";
+    case LinkState::not_can:
+      return "\"" + interface + "\" is no CAN interface. Those that are: ip -brief link show type can";
+    case LinkState::down:
+      return bus_advice(interface, NKR_CAN_INTERFACE_GONE);
+    case LinkState::up:
+      break;
+  }
+  return {};
+}
+
+nkr_error_t result_of(LinkState link) {
+  if (link == LinkState::up) return NKR_OK;
+  return link == LinkState::down ? NKR_CAN_INTERFACE_GONE : NKR_CAN_NO_INTERFACE;
+}
+
+}  // namespace
+
+SocketCanBus::SocketCanBus(std::string interface)
+    : SocketCanBus(std::move(interface), std::make_shared<LinuxCanSystem>()) {}
+
+SocketCanBus::SocketCanBus(std::string interface, std::shared_ptr<CanSystem> system)
+    : interface_(std::move(interface)), system_(std::move(system)) {}
+
+nkr_error_t SocketCanBus::check(std::string& explanation) {
+  const LinkState link = system_->link(interface_);
+  explanation = sentence(interface_, link);
+  if (link != LinkState::up) return result_of(link);
+  nkr_error_t result = NKR_OK;
+  open({}, result);
+  if (result == NKR_CAN_NO_INTERFACE)
+    explanation =
+        "This kernel has no CAN: sudo modprobe can_raw. Without it use the bus \"virtual\" or \"unix:PATH\".";
+  if (result == NKR_CAN_PERMISSION)
+    explanation = "This user may not open CAN sockets on \"" + interface_ + "\".";
+  if (result == NKR_CAN_INTERFACE_GONE) explanation = bus_advice(interface_, result);
+  return result;
+}
+
+std::unique_ptr<Port> SocketCanBus::open(const std::vector<Filter>& filters, nkr_error_t& result) {
+  result = result_of(system_->link(interface_));
+  if (result != NKR_OK) return nullptr;
+  const int socket = system_->open();
+  const int error = socket < 0 ? -socket : system_->bind(socket, interface_, filters);
+  if (error == 0) return std::make_unique<SocketCanPort>(system_, interface_, filters, socket);
+  system_->close(socket);
+  result = NKR_CAN_INTERFACE_GONE;
+  if (error == EPERM || error == EACCES) result = NKR_CAN_PERMISSION;
+  if (error == EAFNOSUPPORT || error == EPROTONOSUPPORT) result = NKR_CAN_NO_INTERFACE;
+  return nullptr;
+}
+
+}  // namespace nkr::can
