@@ -6,12 +6,13 @@
  * whoever builds a message stops at the first failure, sends nothing, and frees the buffer always.
  *
  * The nine functions below are ordinary external functions in an object of their own: a program may bring its
- * own.
+ * own. What turns logging on and says where messages go is in <nkr/log_setup.h>, which this header includes.
  */
 #ifndef NKR_LOG_H
 #define NKR_LOG_H
 
 #include <nkr/error.h>
+#include <nkr/log_setup.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -39,7 +40,8 @@ nkr_error_t nkr_log_msg_encode_begin(nkr_log_msg_t* buffer);
 /** The message's context (of the caller's choosing) and its level. */
 nkr_error_t nkr_log_msg_encode_header(nkr_log_msg_t* buffer, uint32_t context, uint32_t level);
 
-/** One text field, copied. A null text fails. */
+/** One text field, copied. A null text fails; a text that leaves no room for more is cut and ends in "...".
+ */
 nkr_error_t nkr_log_msg_encode_str(nkr_log_msg_t* buffer, const char* text);
 
 /** One unsigned number. */
