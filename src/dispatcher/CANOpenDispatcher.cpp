@@ -5,11 +5,10 @@
 #include <utility>
 
 #include "../logging/LogRecord.hpp"
+#include "Steps.hpp"
 
 namespace nkr::tavcore {
 namespace {
-
-constexpr char kClassName[] = "CANOpenDispatcher";
 
 std::string node_and_address(const char* verb, std::uint32_t node_id, std::uint32_t address) {
   return std::string(verb) + " nodeId=" + log_text_of(static_cast<std::int32_t>(node_id)) +
@@ -32,11 +31,11 @@ CANOpenDispatcher::~CANOpenDispatcher() = default;
 
 nkr_error_t CANOpenDispatcher::init() {
   if (!config_) {
-    log_record({0, NKR_LOG_FAILURE, Here::now(), kClassName}, "Config not configured correctly !");
+    log_record({0, NKR_LOG_FAILURE, Here::now(), kDispatcherClass}, "Config not configured correctly !");
     return NKR_ERROR;
   }
   if (!client_) {
-    log_record({0, NKR_LOG_FAILURE, Here::now(), kClassName}, "COSClient not configured correctly !");
+    log_record({0, NKR_LOG_FAILURE, Here::now(), kDispatcherClass}, "COSClient not configured correctly !");
     return NKR_ERROR;
   }
   node_id_ = static_cast<std::uint32_t>(config_->getNodeId());
@@ -45,12 +44,12 @@ nkr_error_t CANOpenDispatcher::init() {
   const std::string path = config_->getCANOpenEDSFilePath();
   std::ifstream stream(path);
   if (!stream.is_open()) {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(), kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
                     [&] { return "Can't open file : " + path; });
     return NKR_NOT_AVAILABLE;
   }
   if (!eds_parser_->parse(stream, false)) {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(), kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
                     [&] { return "Error during parsing file : " + path; });
     return NKR_NOT_AVAILABLE;
   }
@@ -73,7 +72,7 @@ std::uint32_t CANOpenDispatcher::context() const {
 const tools::ObjectEntry* CANOpenDispatcher::look_up(std::string_view name, Here here) const {
   const tools::ObjectEntry* const entry = eds_parser_->find(name);
   if (entry == nullptr) {
-    log_record_with({context(), NKR_LOG_FAILURE, here, kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, here, kDispatcherClass},
                     [&] { return std::string("Object ").append(name).append(" not found !"); });
   }
   return entry;
@@ -98,9 +97,9 @@ nkr_error_t CANOpenDispatcher::read(std::string_view name, T& value) const {
   const nkr_error_t result = client_->getValue(node(), address, value);
   const auto text = [&] { return with_name(node_and_address("getValue", node_id_, address), name); };
   if (result == NKR_OK) {
-    log_record_with({context(), NKR_LOG_TRACE, Here::now("get_value"), kClassName}, text);
+    log_record_with({context(), NKR_LOG_TRACE, Here::now("get_value"), kDispatcherClass}, text);
   } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("get_value"), kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now("get_value"), kDispatcherClass},
                     [&] { return text() + " : failed !"; });
   }
   return result;
@@ -115,7 +114,7 @@ nkr_error_t CANOpenDispatcher::write(std::string_view name, const T& value) cons
   if (result == NKR_OK) {
     record_write(name, address, value);
   } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("set_value"), kClassName}, [&] {
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now("set_value"), kDispatcherClass}, [&] {
       return with_name(node_and_address("setValue", node_id_, address), name) + " : failed !";
     });
   }
@@ -137,7 +136,7 @@ nkr_error_t CANOpenDispatcher::get_value_by_address(unsigned int address, T& val
   if (!client_) return NKR_NOT_AVAILABLE;
   const nkr_error_t result = client_->getValue(node(), address, value);
   if (result != NKR_OK) {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(__func__), kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now(__func__), kDispatcherClass},
                     [&] { return node_and_address("getValue", node_id_, address); });
   }
   return result;
@@ -150,7 +149,7 @@ nkr_error_t CANOpenDispatcher::set_value_by_address(unsigned int address, const 
   if (result == NKR_OK) {
     log_set_success_address(address, value);
   } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(__func__), kClassName},
+    log_record_with({context(), NKR_LOG_FAILURE, Here::now(__func__), kDispatcherClass},
                     [&] { return node_and_address("setValue", node_id_, address) + " : failed !"; });
   }
   return result;
@@ -158,7 +157,7 @@ nkr_error_t CANOpenDispatcher::set_value_by_address(unsigned int address, const 
 
 template <class T>
 void CANOpenDispatcher::record_write(std::string_view name, unsigned int address, const T& value) const {
-  log_record_with({context(), NKR_LOG_TRACE, Here::now("log_set_success"), kClassName}, [&] {
+  log_record_with({context(), NKR_LOG_TRACE, Here::now("log_set_success"), kDispatcherClass}, [&] {
     std::string text = with_name(node_and_address("setValue", node_id_, address), name) + " : ";
     if constexpr (std::is_same_v<T, std::string>) {
       return text + value;
@@ -179,13 +178,13 @@ void CANOpenDispatcher::log_set_success(const std::string& name, unsigned int ad
 }
 
 void CANOpenDispatcher::log_set_success_address(unsigned int address, const std::string& value) const {
-  log_record_with({context(), NKR_LOG_TRACE, Here::now(__func__), kClassName},
+  log_record_with({context(), NKR_LOG_TRACE, Here::now(__func__), kDispatcherClass},
                   [&] { return node_and_address("setValue", node_id_, address) + " : " + value; });
 }
 
 template <class T>
 void CANOpenDispatcher::log_set_success_address(unsigned int address, const T& value) const {
-  log_record_with({context(), NKR_LOG_TRACE, Here::now(__func__), kClassName}, [&] {
+  log_record_with({context(), NKR_LOG_TRACE, Here::now(__func__), kDispatcherClass}, [&] {
     return node_and_address("setValue", node_id_, address) + " : " + log_text_of(value);
   });
 }

@@ -6,8 +6,12 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 
 #include "../logging/Here.hpp"
+#include "Objects.hpp"
 
 namespace nkr::tavcore {
+
+/** The class field of the dispatcher's log records. */
+inline constexpr char kDispatcherClass[] = "CANOpenDispatcher";
 
 /**
  * The steps of one service operation, made in the order written: the guard, then the accesses, under the
@@ -35,6 +39,16 @@ class [[nodiscard]] Steps {
   /** `word | 8` is an int and would write four bytes: name a variable of the object's own type. */
   template <class T>
   void write(std::string_view name, const T&& value) = delete;
+
+  /** The same for an object of a stated type: a value of another type does not compile. */
+  template <class T>
+  void read(const Object<T>& object, T& value) {
+    read(object.name, value);
+  }
+  template <class T>
+  void write(const Object<T>& object, const T& value) {
+    write(object.name, value);
+  }
 
   template <class T>
   void read_at(std::uint32_t address, T& value) {
@@ -86,10 +100,10 @@ class [[nodiscard]] Steps {
 
   /** The verbs for a list of fields that a getter and a setter share. */
   auto reads() {
-    return [this](std::string_view name, auto& value) { read(name, value); };
+    return [this](const auto& object, auto& value) { read(object, value); };
   }
   auto writes() {
-    return [this](std::string_view name, const auto& value) { write(name, value); };
+    return [this](const auto& object, const auto& value) { write(object, value); };
   }
 
  private:
