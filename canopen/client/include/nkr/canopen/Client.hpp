@@ -1,6 +1,134 @@
 #ifndef NKR_CANOPEN_CLIENT_HPP
 #define NKR_CANOPEN_CLIENT_HPP
 
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <nkr/can/Bus.hpp>
+#include <nkr/canopen/ClientOptions.hpp>
+#include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <nkr/canopencore/IService.hpp>
+#include <string>
+#include <vector>
+
+namespace nkr::canopen {
+
+/**
+ * A CANopen client on a CAN bus: SDO client of every node, NMT master, consumer of heartbeats.
+ *
+ * Any thread may call any operation. Requests to one node queue in the order in which they came, requests to
+ * several nodes run at once; a caller sends its request and takes the answer on its own thread. A call out of
+ * a function that runs inside a request (an in-process bus runs handlers on the sender's thread) answers
+ * NKR_CAN_WOULD_DEADLOCK where it would have to wait for another request.
+ *
+ * Results: NKR_OK; an SDO abort code of the node, or of the client itself (NKR_SDO_TIMED_OUT,
+ * NKR_SDO_TOGGLE_BIT, NKR_SDO_UNKNOWN_COMMAND, NKR_SDO_LENGTH); NKR_CAN_... for what the bus refused. An
+ * abort with a code below 0x05000000 is reported as NKR_SDO_GENERAL.
+ *
+ * A request that timed out is aborted on the bus, and the same object is asked again only when the late
+ * answer came or the grace time passed: a late answer is never taken for that of another request. The client
+ * sends nothing twice on its own.
+ */
+class Client final : public canopencore::IService {
+ public:
+  using Duration = std::chrono::milliseconds;
+
+  /** Opens the bus; isInitialized() tells whether that succeeded. */
+  explicit Client(std::shared_ptr<can::Bus> bus, const ClientOptions& options = {});
+  /** Closes. No call may be under way or follow. */
+  ~Client() override;
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+
+  /** Ends the client: wakes every waiting call; these and all later ones answer NKR_CAN_CLOSED. */
+  void close();
+  [[nodiscard]] bool isInitialized() const override;
+
+  /** @name Time-outs of SDO requests
+   * What holds, first to last: the calling thread's SdoTimeoutScope, the object's, the node's, the client's.
+   * 0 takes back what was set for a node or object.
+   * @{ */
+  void setTimeout(Duration timeout);
+  nkr_error_t setNodeTimeout(std::uint8_t nodeId, Duration timeout);
+  void setObjectTimeout(std::uint32_t address, Duration timeout);
+  /** @} */
+
+  /** The silence after which a node whose heartbeat was heard counts as lost; 0: it never does. */
+  nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
+
+  nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::vector<std::uint8_t>& value) override;
+  nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::vector<std::uint8_t>& value) override;
+
+  /**
+   * Writes the order to object 6042h:00 (vl target velocity, CiA 402) as a signed 16-bit value when the flag
+   * is set, then reads the three objects of the request. `out` changes only when all of it succeeded.
+   * @return NKR_SDO_INVALID_VALUE, with nothing sent, for an order outside 16 bits
+   */
+  nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) override;
+  nkr_error_t broadcastNMTCommand(const canopencore::NMTCommand& command) override;
+  nkr_error_t sendSync() override;
+  /** NKR_NOT_AVAILABLE for a node never heard. */
+  nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t& milliseconds) override;
+
+  nkr_error_t getNMTState(const std::uint8_t& nodeId, canopencore::NMTState& state) override;
+  /** NKR_ERROR for a command that CiA 301 does not define; nothing is sent. */
+  nkr_error_t setNMTState(const std::uint8_t& nodeId, const canopencore::NMTCommand& command) override;
+
+  /** @name Typed reads and writes
+   * The low byte of an address is ignored; the C++ type gives the number of bytes written. A read into a type
+   * wider than the object extends the value: signed types by sign, unsigned ones by zeros; a double takes a
+   * REAL32. An object wider than the type answers NKR_SDO_LENGTH. After any failure the value is as before.
+   * @{ */
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::string& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::string& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::int64_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::int64_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::int32_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::int32_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::int16_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::int16_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int8_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::int8_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::uint64_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::uint64_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::uint32_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::uint32_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::uint16_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::uint16_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       std::uint8_t& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const std::uint8_t& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, float& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const float& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, double& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                       const double& value) override;
+  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, bool& value) override;
+  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const bool& value) override;
+  /** @} */
+
+ private:
+  class Core;
+  std::unique_ptr<Core> core_;
+};
+
+}  // namespace nkr::canopen
 
 #endif

@@ -1,0 +1,25 @@
+#ifndef NKR_CANOPEN_CLIENTOPTIONS_HPP
+#define NKR_CANOPEN_CLIENTOPTIONS_HPP
+
+#include <chrono>
+#include <cstdint>
+
+namespace nkr::canopen {
+
+/** How a client behaves; every value has a default that suits a drive on a 250 to 1000 kbit/s bus. */
+struct ClientOptions {
+  /** How long one SDO request waits for its answer (each segment anew), unless the node, the object or the
+   * calling thread has a time of its own. */
+  std::chrono::milliseconds sdo_timeout{1000};
+  /** The least time for objects 1010h and 1011h: storing parameters takes a device seconds. */
+  std::chrono::milliseconds store_timeout{5000};
+  /** How long the answer to a request that timed out may still come; meanwhile the same object is not asked
+   * again, so that the late answer is not taken for the new one. */
+  std::chrono::milliseconds late_reply_grace{500};
+  /** A node whose heartbeat was heard counts as lost after this silence, unless it has a time of its own. */
+  std::chrono::milliseconds heartbeat_timeout{1000};
+};
+
+}  // namespace nkr::canopen
+
+#endif

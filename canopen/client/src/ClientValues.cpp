@@ -1,0 +1,204 @@
+#include <cstring>
+#include <nkr/canopen/Client.hpp>
+#include <type_traits>
+
+#include "Core.hpp"
+
+/** Values of C++ types as the bytes of objects (CiA 301, 7.1.4: little endian), and back. */
+namespace nkr::canopen {
+namespace {
+
+constexpr unsigned kBitsPerByte = 8;
+
+std::uint64_t number_of(const sdo::NumberSink& sink) {
+  std::uint64_t number = 0;
+  for (std::size_t i = sink.size(); i-- > 0;) number = number << kBitsPerByte | sink.bytes().at(i);
+  return number;
+}
+
+/** The number as 64 bits, its sign copied upwards. */
+std::uint64_t sign_extended(std::uint64_t number, std::size_t size) {
+  const std::uint64_t sign = std::uint64_t{1} << (kBitsPerByte * size - 1);
+  return (number ^ sign) - sign;
+}
+
+template <class Unsigned>
+std::array<std::uint8_t, sizeof(Unsigned)> bytes_of(Unsigned number) {
+  std::array<std::uint8_t, sizeof(Unsigned)> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i)
+    bytes.at(i) = static_cast<std::uint8_t>(number >> (kBitsPerByte * i));
+  return bytes;
+}
+
+template <class To, class From>
+To with_same_bits(From from) {
+  static_assert(sizeof(To) == sizeof(From));
+  To to{};
+  std::memcpy(&to, &from, sizeof(to));
+  return to;
+}
+
+template <class Core, class Integer>
+nkr_error_t read_integer(Core& core, std::uint8_t node, std::uint32_t address, Integer& value) {
+  sdo::NumberSink sink(sizeof(Integer));
+  const nkr_error_t result = core.upload(node, address, sink);
+  if (result != NKR_OK) return result;
+  if (sink.size() == 0) return NKR_SDO_LENGTH;
+  const std::uint64_t number = number_of(sink);
+  value = static_cast<Integer>(std::is_signed_v<Integer> ? sign_extended(number, sink.size()) : number);
+  return NKR_OK;
+}
+
+template <class Core, class Integer>
+nkr_error_t write_integer(Core& core, std::uint8_t node, std::uint32_t address, Integer value) {
+  const auto bytes = bytes_of(static_cast<std::make_unsigned_t<Integer>>(value));
+  return core.download(node, address, bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+nkr_error_t Client::getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             std::vector<std::uint8_t>& value) {
+  sdo::BytesSink sink;
+  const nkr_error_t result = core_->upload(nodeId, address, sink);
+  if (result == NKR_OK) value.swap(sink.bytes());
+  return result;
+}
+
+nkr_error_t Client::setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::vector<std::uint8_t>& value) {
+  return core_->download(nodeId, address, value.data(), value.size());
+}
+
+/** Of a short string whose size is not stated the zeros behind it are padding. */
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::string& value) {
+  sdo::BytesSink sink;
+  const nkr_error_t result = core_->upload(nodeId, address, sink);
+  if (result != NKR_OK) return result;
+  std::vector<std::uint8_t>& bytes = sink.bytes();
+  while (!sink.size_stated() && !bytes.empty() && bytes.back() == 0) bytes.pop_back();
+  value.assign(bytes.begin(), bytes.end());
+  return NKR_OK;
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::string& value) {
+  const std::vector<std::uint8_t> bytes(value.begin(), value.end());
+  return core_->download(nodeId, address, bytes.data(), bytes.size());
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int64_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::int64_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int32_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::int32_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int16_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::int16_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int8_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::int8_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint64_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::uint64_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint32_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::uint32_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint16_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::uint16_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint8_t& value) {
+  return read_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                             const std::uint8_t& value) {
+  return write_integer(*core_, nodeId, address, value);
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, float& value) {
+  sdo::NumberSink sink(sizeof(float));
+  const nkr_error_t result = core_->upload(nodeId, address, sink);
+  if (result != NKR_OK) return result;
+  if (sink.size() != sizeof(float)) return NKR_SDO_LENGTH;
+  value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink)));
+  return NKR_OK;
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const float& value) {
+  return write_integer(*core_, nodeId, address, with_same_bits<std::uint32_t>(value));
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, double& value) {
+  sdo::NumberSink sink(sizeof(double));
+  const nkr_error_t result = core_->upload(nodeId, address, sink);
+  if (result != NKR_OK) return result;
+  if (sink.size() == sizeof(float)) {
+    value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink)));
+  } else if (sink.size() == sizeof(double)) {
+    value = with_same_bits<double>(number_of(sink));
+  } else {
+    return NKR_SDO_LENGTH;
+  }
+  return NKR_OK;
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const double& value) {
+  return write_integer(*core_, nodeId, address, with_same_bits<std::uint64_t>(value));
+}
+
+nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, bool& value) {
+  std::uint8_t byte = 0;
+  const nkr_error_t result = read_integer(*core_, nodeId, address, byte);
+  if (result == NKR_OK) value = byte != 0;
+  return result;
+}
+
+nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const bool& value) {
+  return write_integer(*core_, nodeId, address, static_cast<std::uint8_t>(value ? 1 : 0));
+}
+
+}  // namespace nkr::canopen

@@ -1,0 +1,105 @@
+#include "NodeChannel.hpp"
+
+#include "sdo/Download.hpp"
+#include "sdo/Frames.hpp"
+#include "sdo/Upload.hpp"
+
+namespace nkr::canopen {
+
+using can::Clock;
+
+NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_grace, HeardTimes& heard)
+    : bus_(bus), node_(node), late_reply_grace_(late_reply_grace), heard_(heard) {}
+
+template <class Transfer>
+nkr_error_t NodeChannel::transfer(sdo::Object object, Duration timeout, Transfer run) {
+  const GateStay stay(gate_);
+  if (stay.result() != NKR_OK) return stay.result();
+  nkr_error_t result = prepare(object);
+  if (result != NKR_OK) return result;
+  timeout_ = timeout;
+  answer_owed_ = false;
+  result = run();
+  if (answer_owed_) late_replies_.expect(object, Clock::now() + late_reply_grace_);
+  return result;
+}
+
+nkr_error_t NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink) {
+  return transfer(object, timeout, [&] { return sdo::upload(*this, object, sink); });
+}
+
+nkr_error_t NodeChannel::download(sdo::Object object, Duration timeout, const std::uint8_t* bytes,
+                                  std::size_t size) {
+  return transfer(object, timeout, [&] { return sdo::download(*this, object, bytes, size); });
+}
+
+nkr_error_t NodeChannel::prepare(sdo::Object object) {
+  const nkr_error_t result = open_port();
+  if (result != NKR_OK) return result;
+  drop_what_is_left();
+  return await_late_reply(object);
+}
+
+nkr_error_t NodeChannel::open_port() {
+  if (port_) return NKR_OK;
+  nkr_error_t result = NKR_CAN_NOT_CONNECTED;
+  auto port = bus_.open({{sdo::kReplyId + node_, 0x7FF}}, result);
+  const std::lock_guard<std::mutex> lock(port_mutex_);
+  if (closed_) return NKR_CAN_CLOSED;
+  port_ = std::move(port);
+  return port_ ? NKR_OK : result;
+}
+
+void NodeChannel::close() {
+  gate_.close();
+  const std::lock_guard<std::mutex> lock(port_mutex_);
+  closed_ = true;
+  if (port_) port_->close();
+}
+
+nkr_error_t NodeChannel::receive_until(can::Frame& frame, Clock::time_point deadline) {
+  const nkr_error_t result = port_->receive(frame, deadline);
+  if (result != NKR_OK) return result;
+  const Clock::time_point now = Clock::now();
+  overdue_ = now > deadline;
+  heard_.heard(node_, now);
+  late_replies_.arrived(frame);
+  return NKR_OK;
+}
+
+/** Answers that nobody waits for, and what the port still has to tell of the past. */
+void NodeChannel::drop_what_is_left() {
+  can::Frame frame;
+  nkr_error_t result = NKR_OK;
+  while (result != NKR_CAN_TIMED_OUT && result != NKR_CAN_CLOSED) {
+    result = receive_until(frame, Clock::time_point{});
+  }
+}
+
+nkr_error_t NodeChannel::await_late_reply(sdo::Object object) {
+  can::Frame frame;
+  Clock::time_point until;
+  while (late_replies_.is_expected(object, Clock::now(), until)) {
+    if (receive_until(frame, until) == NKR_CAN_CLOSED) return NKR_CAN_CLOSED;
+  }
+  return NKR_OK;
+}
+
+nkr_error_t NodeChannel::send(const can::Frame& frame) {
+  deadline_ = Clock::now() + timeout_;
+  overdue_ = false;
+  return port_->send(frame, deadline_);
+}
+
+nkr_error_t NodeChannel::receive(can::Frame& frame) {
+  nkr_error_t result = overdue_ ? NKR_CAN_TIMED_OUT : receive_until(frame, deadline_);
+  if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;
+  answer_owed_ = result != NKR_OK;
+  return result;
+}
+
+void NodeChannel::send_abort(const can::Frame& frame) {
+  port_->send(frame, Clock::now());
+}
+
+}  // namespace nkr::canopen

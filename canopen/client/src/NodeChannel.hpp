@@ -1,0 +1,71 @@
+#ifndef NKR_CANOPEN_NODECHANNEL_HPP
+#define NKR_CANOPEN_NODECHANNEL_HPP
+
+#include <nkr/error.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <nkr/can/Bus.hpp>
+
+#include "FifoGate.hpp"
+#include "HeardTimes.hpp"
+#include "sdo/LateReplies.hpp"
+#include "sdo/Link.hpp"
+#include "sdo/Sink.hpp"
+
+namespace nkr::canopen {
+
+/**
+ * The SDO channel to one node: one transfer at a time, in the order in which callers came. The caller's own
+ * thread sends and takes the answers, from a port that only hears this node's server.
+ */
+class NodeChannel final : private sdo::Link {
+ public:
+  using Duration = std::chrono::milliseconds;
+
+  NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_grace, HeardTimes& heard);
+
+  nkr_error_t upload(sdo::Object object, Duration timeout, sdo::Sink& sink);
+  nkr_error_t download(sdo::Object object, Duration timeout, const std::uint8_t* bytes, std::size_t size);
+
+  /** Wakes and refuses everybody. */
+  void close();
+
+ private:
+  template <class Transfer>
+  nkr_error_t transfer(sdo::Object object, Duration timeout, Transfer run);
+  nkr_error_t prepare(sdo::Object object);
+  nkr_error_t open_port();
+  void drop_what_is_left();
+  nkr_error_t await_late_reply(sdo::Object object);
+  nkr_error_t receive_until(can::Frame& frame, can::Clock::time_point deadline);
+
+  [[nodiscard]] std::uint8_t node() const override { return node_; }
+  nkr_error_t send(const can::Frame& frame) override;
+  nkr_error_t receive(can::Frame& frame) override;
+  void send_abort(const can::Frame& frame) override;
+
+  can::Bus& bus_;
+  const std::uint8_t node_;
+  const Duration late_reply_grace_;
+  HeardTimes& heard_;
+  FifoGate gate_;
+
+  std::mutex port_mutex_;  ///< opening against closing; whoever is inside the gate reads port_ without it
+  std::unique_ptr<can::Port> port_;
+  bool closed_ = false;
+
+  // Of the transfer that is inside the gate.
+  Duration timeout_{};
+  can::Clock::time_point deadline_;
+  bool overdue_ = false;      ///< the last frame came after the deadline: one such is looked at, not many
+  bool answer_owed_ = false;  ///< the wait for the last answer ended without one
+  sdo::LateReplies late_replies_;
+};
+
+}  // namespace nkr::canopen
+
+#endif

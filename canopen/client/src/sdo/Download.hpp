@@ -1,0 +1,24 @@
+#ifndef NKR_CANOPEN_SDO_DOWNLOAD_HPP
+#define NKR_CANOPEN_SDO_DOWNLOAD_HPP
+
+#include <nkr/error.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Link.hpp"
+#include "Object.hpp"
+
+namespace nkr::canopen::sdo {
+
+/**
+ * Writes an object: 1 to 4 bytes expedited, else in segments (CiA 301, 7.2.4.3.3 and .4). Sent once: a
+ * download whose answer is missing may have taken effect.
+ * @return NKR_OK; NKR_SDO_TOGGLE_BIT, NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused
+ * with
+ */
+nkr_error_t download(Link& link, Object object, const std::uint8_t* bytes, std::size_t size);
+
+}  // namespace nkr::canopen::sdo
+
+#endif

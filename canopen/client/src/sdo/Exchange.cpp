@@ -1,0 +1,60 @@
+#include "Exchange.hpp"
+
+namespace nkr::canopen::sdo {
+
+nkr_error_t Exchange::fail(nkr_error_t code) {
+  link_.send_abort(abort_frame(node(), object_, code));
+  return code;
+}
+
+nkr_error_t Exchange::send(const can::Frame& request) {
+  return link_.send(request);
+}
+
+nkr_error_t Exchange::next(can::Frame& frame) {
+  const nkr_error_t result = link_.receive(frame);
+  return result == NKR_SDO_TIMED_OUT ? fail(result) : result;
+}
+
+nkr_error_t Exchange::initiate(const can::Frame& request, Reply wanted, can::Frame& reply) {
+  nkr_error_t result = send(request);
+  while (result == NKR_OK) {
+    result = next(reply);
+    if (result != NKR_OK) break;
+    const Reply kind = reply_kind(reply);
+    const bool segment = kind == Reply::upload_segment || kind == Reply::download_segment;
+    if (segment || !names_object(reply, object_)) continue;
+    if (kind == Reply::abort) return abort_result(reply);
+    if (kind != wanted) return fail(NKR_SDO_UNKNOWN_COMMAND);
+    opening_ = reply;
+    return NKR_OK;
+  }
+  return result;
+}
+
+bool Exchange::is_stray(const can::Frame& frame) const {
+  switch (reply_kind(frame)) {
+    case Reply::upload_initiate:
+    case Reply::download_initiate:
+      return !names_object(frame, object_) || frame == opening_;
+    case Reply::abort:
+      return !names_object(frame, object_);
+    default:
+      return frame.size == 0;
+  }
+}
+
+nkr_error_t Exchange::continue_with(const can::Frame& request, Reply wanted, can::Frame& reply) {
+  nkr_error_t result = send(request);
+  while (result == NKR_OK) {
+    result = next(reply);
+    if (result != NKR_OK) break;
+    if (is_stray(reply)) continue;
+    const Reply kind = reply_kind(reply);
+    if (kind == Reply::abort) return abort_result(reply);
+    return kind == wanted ? NKR_OK : fail(NKR_SDO_UNKNOWN_COMMAND);
+  }
+  return result;
+}
+
+}  // namespace nkr::canopen::sdo

@@ -1,0 +1,45 @@
+#ifndef NKR_CANOPEN_SDO_EXCHANGE_HPP
+#define NKR_CANOPEN_SDO_EXCHANGE_HPP
+
+#include <nkr/error.h>
+
+#include <nkr/can/Frame.hpp>
+
+#include "Frames.hpp"
+#include "Link.hpp"
+#include "Object.hpp"
+
+namespace nkr::canopen::sdo {
+
+/**
+ * The requests and answers of one transfer: sends, and picks the frame that answers out of what arrives.
+ * Frames that belong to other transfers (another object, a doubled or late answer) are dropped. Whatever ends
+ * the transfer early on this side is told to the server with an abort.
+ */
+class Exchange {
+ public:
+  Exchange(Link& link, Object object) : link_(link), object_(object) {}
+
+  [[nodiscard]] std::uint8_t node() const { return link_.node(); }
+  [[nodiscard]] Object object() const { return object_; }
+
+  /** Opens the transfer; the reply is of the kind `wanted` and names the object. */
+  nkr_error_t initiate(const can::Frame& request, Reply wanted, can::Frame& reply);
+  /** Sends within the opened transfer; the reply is of the kind `wanted` (these name no object). */
+  nkr_error_t continue_with(const can::Frame& request, Reply wanted, can::Frame& reply);
+  /** Ends the transfer from this side: sends an abort with the code and returns it. */
+  nkr_error_t fail(nkr_error_t code);
+
+ private:
+  nkr_error_t send(const can::Frame& request);
+  nkr_error_t next(can::Frame& frame);
+  [[nodiscard]] bool is_stray(const can::Frame& frame) const;
+
+  Link& link_;
+  const Object object_;
+  can::Frame opening_;  ///< the reply that opened the transfer: it may arrive doubled
+};
+
+}  // namespace nkr::canopen::sdo
+
+#endif

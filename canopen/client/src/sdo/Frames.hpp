@@ -1,0 +1,78 @@
+#ifndef NKR_CANOPEN_SDO_FRAMES_HPP
+#define NKR_CANOPEN_SDO_FRAMES_HPP
+
+#include <nkr/error.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <nkr/can/Frame.hpp>
+
+#include "Object.hpp"
+
+/** The frames of the SDO protocols (CiA 301, 7.2.4.3), as bytes. */
+namespace nkr::canopen::sdo {
+
+constexpr std::uint32_t kRequestId = 0x600;
+constexpr std::uint32_t kReplyId = 0x580;
+constexpr std::size_t kExpeditedBytes = 4;
+constexpr std::size_t kSegmentBytes = 7;
+
+/** The upper three bits of a server's first byte. */
+enum class Reply : std::uint8_t {
+  upload_segment = 0,
+  download_segment = 1,
+  upload_initiate = 2,
+  download_initiate = 3,
+  abort = 4,
+  block_download = 5,
+  block_upload = 6,
+  unknown = 7,
+};
+
+/** @name Requests of a client to the node
+ * @{ */
+can::Frame upload_request(std::uint8_t node, Object object);
+can::Frame upload_segment_request(std::uint8_t node, bool toggle);
+/** 1 to 4 bytes at once. */
+can::Frame expedited_download(std::uint8_t node, Object object, const std::uint8_t* bytes, std::size_t size);
+can::Frame download_request(std::uint8_t node, Object object, std::size_t size);
+/** Up to 7 bytes of a segmented download. */
+can::Frame download_segment(std::uint8_t node, bool toggle, bool last, const std::uint8_t* bytes,
+                            std::size_t size);
+can::Frame abort_frame(std::uint8_t node, Object object, nkr_error_t code);
+/** @} */
+
+/** What kind of reply it is; unknown for a frame without data. */
+Reply reply_kind(const can::Frame& frame);
+/** The object that an initiate reply or an abort names. False when the frame is too short to name one. */
+bool names_object(const can::Frame& frame, Object object);
+/** Bytes 4 to 7 as a little-endian number; bytes that were not sent count as 0. */
+std::uint32_t long_word(const can::Frame& frame);
+/**
+ * The result that an abort stands for: its code, or general error for a code below 0x05000000, which no
+ * standard defines and which would read as a result of the library's own (1 as success).
+ */
+nkr_error_t abort_result(const can::Frame& frame);
+
+/** The first byte of an upload's initiate reply. */
+struct UploadInitiate {
+  bool expedited = false;
+  bool size_stated = false;
+  std::size_t size = 0;  ///< bytes of data in an expedited reply: as stated, else as many as were sent
+};
+UploadInitiate upload_initiate(const can::Frame& frame);
+
+/** The first byte of a segment of an upload. */
+struct UploadSegment {
+  bool toggle = false;
+  bool last = false;
+  std::size_t size = 0;  ///< bytes of data, those that were not sent left out
+};
+UploadSegment upload_segment(const can::Frame& frame);
+
+/** The toggle bit of a segment, either way. */
+bool toggle_of(const can::Frame& frame);
+
+}  // namespace nkr::canopen::sdo
+
+#endif

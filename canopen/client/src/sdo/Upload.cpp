@@ -1,0 +1,45 @@
+#include "Upload.hpp"
+
+#include "Exchange.hpp"
+#include "Frames.hpp"
+
+namespace nkr::canopen::sdo {
+namespace {
+
+nkr_error_t take_expedited(const can::Frame& reply, Sink& sink) {
+  const UploadInitiate initiate = upload_initiate(reply);
+  const std::uint8_t* const bytes = reply.data.data() + 4;
+  if (!initiate.size_stated) {
+    sink.append_unsized(bytes, initiate.size);
+    return NKR_OK;
+  }
+  return sink.append(bytes, initiate.size) ? NKR_OK : NKR_SDO_LENGTH;
+}
+
+/** The size that the initiate reply states is not relied on: there are servers that state a wrong one. */
+nkr_error_t take_segments(Exchange& exchange, Sink& sink) {
+  for (bool toggle = false;; toggle = !toggle) {
+    can::Frame reply;
+    const nkr_error_t result =
+        exchange.continue_with(upload_segment_request(exchange.node(), toggle), Reply::upload_segment, reply);
+    if (result != NKR_OK) return result;
+    const UploadSegment segment = upload_segment(reply);
+    if (segment.toggle != toggle) return exchange.fail(NKR_SDO_TOGGLE_BIT);
+    if (!sink.append(reply.data.data() + 1, segment.size)) return exchange.fail(NKR_SDO_LENGTH);
+    if (segment.last) return NKR_OK;
+    if (segment.size == 0) return exchange.fail(NKR_SDO_GENERAL);  // a server that would go on forever
+  }
+}
+
+}  // namespace
+
+nkr_error_t upload(Link& link, Object object, Sink& sink) {
+  Exchange exchange(link, object);
+  can::Frame reply;
+  const nkr_error_t result =
+      exchange.initiate(upload_request(link.node(), object), Reply::upload_initiate, reply);
+  if (result != NKR_OK) return result;
+  return upload_initiate(reply).expedited ? take_expedited(reply, sink) : take_segments(exchange, sink);
+}
+
+}  // namespace nkr::canopen::sdo

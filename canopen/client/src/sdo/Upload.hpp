@@ -1,0 +1,21 @@
+#ifndef NKR_CANOPEN_SDO_UPLOAD_HPP
+#define NKR_CANOPEN_SDO_UPLOAD_HPP
+
+#include <nkr/error.h>
+
+#include "Link.hpp"
+#include "Object.hpp"
+#include "Sink.hpp"
+
+namespace nkr::canopen::sdo {
+
+/**
+ * Reads an object: expedited or in segments, as the server decides (CiA 301, 7.2.4.3.5 and .6).
+ * @return NKR_OK; NKR_SDO_LENGTH when the object is larger than the sink; NKR_SDO_TOGGLE_BIT,
+ * NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused with
+ */
+nkr_error_t upload(Link& link, Object object, Sink& sink);
+
+}  // namespace nkr::canopen::sdo
+
+#endif
