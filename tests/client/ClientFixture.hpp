@@ -1,0 +1,37 @@
+#ifndef TESTS_CLIENT_CLIENTFIXTURE_HPP
+#define TESTS_CLIENT_CLIENTFIXTURE_HPP
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <nkr/can/Bus.hpp>
+#include <nkr/canopen/Client.hpp>
+
+#include "support/ScriptedNode.hpp"
+
+namespace tests {
+
+using namespace std::chrono_literals;
+
+/** A client and a scripted node with id 10 on one bus. Time-outs are short: an answer in process is at once.
+ */
+class ClientTest : public testing::Test {
+ protected:
+  static constexpr std::uint8_t kNode = 10;
+
+  static nkr::canopen::ClientOptions short_times() {
+    nkr::canopen::ClientOptions options;
+    options.sdo_timeout = 60ms;
+    options.late_reply_grace = 120ms;
+    return options;
+  }
+
+  std::shared_ptr<nkr::can::InProcessBus> bus = std::make_shared<nkr::can::InProcessBus>();
+  ScriptedNode node{*bus, kNode};
+  nkr::canopen::Client client{bus, short_times()};
+};
+
+}  // namespace tests
+
+#endif
