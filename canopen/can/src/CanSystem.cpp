@@ -80,6 +80,14 @@ void read_control(msghdr& message, ReceivedFrame& received) {
   }
 }
 
+/** The error that the loss of the interface left behind: the next call would report it although it is over.
+ */
+void clear_pending_error(int socket) {
+  int error = 0;
+  socklen_t size = sizeof error;
+  ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size);
+}
+
 }  // namespace
 
 int LinuxCanSystem::open() {
@@ -97,6 +105,7 @@ int LinuxCanSystem::bind(int socket, const std::string& interface, const std::ve
   if (const int error = set_filters(socket, filters)) return error;
   if (const int error = set_option(socket, SOL_CAN_RAW, CAN_RAW_ERR_FILTER, can_err_mask_t{CAN_ERR_MASK}))
     return error;
+  clear_pending_error(socket);
   sockaddr_can address{};
   address.can_family = AF_CAN;
   address.can_ifindex = static_cast<int>(index);
