@@ -1,11 +1,13 @@
 #include <nkr/can/open_bus.hpp>
 
 #include "SocketCanBus.hpp"
+#include "UnixBus.hpp"
 
 namespace nkr::can {
 namespace {
 
 constexpr char kVirtualName[] = "virtual";
+constexpr char kUnixPrefix[] = "unix:";
 
 bool is_interface(const std::string& name) {
   return name != kVirtualName && name.find(':') == std::string::npos;
@@ -17,15 +19,22 @@ std::string bring_up(const std::string& interface) {
   return interface.rfind("vcan", 0) == 0 ? command : command + " type can bitrate 500000 restart-ms 100";
 }
 
+template <typename CheckedBus>
+std::shared_ptr<Bus> checked(const std::string& where, nkr_error_t& result, std::string& explanation) {
+  auto bus = std::make_shared<CheckedBus>(where);
+  result = bus->check(explanation);
+  return result == NKR_OK ? bus : nullptr;
+}
+
 }  // namespace
 
 std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result, std::string& explanation) {
   explanation.clear();
   result = NKR_OK;
   if (name == kVirtualName) return std::make_shared<InProcessBus>();
-  auto bus = std::make_shared<SocketCanBus>(name);
-  result = bus->check(explanation);
-  return result == NKR_OK ? bus : nullptr;
+  if (name.rfind(kUnixPrefix, 0) == 0)
+    return checked<UnixBus>(name.substr(sizeof kUnixPrefix - 1), result, explanation);
+  return checked<SocketCanBus>(name, result, explanation);
 }
 
 std::string bus_advice(const std::string& bus_name, nkr_error_t code) {

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <unix_wire.hpp>
+
+namespace {
+
+using nkr::can::decode_unix_message;
+using nkr::can::encode_frame;
+using nkr::can::encode_lost;
+using nkr::can::encode_welcome;
+using nkr::can::Frame;
+using nkr::can::UnixBytes;
+using nkr::can::UnixMessage;
+
+std::optional<UnixMessage> decode(const UnixBytes& bytes) {
+  return decode_unix_message(bytes.data(), bytes.size());
+}
+
+TEST(UnixWire, FrameHasTheDescribedBytes) {
+  Frame frame{0x1234567, {0xAA, 0xBB}};
+  frame.extended = true;
+  EXPECT_EQ(encode_frame(frame),
+            (UnixBytes{'F', 1, 2, 0, 0x67, 0x45, 0x23, 0x01, 0xAA, 0xBB, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(UnixWire, ReadsBackEveryKindOfFrame) {
+  Frame extended{0x1FFFFFFF, {1, 2, 3, 4, 5, 6, 7, 8}};
+  extended.extended = true;
+  Frame remote{0x701, {}};
+  remote.remote = true;
+  remote.size = 1;
+  Frame error{0x40, {0, 8}};
+  error.error = true;
+  for (const Frame& frame : {Frame{0x7FF, {9}}, Frame{0, {}}, extended, remote, error}) {
+    const auto message = decode(encode_frame(frame));
+    ASSERT_TRUE(message.has_value());
+    EXPECT_EQ(message->kind, UnixMessage::Kind::frame);
+    EXPECT_EQ(message->frame, frame);
+  }
+}
+
+TEST(UnixWire, ReadsBackWelcomeAndLost) {
+  EXPECT_EQ(decode(encode_welcome())->kind, UnixMessage::Kind::welcome);
+  const auto lost = decode(encode_lost(0x0102030405060708));
+  ASSERT_TRUE(lost.has_value());
+  EXPECT_EQ(lost->kind, UnixMessage::Kind::lost);
+  EXPECT_EQ(lost->lost, 0x0102030405060708U);
+}
+
+TEST(UnixWire, RefusesWhatIsNoMessage) {
+  const auto refused_with = [](std::size_t position, std::uint8_t value) {
+    UnixBytes bytes = encode_frame({0x601, {1, 2}});
+    bytes[position] = value;
+    return !decode(bytes).has_value();
+  };
+  EXPECT_TRUE(refused_with(0, 'X')) << "unknown kind";
+  EXPECT_TRUE(refused_with(1, 8)) << "unknown flag";
+  EXPECT_TRUE(refused_with(2, 9)) << "more than 8 bytes";
+  EXPECT_TRUE(refused_with(2, 1)) << "bytes behind the size";
+  EXPECT_TRUE(refused_with(3, 1)) << "reserved byte";
+  EXPECT_TRUE(refused_with(5, 8)) << "an 11-bit identifier above 0x7FF";
+  EXPECT_FALSE(refused_with(8, 7));
+}
+
+TEST(UnixWire, RefusesOtherSizesAndVersions) {
+  const UnixBytes bytes = encode_frame({0x601, {}});
+  EXPECT_FALSE(decode_unix_message(bytes.data(), 0).has_value());
+  EXPECT_FALSE(decode_unix_message(bytes.data(), bytes.size() - 1).has_value());
+  UnixBytes welcome = encode_welcome();
+  welcome[1] = 2;
+  EXPECT_FALSE(decode(welcome).has_value());
+}
+
+}  // namespace
