@@ -309,6 +309,15 @@ class CANOpenDispatcher : public ICANOpenDispatcher {
   template <class T>
   void record_write(std::string_view name, unsigned int address, const T& value) const;
 
+  /** Records the number of a parameter block that there is not, under the operation's name; NKR_ERROR. */
+  [[nodiscard]] nkr_error_t refuse_block(std::int32_t number, Here here) const;
+  /** Takes the description's default node id as the one to address; NKR_NOT_AVAILABLE when it has none. */
+  [[nodiscard]] nkr_error_t follow_default_node_id();
+  [[nodiscard]] nkr_error_t get_pdo_mapping(std::uint32_t mapping, PDOMappingParameters& parameters,
+                                            Here here) const;
+  [[nodiscard]] nkr_error_t set_pdo_mapping(std::uint32_t communication, std::uint32_t mapping,
+                                            const PDOMappingParameters& parameters, Here here);
+
   [[nodiscard]] std::uint32_t context() const;
   [[nodiscard]] std::uint8_t node() const { return static_cast<std::uint8_t>(node_id_); }
 
