@@ -1,31 +1,5 @@
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "LogFixture.hpp"
-
-namespace {
-
-std::atomic<int> allocations{0};
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  void* const memory = std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size);
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+#include "counting_new.hpp"
 
 namespace {
 
