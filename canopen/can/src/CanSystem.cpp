@@ -49,6 +49,7 @@ int set_option(int socket, int level, int option, const Value& value) {
 int set_filters(int socket, const std::vector<Filter>& filters) {
   if (filters.empty()) return set_option(socket, SOL_CAN_RAW, CAN_RAW_FILTER, can_filter{0, 0});
   std::vector<can_filter> kernel_filters;
+  kernel_filters.reserve(filters.size());
   for (const Filter& filter : filters)
     kernel_filters.push_back({filter.id & CAN_SFF_MASK, (filter.mask & CAN_SFF_MASK) | CAN_EFF_FLAG});
   const auto size = static_cast<socklen_t>(kernel_filters.size() * sizeof(can_filter));

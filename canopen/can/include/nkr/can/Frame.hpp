@@ -4,7 +4,9 @@
 #include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace nkr::can {
 
@@ -28,8 +30,14 @@ struct Frame {
   friend bool operator!=(const Frame& a, const Frame& b) { return !(a == b); }
 };
 
-/** The frame as candump writes it: "60A#4018100100000000", "123#R", "12345678#". */
+/** The frame as candump writes it: "60A#4018100100000000", "123#R", "123#R2", "12345678#". */
 [[nodiscard]] std::string to_string(const Frame& frame);
+
+/**
+ * Reads what to_string writes, and what people type: lower-case digits, and dots between bytes.
+ * @return empty when the text is no classical CAN frame
+ */
+[[nodiscard]] std::optional<Frame> parse_frame(std::string_view text);
 
 }  // namespace nkr::can
 

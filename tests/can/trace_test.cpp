@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <nkr/can/trace.hpp>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+using nkr::can::BusState;
+using nkr::can::Clock;
+using nkr::can::Direction;
+using nkr::can::Frame;
+using nkr::can::FrameHistory;
+using nkr::can::InProcessBus;
+using nkr::can::TracedFrame;
+using nkr::can::TracingBus;
+using std::chrono::system_clock;
+
+constexpr Clock::time_point kNow{};
+
+std::vector<std::pair<Direction, Frame>> directions(const std::vector<TracedFrame>& traced) {
+  std::vector<std::pair<Direction, Frame>> pairs;
+  for (const TracedFrame& frame : traced) pairs.emplace_back(frame.direction, frame.frame);
+  return pairs;
+}
+
+class TracingBusTest : public testing::Test {
+ protected:
+  std::shared_ptr<InProcessBus> bus = std::make_shared<InProcessBus>();
+  std::vector<TracedFrame> traced;
+  TracingBus tracing{bus, [this](const TracedFrame& frame) { traced.push_back(frame); }};
+  nkr_error_t result = NKR_ERROR;
+};
+
+TEST_F(TracingBusTest, ShowsTheRequestBeforeItsAnswer) {
+  std::unique_ptr<nkr::can::Port> server;
+  server = bus->open(
+      {{0x601}},
+      [&](const Frame&) {
+        server->send({0x581, {2}}, kNow);
+      },
+      result);
+  const auto client = tracing.open({{0x581}}, result);
+  ASSERT_EQ(result, NKR_OK);
+  const auto before = system_clock::now();
+  EXPECT_EQ(client->send({0x601, {1}}, kNow), NKR_OK);
+  Frame reply;
+  EXPECT_EQ(client->receive(reply, kNow), NKR_OK);
+  EXPECT_EQ(reply, (Frame{0x581, {2}}));
+  const std::vector<std::pair<Direction, Frame>> expected{{Direction::sent, {0x601, {1}}},
+                                                          {Direction::received, {0x581, {2}}}};
+  EXPECT_EQ(directions(traced), expected);
+  EXPECT_GE(traced[0].when, before);
+  EXPECT_LE(traced[1].when, system_clock::now());
+}
+
+TEST_F(TracingBusTest, SaysWhatTheBusRefused) {
+  const auto client = tracing.open({}, result);
+  bus->set_state(BusState::bus_off);
+  EXPECT_EQ(client->send({0x601, {1}}, kNow), NKR_CAN_BUS_OFF);
+  const std::vector<std::pair<Direction, Frame>> expected{{Direction::sent, {0x601, {1}}},
+                                                          {Direction::not_sent, {0x601, {1}}}};
+  EXPECT_EQ(directions(traced), expected);
+}
+
+TEST_F(TracingBusTest, IsOtherwiseTheBusItStandsOn) {
+  EXPECT_EQ(tracing.name(), "virtual");
+  const auto port = tracing.open({}, result);
+  bus->set_state(BusState::bus_off);
+  EXPECT_EQ(port->status().state, BusState::bus_off);
+  Frame frame;
+  EXPECT_EQ(port->receive(frame, kNow), NKR_CAN_BUS_OFF);
+  EXPECT_EQ(port->receive(frame, kNow), NKR_CAN_TIMED_OUT);
+  port->close();
+  EXPECT_EQ(port->receive(frame, kNow), NKR_CAN_CLOSED);
+  EXPECT_TRUE(traced.empty());
+}
+
+TEST(FrameHistory, KeepsTheLastFramesOldestFirst) {
+  FrameHistory history(3);
+  for (std::uint32_t id = 1; id <= 5; ++id) history.record({{}, Direction::received, {id, {}}});
+  const std::vector<std::pair<Direction, Frame>> expected{
+      {Direction::received, {3, {}}}, {Direction::received, {4, {}}}, {Direction::received, {5, {}}}};
+  EXPECT_EQ(directions(history.frames()), expected);
+}
+
+TEST(FrameHistory, KeepsFourThousandAndNinetySixUnlessToldOtherwise) {
+  FrameHistory history;
+  for (std::uint32_t i = 0; i < 5000; ++i) history.record({{}, Direction::sent, {i & 0x7FF, {}}});
+  EXPECT_EQ(history.frames().size(), 4096U);
+}
+
+TEST(FrameHistory, WritesACandumpLogOfWhatWasOnTheBus) {
+  FrameHistory history;
+  const system_clock::time_point when(1436509052s + 249713us);
+  history.record({when, Direction::sent, {0x60A, {0x40}}});
+  history.record({when + 1ms, Direction::received, {0x58A, {0x4F}}});
+  history.record({when + 2ms, Direction::sent, {0x60B, {0x40}}});
+  history.record({when + 3ms, Direction::not_sent, {0x60B, {0x40}}});
+  std::ostringstream log;
+  history.write(log, "can0");
+  EXPECT_EQ(log.str(), "(1436509052.249713) can0 60A#40\n(1436509052.250713) can0 58A#4F\n");
+  EXPECT_EQ(history.frames().size(), 3U);
+}
+
+TEST(FrameHistory, IsWrittenAndReadByManyThreads) {
+  FrameHistory history(100);
+  std::vector<std::thread> writers;
+  for (std::uint32_t id = 1; id <= 3; ++id)
+    writers.emplace_back([&history, id] {
+      for (int i = 0; i < 1000; ++i) history.record({{}, Direction::sent, {id, {}}});
+    });
+  for (int i = 0; i < 50; ++i) EXPECT_LE(history.frames().size(), 100U);
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_EQ(history.frames().size(), 100U);
+}
+
+}  // namespace
