@@ -5,6 +5,8 @@
 #include <nkr/can/Bus.hpp>
 #include <thread>
 
+#include "can/ports.hpp"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -15,18 +17,8 @@ using nkr::can::Frame;
 using nkr::can::InProcessBus;
 using nkr::can::Port;
 
-constexpr Clock::time_point kNow{};
-constexpr Clock::time_point kForever = Clock::time_point::max();
-
-std::unique_ptr<Port> open_port(InProcessBus& bus, const std::vector<Filter>& filters = {}) {
-  nkr_error_t result = NKR_ERROR;
-  auto port = bus.open(filters, result);
-  EXPECT_EQ(result, NKR_OK);
-  return port;
-}
-
-std::unique_ptr<Port> open_port(InProcessBus& bus, const std::vector<Filter>& filters,
-                                InProcessBus::Handler handler) {
+std::unique_ptr<Port> open_handler(InProcessBus& bus, const std::vector<Filter>& filters,
+                                   InProcessBus::Handler handler) {
   nkr_error_t result = NKR_ERROR;
   auto port = bus.open(filters, std::move(handler), result);
   EXPECT_EQ(result, NKR_OK);
@@ -109,21 +101,7 @@ TEST(InProcessBus, AFrameWakesTheWaitingReceiver) {
 TEST(InProcessBus, CloseWakesEveryWaiterAndLaterCallsAnswerClosed) {
   InProcessBus bus;
   const auto port = open_port(bus);
-  std::atomic<int> closed{0};
-  const auto wait = [&] {
-    Frame frame;
-    if (port->receive(frame, kForever) == NKR_CAN_CLOSED) ++closed;
-  };
-  std::thread first(wait);
-  std::thread second(wait);
-  std::this_thread::sleep_for(30ms);
-  port->close();
-  first.join();
-  second.join();
-  EXPECT_EQ(closed, 2);
-  Frame frame;
-  EXPECT_EQ(port->receive(frame, kNow), NKR_CAN_CLOSED);
-  EXPECT_EQ(port->send(frame, kNow), NKR_CAN_CLOSED);
+  expect_close_wakes_every_receiver(*port);
 }
 
 TEST(InProcessBus, PortsKeepTheBusAlive) {
@@ -153,7 +131,7 @@ TEST(InProcessBusHandler, HasAnsweredWhenSendReturns) {
   InProcessBus bus;
   const auto client = open_port(bus, {{0x581}});
   std::unique_ptr<Port> server;
-  server = open_port(bus, {{0x601}}, [&](const Frame& request) {
+  server = open_handler(bus, {{0x601}}, [&](const Frame& request) {
     server->send({0x581, {request.data[0]}}, kNow);
   });
   EXPECT_EQ(client->send({0x601, {42}}, kNow), NKR_OK);
@@ -165,7 +143,7 @@ TEST(InProcessBusHandler, HasAnsweredWhenSendReturns) {
 TEST(InProcessBusHandler, ListenersSeeTheRequestBeforeItsAnswer) {
   InProcessBus bus;
   std::unique_ptr<Port> server;
-  server = open_port(bus, {{0x601}}, [&](const Frame&) { server->send({0x581, {}}, kNow); });
+  server = open_handler(bus, {{0x601}}, [&](const Frame&) { server->send({0x581, {}}, kNow); });
   const auto listener = open_port(bus);
   const auto client = open_port(bus);
   client->send({0x601, {}}, kNow);
@@ -177,12 +155,12 @@ TEST(InProcessBusHandler, GetsWhatItsOwnSendBroughtBackAfterItReturned) {
   std::vector<std::string> order;
   std::unique_ptr<Port> asking;
   std::unique_ptr<Port> answering;
-  asking = open_port(bus, {{0x1}, {0x3}}, [&](const Frame& frame) {
+  asking = open_handler(bus, {{0x1}, {0x3}}, [&](const Frame& frame) {
     order.push_back("begin " + std::to_string(frame.id));
     if (frame.id == 1) asking->send({0x2, {}}, kNow);
     order.push_back("end " + std::to_string(frame.id));
   });
-  answering = open_port(bus, {{0x2}}, [&](const Frame&) { answering->send({0x3, {}}, kNow); });
+  answering = open_handler(bus, {{0x2}}, [&](const Frame&) { answering->send({0x3, {}}, kNow); });
   const auto client = open_port(bus);
   client->send({0x1, {}}, kNow);
   EXPECT_EQ(order, (std::vector<std::string>{"begin 1", "end 1", "begin 3", "end 3"}));
@@ -192,7 +170,7 @@ TEST(InProcessBusHandler, MayCloseItsOwnPort) {
   InProcessBus bus;
   std::unique_ptr<Port> once;
   int calls = 0;
-  once = open_port(bus, {}, [&](const Frame&) {
+  once = open_handler(bus, {}, [&](const Frame&) {
     ++calls;
     once->close();
   });
@@ -207,7 +185,7 @@ TEST(InProcessBusHandler, MayDestroyItsOwnPortAndTheSenders) {
   std::unique_ptr<Port> once;
   std::unique_ptr<Port> sender = open_port(bus);
   int calls = 0;
-  once = open_port(bus, {}, [&](const Frame&) {
+  once = open_handler(bus, {}, [&](const Frame&) {
     ++calls;
     once.reset();
     sender.reset();
@@ -222,7 +200,7 @@ TEST(InProcessBusHandler, IsNotRunningAnyMoreWhenDestructionReturns) {
   const auto sender = open_port(bus);
   std::atomic<bool> entered{false};
   std::atomic<bool> left{false};
-  auto slow = open_port(bus, {}, [&](const Frame&) {
+  auto slow = open_handler(bus, {}, [&](const Frame&) {
     entered = true;
     std::this_thread::sleep_for(50ms);
     left = true;
@@ -238,7 +216,7 @@ TEST(InProcessBusHandler, RunsWithoutALockOfTheBus) {
   InProcessBus bus;
   const auto sender = open_port(bus);
   nkr_error_t sent = NKR_ERROR;
-  const auto handler = open_port(bus, {{0x1}}, [&](const Frame&) {
+  const auto handler = open_handler(bus, {{0x1}}, [&](const Frame&) {
     std::thread other([&] { sent = open_port(bus)->send({0x2, {}}, kNow); });
     other.join();
   });
@@ -281,7 +259,7 @@ TEST(InProcessBus, ManyThreadsSendWhilePortsComeAndGo) {
   std::atomic<int> handled{0};
   std::unique_ptr<Port> server;
   std::atomic<Port*> answering{nullptr};
-  server = open_port(bus, {{0x600, 0x780}}, [&](const Frame& request) {
+  server = open_handler(bus, {{0x600, 0x780}}, [&](const Frame& request) {
     ++handled;
     answering.load()->send({request.id - 0x80, {request.data[0], request.data[1]}}, kNow);
   });
@@ -302,7 +280,7 @@ TEST(InProcessBus, ManyThreadsSendWhilePortsComeAndGo) {
   std::thread churn([&] {
     while (!done) {
       const auto queue = open_port(bus);
-      const auto handler = open_port(bus, {}, [](const Frame&) {});
+      const auto handler = open_handler(bus, {}, [](const Frame&) {});
     }
   });
   std::vector<std::thread> clients;

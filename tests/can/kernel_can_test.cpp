@@ -11,6 +11,8 @@
 #include <nkr/can/open_bus.hpp>
 #include <thread>
 
+#include "can/ports.hpp"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -20,8 +22,6 @@ using nkr::can::Clock;
 using nkr::can::Filter;
 using nkr::can::Frame;
 using nkr::can::Port;
-
-constexpr Clock::time_point kForever = Clock::time_point::max();
 
 Clock::time_point soon() {
   return Clock::now() + 5s;
@@ -49,19 +49,12 @@ class KernelCan : public testing::Test {
     if (bus == nullptr) GTEST_SKIP() << explanation;
   }
 
-  static std::unique_ptr<Port> open(Bus& on, const std::vector<Filter>& filters = {}) {
-    nkr_error_t result = NKR_ERROR;
-    auto port = on.open(filters, result);
-    EXPECT_EQ(result, NKR_OK);
-    return port;
-  }
-
   std::shared_ptr<Bus> bus;
 };
 
 TEST_F(KernelCan, PassesEveryKindOfFrameInOrder) {
-  const auto sender = open(*bus);
-  const auto receiver = open(*bus);
+  const auto sender = open_port(*bus);
+  const auto receiver = open_port(*bus);
   Frame extended{0x12345678, {1, 2, 3}};
   extended.extended = true;
   Frame remote{0x701, {}};
@@ -78,8 +71,8 @@ TEST_F(KernelCan, PassesEveryKindOfFrameInOrder) {
 }
 
 TEST_F(KernelCan, FiltersInTheKernel) {
-  const auto sender = open(*bus);
-  const auto filtered = open(*bus, {{0x581}, {0x700, 0x780}});
+  const auto sender = open_port(*bus);
+  const auto filtered = open_port(*bus, {{0x581}, {0x700, 0x780}});
   Frame extended{0x581, {}};
   extended.extended = true;
   for (const Frame& frame :
@@ -93,8 +86,8 @@ TEST_F(KernelCan, FiltersInTheKernel) {
 }
 
 TEST_F(KernelCan, StampsFramesWithTheTimeOfTheirReception) {
-  const auto sender = open(*bus);
-  const auto receiver = open(*bus);
+  const auto sender = open_port(*bus);
+  const auto receiver = open_port(*bus);
   const auto before = std::chrono::system_clock::now();
   EXPECT_EQ(sender->send({0x1, {}}, soon()), NKR_OK);
   const auto after = std::chrono::system_clock::now();
@@ -107,24 +100,13 @@ TEST_F(KernelCan, StampsFramesWithTheTimeOfTheirReception) {
 }
 
 TEST_F(KernelCan, CloseWakesEveryWaiter) {
-  const auto port = open(*bus, {{0x7FF}});
-  std::atomic<int> closed{0};
-  const auto wait = [&] {
-    Frame frame;
-    if (port->receive(frame, kForever) == NKR_CAN_CLOSED) ++closed;
-  };
-  std::thread first(wait);
-  std::thread second(wait);
-  std::this_thread::sleep_for(50ms);
-  port->close();
-  first.join();
-  second.join();
-  EXPECT_EQ(closed, 2);
+  const auto port = open_port(*bus, {{0x7FF}});
+  expect_close_wakes_every_receiver(*port);
 }
 
 TEST_F(KernelCan, CountsWhatAPortLostWhileNobodyReceived) {
-  const auto sender = open(*bus);
-  const auto slow = open(*bus);
+  const auto sender = open_port(*bus);
+  const auto slow = open_port(*bus);
   constexpr std::uint32_t kFlood = 20000;
   for (std::uint32_t i = 0; i < kFlood; ++i) EXPECT_EQ(sender->send({i & 0x7FF, {}}, soon()), NKR_OK);
   Frame frame;
@@ -150,8 +132,8 @@ TEST_F(KernelCan, WorksOnAfterTheInterfaceWasDown) {
   std::string explanation;
   const auto other = nkr::can::open_bus("vcan1", result, explanation);
   ASSERT_NE(other, nullptr) << explanation;
-  const auto sender = open(*other);
-  const auto receiver = open(*other, {{0x581}});
+  const auto sender = open_port(*other);
+  const auto receiver = open_port(*other, {{0x581}});
   if (!set_up("vcan1", false)) GTEST_SKIP() << "needs the right to set interfaces down";
   Frame frame;
   EXPECT_EQ(receiver->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
@@ -172,8 +154,8 @@ TEST_F(KernelCan, WorksOnAfterTheInterfaceWasRemovedAndCreatedAnew) {
   std::string explanation;
   const auto plugged = nkr::can::open_bus("vcan9", result, explanation);
   ASSERT_NE(plugged, nullptr) << explanation;
-  const auto sender = open(*plugged);
-  const auto receiver = open(*plugged, {{0x581}});
+  const auto sender = open_port(*plugged);
+  const auto receiver = open_port(*plugged, {{0x581}});
   ASSERT_EQ(std::system("ip link del vcan9"), 0);
   Frame frame;
   EXPECT_EQ(receiver->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
@@ -192,8 +174,8 @@ TEST_F(KernelCan, WorksOnAfterTheInterfaceWasRemovedAndCreatedAnew) {
 }
 
 TEST_F(KernelCan, ManyRoundTripsBetweenThreads) {
-  const auto server = open(*bus, {{0x601}});
-  const auto client = open(*bus, {{0x581}});
+  const auto server = open_port(*bus, {{0x601}});
+  const auto client = open_port(*bus, {{0x581}});
   constexpr int kRounds = 500;
   std::thread serving([&] {
     Frame request;

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "can/fake_can_system.hpp"
+#include "can/ports.hpp"
 
 namespace {
 
@@ -16,9 +17,6 @@ using nkr::can::Frame;
 using nkr::can::LinkState;
 using nkr::can::Port;
 using nkr::can::SocketCanBus;
-
-constexpr Clock::time_point kNow{};
-constexpr Clock::time_point kForever = Clock::time_point::max();
 
 /** An error frame of the kernel: class bits as in linux/can/error.h, detail in data byte 1. */
 Frame error_frame(std::uint32_t classes, std::uint8_t controller = 0, std::uint8_t tx = 0,
@@ -36,10 +34,7 @@ constexpr std::uint32_t kRestarted = 0x100;
 class SocketCanBusTest : public testing::Test {
  protected:
   std::unique_ptr<Port> open(const std::vector<Filter>& filters = {{0x580, 0x780}}) {
-    nkr_error_t result = NKR_ERROR;
-    auto port = bus.open(filters, result);
-    EXPECT_EQ(result, NKR_OK);
-    return port;
+    return open_port(bus, filters);
   }
   static nkr_error_t receive(Port& port, Frame& frame) { return port.receive(frame, kNow); }
 
@@ -164,20 +159,7 @@ TEST_F(SocketCanBusTest, CloseEndsAWaitInAFullQueue) {
 
 TEST_F(SocketCanBusTest, CloseWakesEveryReceiver) {
   const auto port = open();
-  std::atomic<int> closed{0};
-  const auto wait = [&] {
-    Frame received;
-    if (port->receive(received, kForever) == NKR_CAN_CLOSED) ++closed;
-  };
-  std::thread first(wait);
-  std::thread second(wait);
-  std::this_thread::sleep_for(30ms);
-  port->close();
-  first.join();
-  second.join();
-  EXPECT_EQ(closed, 2);
-  EXPECT_EQ(receive(*port, frame), NKR_CAN_CLOSED);
-  EXPECT_EQ(port->send({0x601, {}}, kNow), NKR_CAN_CLOSED);
+  expect_close_wakes_every_receiver(*port);
 }
 
 TEST_F(SocketCanBusTest, ALostInterfaceIsToldOnceAndWaitedForWithoutSpinning) {

@@ -4,6 +4,8 @@
 #include <sstream>
 #include <thread>
 
+#include "can/ports.hpp"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -16,8 +18,6 @@ using nkr::can::InProcessBus;
 using nkr::can::TracedFrame;
 using nkr::can::TracingBus;
 using std::chrono::system_clock;
-
-constexpr Clock::time_point kNow{};
 
 std::vector<std::pair<Direction, Frame>> directions(const std::vector<TracedFrame>& traced) {
   std::vector<std::pair<Direction, Frame>> pairs;

@@ -14,6 +14,8 @@
 #include <nkr/can/open_bus.hpp>
 #include <thread>
 
+#include "can/ports.hpp"
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -23,9 +25,6 @@ using nkr::can::Clock;
 using nkr::can::Filter;
 using nkr::can::Frame;
 using nkr::can::Port;
-
-constexpr Clock::time_point kNow{};
-constexpr Clock::time_point kForever = Clock::time_point::max();
 
 Clock::time_point soon() {
   return Clock::now() + 20s;
@@ -92,12 +91,6 @@ class UnixBusTest : public testing::Test {
     EXPECT_EQ(result, NKR_OK) << explanation;
     return bus;
   }
-  static std::unique_ptr<Port> open(Bus& bus, const std::vector<Filter>& filters = {}) {
-    nkr_error_t result = NKR_ERROR;
-    auto port = bus.open(filters, result);
-    EXPECT_EQ(result, NKR_OK);
-    return port;
-  }
   static void expect_receives(Port& port, const Frame& expected) {
     Frame frame;
     ASSERT_EQ(port.receive(frame, soon()), NKR_OK);
@@ -132,9 +125,9 @@ TEST_F(UnixBusTest, EveryMemberHearsEveryOthersFramesInOrder) {
   const auto first = open_bus();
   const auto second = open_bus();
   EXPECT_EQ(first->name(), name);
-  const auto a = open(*first);
-  const auto b = open(*first);
-  const auto c = open(*second);
+  const auto a = open_port(*first);
+  const auto b = open_port(*first);
+  const auto c = open_port(*second);
   for (std::uint32_t i = 0; i < 100; ++i) EXPECT_EQ(a->send({0x100 + i, {1}}, soon()), NKR_OK);
   for (std::uint32_t i = 0; i < 100; ++i) {
     expect_receives(*b, {0x100 + i, {1}});
@@ -149,8 +142,8 @@ TEST_F(UnixBusTest, EveryMemberHearsEveryOthersFramesInOrder) {
 
 TEST_F(UnixBusTest, FiltersLetPassWhatMatches) {
   const auto bus = open_bus();
-  const auto sender = open(*bus);
-  const auto filtered = open(*bus, {{0x581}});
+  const auto sender = open_port(*bus);
+  const auto filtered = open_port(*bus, {{0x581}});
   sender->send({0x582, {}}, soon());
   sender->send({0x581, {1}}, soon());
   expect_receives(*filtered, {0x581, {1}});
@@ -158,7 +151,7 @@ TEST_F(UnixBusTest, FiltersLetPassWhatMatches) {
 
 TEST_F(UnixBusTest, ReceiveTimesOutAtTheDeadline) {
   const auto bus = open_bus();
-  const auto port = open(*bus);
+  const auto port = open_port(*bus);
   Frame frame;
   const auto begin = Clock::now();
   EXPECT_EQ(port->receive(frame, begin + 50ms), NKR_CAN_TIMED_OUT);
@@ -168,28 +161,16 @@ TEST_F(UnixBusTest, ReceiveTimesOutAtTheDeadline) {
 
 TEST_F(UnixBusTest, CloseWakesEveryWaiterAndLaterCallsAnswerClosed) {
   const auto bus = open_bus();
-  const auto port = open(*bus);
-  std::atomic<int> closed{0};
-  const auto wait = [&] {
-    Frame frame;
-    if (port->receive(frame, kForever) == NKR_CAN_CLOSED) ++closed;
-  };
-  std::thread first(wait);
-  std::thread second(wait);
-  std::this_thread::sleep_for(30ms);
-  port->close();
-  first.join();
-  second.join();
-  EXPECT_EQ(closed, 2);
-  EXPECT_EQ(port->send({0x1, {}}, kNow), NKR_CAN_CLOSED);
+  const auto port = open_port(*bus);
+  expect_close_wakes_every_receiver(*port);
 }
 
 TEST_F(UnixBusTest, WhenTheListenerGoesMembersAreToldOnceAndGoOnWithoutIt) {
   auto listening = open_bus();
   const auto other = open_bus();
   const auto third = open_bus();
-  const auto a = open(*other);
-  const auto b = open(*third);
+  const auto a = open_port(*other);
+  const auto b = open_port(*third);
   listening.reset();
   Frame frame;
   EXPECT_EQ(a->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
@@ -205,12 +186,12 @@ TEST_F(UnixBusTest, WhenTheListenerGoesMembersAreToldOnceAndGoOnWithoutIt) {
 TEST_F(UnixBusTest, ASenderFindsTheListenerGoneAndGoesOn) {
   auto listening = open_bus();
   const auto other = open_bus();
-  const auto port = open(*other);
+  const auto port = open_port(*other);
   listening.reset();
   EXPECT_EQ(port->send({0x1, {}}, soon()), NKR_CAN_INTERFACE_GONE);
   EXPECT_EQ(port->send({0x2, {}}, soon()), NKR_OK);
   const auto newcomer_bus = open_bus();
-  const auto newcomer = open(*newcomer_bus);
+  const auto newcomer = open_port(*newcomer_bus);
   EXPECT_EQ(port->send({0x3, {}}, soon()), NKR_OK);
   expect_receives(*newcomer, {0x3, {}});
 }
@@ -227,8 +208,8 @@ TEST_F(UnixBusTest, ReplacesTheSocketFileOfAKilledListener) {
   ASSERT_EQ(::access(path.c_str(), F_OK), 0);
   const auto bus = open_bus();
   ASSERT_NE(bus, nullptr);
-  const auto a = open(*bus);
-  const auto b = open(*bus);
+  const auto a = open_port(*bus);
+  const auto b = open_port(*bus);
   EXPECT_EQ(a->send({0x1, {}}, soon()), NKR_OK);
   expect_receives(*b, {0x1, {}});
 }
@@ -236,7 +217,7 @@ TEST_F(UnixBusTest, ReplacesTheSocketFileOfAKilledListener) {
 TEST_F(UnixBusTest, AnswersComeFromAnotherProcess) {
   const Process server([this] { serve(name); });
   const auto bus = open_bus();
-  const auto client = open(*bus, {{0x581}});
+  const auto client = open_port(*bus, {{0x581}});
   EXPECT_TRUE(becomes_answered(*client, 1));
 }
 
@@ -245,7 +226,7 @@ TEST_F(UnixBusTest, MembersOutliveAKilledListener) {
   while (::access(path.c_str(), F_OK) != 0) std::this_thread::sleep_for(1ms);
   const Process server([this] { serve(name); });
   const auto bus = open_bus();
-  const auto client = open(*bus, {{0x581}});
+  const auto client = open_port(*bus, {{0x581}});
   EXPECT_TRUE(becomes_answered(*client, 1));
   listening.kill();
   Frame frame;
@@ -258,12 +239,12 @@ TEST_F(UnixBusTest, MembersOutliveAKilledListener) {
 TEST_F(UnixBusTest, AKilledMemberDisturbsNobody) {
   const Process server([this] { serve(name); });
   const auto bus = open_bus();
-  const auto client = open(*bus, {{0x581}});
+  const auto client = open_port(*bus, {{0x581}});
   ASSERT_TRUE(becomes_answered(*client, 1));
   for (std::uint8_t round = 2; round < 8; ++round) {
     Process chatty([this] {
       const auto own_bus = open_bus();
-      const auto port = open(*own_bus);
+      const auto port = open_port(*own_bus);
       for (;;) port->send({0x7E0, {1, 2, 3}}, kNow);
     });
     std::this_thread::sleep_for(20ms);
@@ -275,9 +256,9 @@ TEST_F(UnixBusTest, AKilledMemberDisturbsNobody) {
 
 TEST_F(UnixBusTest, ASlowMemberBlocksNobodyAndLearnsWhatItLost) {
   const auto bus = open_bus();
-  const auto sender = open(*bus);
-  const auto quick = open(*bus);
-  const auto slow = open(*bus);
+  const auto sender = open_port(*bus);
+  const auto quick = open_port(*bus);
+  const auto slow = open_port(*bus);
   constexpr std::uint64_t kFrames = 30000;
   for (std::uint64_t i = 0; i < kFrames; ++i) {
     ASSERT_EQ(sender->send({static_cast<std::uint32_t>(i & 0x7FF), {}}, soon()), NKR_OK);
@@ -297,8 +278,8 @@ TEST_F(UnixBusTest, ASlowMemberBlocksNobodyAndLearnsWhatItLost) {
 
 TEST_F(UnixBusTest, WhoBreaksTheFormatIsShownOut) {
   const auto bus = open_bus();
-  const auto a = open(*bus);
-  const auto b = open(*bus);
+  const auto a = open_port(*bus);
+  const auto b = open_port(*bus);
   const int stranger = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -333,7 +314,7 @@ TEST_F(UnixBusTest, SaysWhyAPathCannotBeUsed) {
 
 TEST_F(UnixBusTest, MembersComeAndGoWhileOthersTalk) {
   const auto stable = open_bus();
-  const auto server = open(*stable, {{0x601}});
+  const auto server = open_port(*stable, {{0x601}});
   std::thread serving([&] {
     Frame request;
     nkr_error_t result = NKR_OK;
@@ -345,12 +326,12 @@ TEST_F(UnixBusTest, MembersComeAndGoWhileOthersTalk) {
   std::thread churn([&] {
     while (!done) {
       const auto bus = open_bus();
-      const auto port = open(*bus);
+      const auto port = open_port(*bus);
       port->send({0x700, {}}, soon());
     }
   });
   const auto bus = open_bus();
-  const auto client = open(*bus, {{0x581}});
+  const auto client = open_port(*bus, {{0x581}});
   for (std::uint8_t round = 0; round < 100; ++round) EXPECT_TRUE(becomes_answered(*client, round));
   done = true;
   churn.join();
