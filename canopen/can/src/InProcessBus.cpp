@@ -43,12 +43,12 @@ class Member {
   Member(std::vector<Filter> filters, InProcessBus::Handler handler)
       : filters_(std::move(filters)), handler_(std::move(handler)) {}
 
+  [[nodiscard]] const std::vector<Filter>& filters() const { return filters_; }
   [[nodiscard]] bool has_handler() const { return static_cast<bool>(handler_); }
   [[nodiscard]] bool closed() const { return closed_.load(); }
   FrameQueue& queue() { return queue_; }
 
   void deliver(const Frame& frame) {
-    if (!passes(filters_, frame)) return;
     if (!handler_) {
       queue_.push(frame);
     } else if (Activation* const activation = activation_of(this)) {
@@ -99,8 +99,62 @@ class Member {
   std::condition_variable idle_;
 };
 
-/** Queues first: whoever listens sees a request before the answer that a handler gives to it. */
-using Members = std::vector<std::shared_ptr<Member>>;
+constexpr std::uint32_t kExtended = 1U << 31;
+constexpr std::uint32_t kError = 1U << 30;
+
+/** A frame as filters see it: an 11-bit filter matches neither of the two flags. */
+std::uint32_t key_of(const Frame& frame) {
+  return frame.id | (frame.extended ? kExtended : 0) | (frame.error ? kError : 0);
+}
+
+/** One filter of one member. */
+struct Route {
+  std::uint32_t key;
+  std::uint32_t mask;
+  Member* member;
+};
+
+/**
+ * The members of the bus, and their filters in one flat list: among 127 nodes a frame finds its way in one
+ * pass. Queues stand first: whoever listens sees a request before the answer that a handler gives to it.
+ */
+class Roster {
+ public:
+  void add(const std::shared_ptr<Member>& member) {
+    members_.insert(member->has_handler() ? members_.end() : members_.begin(), member);
+    lay_out_routes();
+  }
+
+  void remove(const std::shared_ptr<Member>& member) {
+    members_.erase(std::remove(members_.begin(), members_.end(), member), members_.end());
+    lay_out_routes();
+  }
+
+  void deliver(const Frame& frame, const Member* sender) const {
+    const std::uint32_t key = key_of(frame);
+    const Member* served = sender;
+    for (const Route& route : routes_) {
+      if (((key ^ route.key) & route.mask) != 0 || route.member == served || route.member == sender) continue;
+      served = route.member;
+      route.member->deliver(frame);
+    }
+  }
+
+  [[nodiscard]] const std::vector<std::shared_ptr<Member>>& members() const { return members_; }
+
+ private:
+  void lay_out_routes() {
+    routes_.clear();
+    for (const auto& member : members_) {
+      if (member->filters().empty()) routes_.push_back({0, 0, member.get()});
+      for (const Filter& filter : member->filters())
+        routes_.push_back({filter.id, filter.mask | kExtended | kError, member.get()});
+    }
+  }
+
+  std::vector<std::shared_ptr<Member>> members_;
+  std::vector<Route> routes_;
+};
 
 nkr_error_t refusal(BusState state) {
   if (state == BusState::bus_off) return NKR_CAN_BUS_OFF;
@@ -111,28 +165,27 @@ nkr_error_t refusal(BusState state) {
 
 struct InProcessBus::State {
   std::mutex mutex;
-  std::shared_ptr<const Members> members = std::make_shared<Members>();  ///< replaced, never changed
+  std::shared_ptr<const Roster> roster = std::make_shared<Roster>();  ///< replaced, never changed
   std::atomic<BusState> state{BusState::error_active};
 
-  std::shared_ptr<const Members> snapshot() {
+  std::shared_ptr<const Roster> snapshot() {
     const std::lock_guard<std::mutex> lock(mutex);
-    return members;
+    return roster;
   }
 
   void add(const std::shared_ptr<Member>& member) {
     const std::lock_guard<std::mutex> lock(mutex);
-    auto changed = std::make_shared<Members>(*members);
-    changed->insert(member->has_handler() ? changed->end() : changed->begin(), member);
-    members = std::move(changed);
+    auto changed = std::make_shared<Roster>(*roster);
+    changed->add(member);
+    roster = std::move(changed);
   }
 
   void remove(const std::shared_ptr<Member>& member) {
-    std::shared_ptr<const Members>
-        old;  // outlives the lock: the last owner of a handler destroys what it captured
+    std::shared_ptr<const Roster> old;  // outlives the lock: its end may destroy what a handler captured
     const std::lock_guard<std::mutex> lock(mutex);
-    auto changed = std::make_shared<Members>(*members);
-    changed->erase(std::remove(changed->begin(), changed->end(), member), changed->end());
-    old = std::exchange(members, std::move(changed));
+    auto changed = std::make_shared<Roster>(*roster);
+    changed->remove(member);
+    old = std::exchange(roster, std::move(changed));
   }
 };
 
@@ -148,10 +201,7 @@ class InProcessBus::MemberPort : public Port {
     if (refused != NKR_OK) return refused;
     // A handler may destroy this port: from here on nothing of it is touched.
     const Member* const self = member_.get();
-    const std::shared_ptr<const Members> members = bus_->snapshot();
-    for (const auto& member : *members) {
-      if (member.get() != self) member->deliver(frame);
-    }
+    bus_->snapshot()->deliver(frame, self);
     return NKR_OK;
   }
 
@@ -196,8 +246,8 @@ std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, Han
 
 void InProcessBus::set_state(BusState state) {
   state_->state = state;
-  const std::shared_ptr<const Members> members = state_->snapshot();
-  for (const auto& member : *members) member->queue().tell(refusal(state));
+  const std::shared_ptr<const Roster> roster = state_->snapshot();
+  for (const auto& member : roster->members()) member->queue().tell(refusal(state));
 }
 
 }  // namespace nkr::can
