@@ -7,8 +7,6 @@
 namespace nkr::canopen {
 namespace {
 
-constexpr std::uint32_t kNmtCommandId = 0x000;
-constexpr std::uint32_t kSyncId = 0x080;
 constexpr std::uint8_t kAllNodes = 0;
 constexpr std::uint32_t kTargetVelocity = 0x60420000;
 
@@ -24,8 +22,15 @@ bool is_defined(canopencore::NMTCommand command) {
   return false;
 }
 
-can::Frame nmt_frame(canopencore::NMTCommand command, std::uint8_t node) {
-  return {kNmtCommandId, {static_cast<std::uint8_t>(command), node}};
+bool resets(canopencore::NMTCommand command) {
+  return command == canopencore::NMTCommand::RESET_NODE ||
+         command == canopencore::NMTCommand::RESET_COMMUNICATION;
+}
+
+template <class Core>
+nkr_error_t send_command(Core& core, canopencore::NMTCommand command, std::uint8_t node) {
+  if (!is_defined(command)) return NKR_ERROR;
+  return core.send_nmt(static_cast<std::uint8_t>(command), node, resets(command));
 }
 
 bool fits_in_16_bits(std::int32_t order) {
@@ -64,8 +69,70 @@ void Client::setObjectTimeout(std::uint32_t address, Duration timeout) {
 
 nkr_error_t Client::setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout) {
   if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
-  core_->nmt().set_heartbeat_timeout(nodeId, timeout);
+  core_->set_heartbeat_timeout(nodeId, timeout);
   return NKR_OK;
+}
+
+nkr_error_t Client::expectNode(std::uint8_t nodeId, Duration within) {
+  const nkr_error_t refused = core_->refusal(nodeId);
+  if (refused == NKR_OK) core_->expect(nodeId, within);
+  return refused;
+}
+
+nkr_error_t Client::startHeartbeat(std::uint8_t nodeId, Duration period) {
+  const nkr_error_t refused = core_->refusal(nodeId);
+  if (refused != NKR_OK) return refused;
+  if (period <= Duration::zero()) return NKR_ERROR;
+  core_->producers()->start_heartbeat(nodeId, period);
+  return NKR_OK;
+}
+
+void Client::stopHeartbeat() {
+  if (core_->producers() != nullptr) core_->producers()->stop_heartbeat();
+}
+
+nkr_error_t Client::startSync(std::chrono::microseconds period) {
+  const nkr_error_t refused = core_->refusal();
+  if (refused != NKR_OK) return refused;
+  if (period <= std::chrono::microseconds::zero()) return NKR_ERROR;
+  core_->producers()->start_sync(period);
+  return NKR_OK;
+}
+
+void Client::stopSync() {
+  if (core_->producers() != nullptr) core_->producers()->stop_sync();
+}
+
+int Client::subscribe(EventHandler handler) {
+  return core_->events().subscribe(std::move(handler));
+}
+
+void Client::unsubscribe(int subscription) {
+  core_->events().unsubscribe(subscription);
+}
+
+std::vector<Emergency> Client::getEmergencies(std::uint8_t nodeId) const {
+  return core_->emergencies().of(nodeId);
+}
+
+std::vector<Emergency> Client::getActiveEmergencies(std::uint8_t nodeId) const {
+  return core_->emergencies().active(nodeId);
+}
+
+nkr_error_t Client::getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const {
+  if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
+  return core_->failures().last(nodeId, failure) ? NKR_OK : NKR_NOT_AVAILABLE;
+}
+
+nkr_error_t Client::getLastFailureText(const std::uint8_t& nodeId, std::string& text) {
+  RequestFailure failure;
+  const nkr_error_t result = getLastFailure(nodeId, failure);
+  if (result == NKR_OK) text = to_string(failure);
+  return result;
+}
+
+void Client::setObjectNameResolver(ObjectNameResolver resolver) {
+  core_->failures().set_resolver(std::move(resolver));
 }
 
 nkr_error_t Client::sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) {
@@ -86,11 +153,11 @@ nkr_error_t Client::sync(const canopenservice::TavIn& request, canopenservice::T
 }
 
 nkr_error_t Client::broadcastNMTCommand(const canopencore::NMTCommand& command) {
-  return is_defined(command) ? core_->send(nmt_frame(command, kAllNodes)) : NKR_ERROR;
+  return send_command(*core_, command, kAllNodes);
 }
 
 nkr_error_t Client::sendSync() {
-  return core_->send({kSyncId, {}});
+  return core_->send_sync();
 }
 
 nkr_error_t Client::getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t& milliseconds) {
@@ -113,7 +180,7 @@ nkr_error_t Client::getNMTState(const std::uint8_t& nodeId, canopencore::NMTStat
 nkr_error_t Client::setNMTState(const std::uint8_t& nodeId, const canopencore::NMTCommand& command) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
-  return is_defined(command) ? core_->send(nmt_frame(command, nodeId)) : NKR_ERROR;
+  return send_command(*core_, command, nodeId);
 }
 
 }  // namespace nkr::canopen

@@ -12,6 +12,16 @@ constexpr std::uint32_t kFunctionMask = 0x780;
 constexpr std::uint32_t kErrorControl = 0x700;
 constexpr std::uint32_t kEmergency = 0x080;
 constexpr std::uint32_t kNodeMask = 0x07F;
+constexpr std::uint32_t kNmtCommandId = 0x000;
+constexpr std::uint8_t kAllNodes = 0;
+
+/** How long ago "a moment ago" may be when a failure is explained. */
+constexpr std::chrono::seconds kBooting{3};
+constexpr std::chrono::seconds kRecently{10};
+
+std::chrono::milliseconds milliseconds(Clock::duration duration) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
+}
 
 }  // namespace
 
@@ -24,8 +34,16 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
   for (std::uint8_t node = 1; node <= kLastNode; ++node)
     channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_.late_reply_grace, heard_);
   port_ = bus_->open({{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}}, opening_result_);
-  if (port_)
-    listener_ = std::make_unique<Listener>(*port_, [this](const can::Frame& frame) { arrived(frame); });
+  if (!port_) return;
+  timers_.set(Timers::Slot::heartbeat_consumer, TimePoint::max(), [this](TimePoint /*due*/) {
+    post(nmt_.check(Clock::now()));
+    return nmt_.next_check();
+  });
+  producers_ = std::make_unique<Producers>(*port_, timers_, options_.sync_counter_overflow);
+  if (is_node(options_.host_node_id))
+    producers_->start_heartbeat(options_.host_node_id, options_.host_heartbeat_period);
+  listener_ = std::make_unique<Listener>(
+      *port_, [this](nkr_error_t result, const can::Frame& frame) { received(result, frame); });
 }
 
 Client::Core::~Core() {
@@ -34,44 +52,163 @@ Client::Core::~Core() {
 
 void Client::Core::close() {
   closed_ = true;
+  timers_.close();
   if (port_) port_->close();
   for (const auto& channel : channels_) {
     if (channel) channel->close();
   }
+  events_.close();  // last: a handler may wait for an answer
 }
 
-nkr_error_t Client::Core::refusal(std::uint8_t node) const {
-  if (!is_node(node)) return NKR_CAN_INVALID_NODE;
+nkr_error_t Client::Core::refusal() const {
   if (opening_result_ != NKR_OK) return opening_result_;
   return closed_.load() ? NKR_CAN_CLOSED : NKR_OK;
 }
 
-nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink) {
-  const nkr_error_t refused = refusal(node);
-  if (refused != NKR_OK) return refused;
+nkr_error_t Client::Core::refusal(std::uint8_t node) const {
+  return is_node(node) ? refusal() : NKR_CAN_INVALID_NODE;
+}
+
+template <class Transfer>
+nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool is_write,
+                                  Transfer transfer) {
+  if (!is_node(node)) return NKR_CAN_INVALID_NODE;
+  const TimePoint start = Clock::now();
   const auto object = sdo::Object::of_address(address);
-  return channels_.at(node)->upload(object, timeouts_.of(node, object), sink);
+  TransferResult result{refusal(), false, {}};
+  if (result.code == NKR_OK) result = transfer(*channels_.at(node), object, timeouts_.of(node, object));
+  if (result.code == NKR_OK) {
+    failures_.succeeded(node, object.address());
+  } else if (result.code != NKR_CAN_WOULD_DEADLOCK) {
+    note_failure(node, object, is_write, result, start);
+  }
+  return result.code;
+}
+
+nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink) {
+  return request(node, address, false, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
+    return channel.upload(object, timeout, sink);
+  });
 }
 
 nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes,
                                    std::size_t size) {
-  const nkr_error_t refused = refusal(node);
-  if (refused != NKR_OK) return refused;
-  const auto object = sdo::Object::of_address(address);
-  return channels_.at(node)->download(object, timeouts_.of(node, object), bytes, size);
+  return request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
+    return channel.download(object, timeout, bytes, size);
+  });
 }
 
-nkr_error_t Client::Core::send(const can::Frame& frame) {
-  if (opening_result_ != NKR_OK) return opening_result_;
-  return port_->send(frame, Clock::now() + options_.sdo_timeout);
+void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_write,
+                                const TransferResult& result, TimePoint start) {
+  const TimePoint now = Clock::now();
+  RequestFailure failure;
+  failure.node = node;
+  failure.address = object.address();
+  failure.was_write = is_write;
+  failure.code = result.code;
+  failure.elapsed = milliseconds(now - start);
+  failure.when = std::chrono::system_clock::now();
+  failure.bus_name = bus_ ? bus_->name() : "none";
+  if (port_) failure.bus = port_->status();
+  TimePoint heard;
+  if (heard_.last(node, heard)) {
+    failure.last_heard = milliseconds(now - heard);
+  } else {
+    failure.other_node = heard_.any_node();
+  }
+  failure.nmt_state = nmt_.state(node, now);
+  failure.cause = likely_cause(failure, circumstances(node, result, now));
+  failures_.failed(std::move(failure));
+}
+
+Circumstances Client::Core::circumstances(std::uint8_t node, const TransferResult& result,
+                                          TimePoint now) const {
+  const bool answered = result.last_answer != TimePoint{};
+  TimePoint booted;
+  const bool booting = nmt_.is_booting(node, booted);
+  Circumstances found;
+  found.by_node = result.by_node;
+  found.heartbeat_lost = nmt_.is_lost(node, now);
+  found.just_booted = booting && now - booted < kBooting && (!answered || result.last_answer < booted);
+  found.answered_other_requests = answered && now - result.last_answer < kRecently;
+  return found;
+}
+
+nkr_error_t Client::Core::send_nmt(std::uint8_t command, std::uint8_t node, bool resets) {
+  const nkr_error_t refused = refusal();
+  if (refused != NKR_OK) return refused;
+  if (resets) {
+    for (std::uint8_t id = 1; id <= kLastNode; ++id) {
+      if (node == id || node == kAllNodes) nmt_.reset_commanded(id);
+    }
+  }
+  return port_->send({kNmtCommandId, {command, node}}, Clock::now() + options_.sdo_timeout);
+}
+
+nkr_error_t Client::Core::send_sync() {
+  const nkr_error_t refused = refusal();
+  return refused == NKR_OK ? producers_->send_sync(Clock::now() + options_.sdo_timeout) : refused;
+}
+
+void Client::Core::expect(std::uint8_t node, Duration within) {
+  TimePoint heard;
+  if (heard_.last(node, heard)) return;
+  nmt_.expect(node, Clock::now() + within);
+  watch_heartbeats();
+}
+
+void Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
+  nmt_.set_heartbeat_timeout(node, timeout);
+  watch_heartbeats();
+}
+
+/** Has the timers look at the heartbeats when the earliest may be lost. */
+void Client::Core::watch_heartbeats() {
+  timers_.wake(Timers::Slot::heartbeat_consumer, nmt_.next_check());
+}
+
+void Client::Core::post(const NmtMonitor::Events& events) {
+  for (const Event& event : events) events_.post(event);
+}
+
+void Client::Core::received(nkr_error_t result, const can::Frame& frame) {
+  if (result != NKR_OK) return bus_failed(result);
+  if (std::exchange(bus_failed_, false)) {
+    Event event;
+    event.kind = Event::Kind::bus_returned;
+    events_.post(event);
+  }
+  if (!frame.extended && !frame.remote && !frame.error && (frame.id & kNodeMask) != 0) arrived(frame);
+}
+
+void Client::Core::bus_failed(nkr_error_t result) {
+  if (result != NKR_CAN_BUS_OFF && result != NKR_CAN_INTERFACE_GONE) return;
+  bus_failed_ = true;
+  Event event;
+  event.kind = result == NKR_CAN_BUS_OFF ? Event::Kind::bus_off : Event::Kind::interface_gone;
+  events_.post(event);
 }
 
 void Client::Core::arrived(const can::Frame& frame) {
-  const auto node = static_cast<std::uint8_t>(frame.id & kNodeMask);
-  if (frame.extended || frame.remote || frame.error || node == 0) return;
-  const Clock::time_point now = Clock::now();
-  heard_.heard(node, now);
-  if ((frame.id & kFunctionMask) == kErrorControl) nmt_.arrived(frame, now);
+  const TimePoint now = Clock::now();
+  heard_.heard(frame.id & kNodeMask, now);
+  if ((frame.id & kFunctionMask) == kErrorControl) return error_control_arrived(frame, now);
+  Event event;
+  event.kind = Event::Kind::emergency;
+  if (!emergencies_.arrived(frame, event.emergency)) return;
+  event.node = event.emergency.node;
+  event.state = nmt_.state(event.node, now);
+  events_.post(event);
+}
+
+void Client::Core::error_control_arrived(const can::Frame& frame, TimePoint now) {
+  const NmtMonitor::Events events = nmt_.arrived(frame, now);
+  for (const Event& event : events) {
+    if (event.kind == Event::Kind::boot_up || event.kind == Event::Kind::unexpected_boot_up)
+      emergencies_.node_restarted(event.node);
+  }
+  post(events);
+  if (!events.empty()) watch_heartbeats();
 }
 
 }  // namespace nkr::canopen

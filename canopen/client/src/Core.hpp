@@ -8,11 +8,17 @@
 #include <memory>
 #include <nkr/canopen/Client.hpp>
 
+#include "Diagnosis.hpp"
+#include "EmergencyHistory.hpp"
+#include "EventQueue.hpp"
+#include "FailureLog.hpp"
 #include "HeardTimes.hpp"
 #include "Listener.hpp"
 #include "NmtMonitor.hpp"
 #include "NodeChannel.hpp"
+#include "Producers.hpp"
 #include "Timeouts.hpp"
+#include "Timers.hpp"
 #include "sdo/Sink.hpp"
 
 namespace nkr::canopen {
@@ -32,30 +38,60 @@ class Client::Core {
 
   nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink);
   nkr_error_t download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes, std::size_t size);
-  /** Sends a frame that has no answer. */
-  nkr_error_t send(const can::Frame& frame);
+  nkr_error_t send_nmt(std::uint8_t command, std::uint8_t node, bool resets);
+  nkr_error_t send_sync();
+  /** The node shall give a sign of life within that time. */
+  void expect(std::uint8_t node, Duration within);
+  void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
 
+  /** NKR_OK when requests can be made. */
+  [[nodiscard]] nkr_error_t refusal() const;
   /** NKR_OK when requests to the node can be made. */
   [[nodiscard]] nkr_error_t refusal(std::uint8_t node) const;
 
   Timeouts& timeouts() { return timeouts_; }
   NmtMonitor& nmt() { return nmt_; }
+  EmergencyHistory& emergencies() { return emergencies_; }
+  FailureLog& failures() { return failures_; }
+  EventQueue& events() { return events_; }
+  /** Null without a bus. */
+  Producers* producers() { return producers_.get(); }
   [[nodiscard]] const HeardTimes& heard() const { return heard_; }
 
  private:
   static constexpr std::uint8_t kLastNode = 127;
+  using TimePoint = can::Clock::time_point;
 
+  template <class Transfer>
+  nkr_error_t request(std::uint8_t node, std::uint32_t address, bool is_write, Transfer transfer);
+  void note_failure(std::uint8_t node, sdo::Object object, bool is_write, const TransferResult& result,
+                    TimePoint start);
+  [[nodiscard]] Circumstances circumstances(std::uint8_t node, const TransferResult& result,
+                                            TimePoint now) const;
+
+  void received(nkr_error_t result, const can::Frame& frame);
   void arrived(const can::Frame& frame);
+  void error_control_arrived(const can::Frame& frame, TimePoint now);
+  void bus_failed(nkr_error_t result);
+  void post(const NmtMonitor::Events& events);
+  void watch_heartbeats();
 
   const std::shared_ptr<can::Bus> bus_;
   const ClientOptions options_;
   nkr_error_t opening_result_ = NKR_CAN_NOT_CONNECTED;
   std::atomic<bool> closed_{false};
+  bool bus_failed_ = false;  ///< of the listener's thread
   Timeouts timeouts_;
   HeardTimes heard_;
   NmtMonitor nmt_;
+  EmergencyHistory emergencies_;
+  FailureLog failures_;
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
   std::unique_ptr<can::Port> port_;  ///< for all that is no SDO; never replaced
+  std::unique_ptr<Producers> producers_;
+  // The threads end before what they work on.
+  EventQueue events_;
+  Timers timers_;
   std::unique_ptr<Listener> listener_;
 };
 

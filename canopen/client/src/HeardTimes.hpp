@@ -21,6 +21,13 @@ class HeardTimes {
     when = can::Clock::time_point(can::Clock::duration(ticks));
     return true;
   }
+  /** The lowest id of a node that was heard; 0: none was. */
+  [[nodiscard]] std::uint8_t any_node() const {
+    for (std::uint8_t node = 1; node < times_.size(); ++node) {
+      if (times_.at(node).load(std::memory_order_relaxed) != kNever) return node;
+    }
+    return 0;
+  }
 
  private:
   using Ticks = can::Clock::duration::rep;

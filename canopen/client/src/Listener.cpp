@@ -10,7 +10,7 @@ void listen(can::Port& port, const Listener::Handler& handler) {
   nkr_error_t result = NKR_OK;
   while (result != NKR_CAN_CLOSED) {
     result = port.receive(frame, can::Clock::time_point::max());
-    if (result == NKR_OK) handler(frame);
+    if (result != NKR_CAN_CLOSED) handler(result, frame);
   }
 }
 

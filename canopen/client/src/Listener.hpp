@@ -7,10 +7,11 @@
 
 namespace nkr::canopen {
 
-/** A thread that hands every frame of a port to a function until the port is closed. */
+/** A thread that hands what a port receives, frames and failures of the bus, to a function until the port is
+ * closed. */
 class Listener {
  public:
-  using Handler = std::function<void(const can::Frame&)>;
+  using Handler = std::function<void(nkr_error_t result, const can::Frame& frame)>;
 
   Listener(can::Port& port, Handler handler);
   /** The port must have been closed. */

@@ -1,53 +1,137 @@
 #include "NmtMonitor.hpp"
 
+#include <algorithm>
+#include <utility>
+
 namespace nkr::canopen {
 namespace {
+
+using canopencore::NMTState;
 
 constexpr std::uint8_t kNodeMask = 0x7F;
 constexpr std::uint8_t kStateMask = 0x7F;  // bit 7 is the toggle bit of node guarding
 constexpr std::uint8_t kBootUp = 0;
 
-canopencore::NMTState state_of(std::uint8_t code) {
-  switch (const auto state = static_cast<canopencore::NMTState>(code)) {
-    case canopencore::NMTState::STOPPED:
-    case canopencore::NMTState::OPERATIONAL:
-    case canopencore::NMTState::PRE_OPERATIONAL:
+NMTState state_of(std::uint8_t code) {
+  switch (const auto state = static_cast<NMTState>(code)) {
+    case NMTState::STOPPED:
+    case NMTState::OPERATIONAL:
+    case NMTState::PRE_OPERATIONAL:
       return state;
     default:
-      return canopencore::NMTState::UNKNOWN;
+      return NMTState::UNKNOWN;
   }
 }
 
 }  // namespace
 
+NmtMonitor::TimePoint NmtMonitor::Node::lost_at() const {
+  return monitored && timeout != Duration::zero() ? last + timeout : TimePoint::max();
+}
+
+NmtMonitor::TimePoint NmtMonitor::Node::due() const {
+  return std::min(lost ? TimePoint::max() : lost_at(), heard ? TimePoint::max() : expected_until);
+}
+
 NmtMonitor::NmtMonitor(Duration heartbeat_timeout) {
   for (Node& node : nodes_) node.timeout = heartbeat_timeout;
 }
 
-void NmtMonitor::arrived(const can::Frame& frame, can::Clock::time_point now) {
-  if (frame.size == 0) return;
+NmtMonitor::Events NmtMonitor::arrived(const can::Frame& frame, TimePoint now) {
+  Events events;
+  if (frame.size == 0) return events;
   const auto code = static_cast<std::uint8_t>(frame.data[0] & kStateMask);
+  Event event;
+  event.node = frame.id & kNodeMask;
   const std::lock_guard<std::mutex> lock(mutex_);
-  Node& node = nodes_.at(frame.id & kNodeMask);
+  Node& node = nodes_.at(event.node);
   node.last = now;
   if (code == kBootUp) {
-    node.state = canopencore::NMTState::PRE_OPERATIONAL;
+    boot_up(node, event, events);
   } else {
-    node.state = state_of(code);
-    node.monitored = true;
+    heartbeat(node, state_of(code), event, events);
+  }
+  node.heard = true;
+  return events;
+}
+
+/** A loss that was told lasts until the next heartbeat: a boot-up alone does not bring the heartbeat back. */
+void NmtMonitor::boot_up(Node& node, Event event, Events& events) {
+  const bool surprising = !std::exchange(node.reset_commanded, false) && node.heard;
+  node.state = event.state = NMTState::PRE_OPERATIONAL;
+  node.booting = true;
+  event.kind = surprising ? Event::Kind::unexpected_boot_up : Event::Kind::boot_up;
+  events.push_back(event);
+}
+
+void NmtMonitor::heartbeat(Node& node, NMTState state, Event event, Events& events) {
+  const bool changed = !node.heard || node.state != state;
+  node.state = event.state = state;
+  node.monitored = true;
+  node.booting = false;
+  if (std::exchange(node.lost, false)) {
+    event.kind = Event::Kind::heartbeat_returned;
+    events.push_back(event);
+  }
+  if (changed) {
+    event.kind = Event::Kind::state_changed;
+    events.push_back(event);
   }
 }
 
-canopencore::NMTState NmtMonitor::state(std::uint8_t node, can::Clock::time_point now) const {
+NmtMonitor::Events NmtMonitor::check(TimePoint now) {
+  Events events;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (std::size_t id = 1; id < nodes_.size(); ++id) {
+    Node& node = nodes_.at(id);
+    if (node.due() > now) continue;
+    Event event;
+    event.node = static_cast<std::uint8_t>(id);
+    event.kind = node.heard ? Event::Kind::heartbeat_lost : Event::Kind::never_heard;
+    events.push_back(event);
+    node.lost = node.heard;
+    node.expected_until = TimePoint::max();
+  }
+  return events;
+}
+
+NmtMonitor::TimePoint NmtMonitor::next_check() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  TimePoint next = TimePoint::max();
+  for (const Node& node : nodes_) next = std::min(next, node.due());
+  return next;
+}
+
+NMTState NmtMonitor::state(std::uint8_t node, TimePoint now) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   const Node& known = nodes_.at(node);
-  const bool lost = known.monitored && known.timeout != Duration::zero() && now - known.last > known.timeout;
-  return lost ? canopencore::NMTState::UNKNOWN : known.state;
+  return now > known.lost_at() ? NMTState::UNKNOWN : known.state;
+}
+
+bool NmtMonitor::is_lost(std::uint8_t node, TimePoint now) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return now > nodes_.at(node).lost_at();
+}
+
+bool NmtMonitor::is_booting(std::uint8_t node, TimePoint& when) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  when = nodes_.at(node).last;
+  return nodes_.at(node).booting;
 }
 
 void NmtMonitor::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
   const std::lock_guard<std::mutex> lock(mutex_);
   nodes_.at(node).timeout = timeout;
+}
+
+void NmtMonitor::expect(std::uint8_t node, TimePoint until) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  nodes_.at(node).expected_until = until;
+}
+
+void NmtMonitor::reset_commanded(std::uint8_t node) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  nodes_.at(node).reset_commanded = true;
 }
 
 }  // namespace nkr::canopen

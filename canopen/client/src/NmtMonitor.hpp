@@ -7,31 +7,62 @@
 #include <mutex>
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/Frame.hpp>
+#include <nkr/canopen/Event.hpp>
 #include <nkr/canopencore/NMT.hpp>
+#include <vector>
 
 namespace nkr::canopen {
 
-/** The NMT state of every node, as boot-up messages and heartbeats tell it (CiA 301, 7.2.8.3.2). */
+/**
+ * The NMT state of every node, as boot-up messages and heartbeats tell it (CiA 301, 7.2.8.3.2). Monitoring a
+ * heartbeat starts with the first one, not before: so that it never comes has a time of its own (`expect`).
+ */
 class NmtMonitor {
  public:
   using Duration = std::chrono::milliseconds;
+  using TimePoint = can::Clock::time_point;
+  using Events = std::vector<Event>;
 
   explicit NmtMonitor(Duration heartbeat_timeout);
 
   /** A frame with identifier 701h to 77Fh arrived. */
-  void arrived(const can::Frame& frame, can::Clock::time_point now);
+  [[nodiscard]] Events arrived(const can::Frame& frame, TimePoint now);
+  /** What the time that passed has brought about. */
+  [[nodiscard]] Events check(TimePoint now);
+  /** When `check` has something to tell at the earliest; TimePoint::max(): never. */
+  [[nodiscard]] TimePoint next_check() const;
+
   /** UNKNOWN for a node never heard and for one whose heartbeat is lost. */
-  [[nodiscard]] canopencore::NMTState state(std::uint8_t node, can::Clock::time_point now) const;
+  [[nodiscard]] canopencore::NMTState state(std::uint8_t node, TimePoint now) const;
+  /** Whether a heartbeat was heard and stays away. */
+  [[nodiscard]] bool is_lost(std::uint8_t node, TimePoint now) const;
+  /** True, and when, for a node whose last message of this kind was its boot-up. */
+  [[nodiscard]] bool is_booting(std::uint8_t node, TimePoint& when) const;
+
   /** The silence after which a node whose heartbeat was heard is lost; 0: it never is. */
   void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
+  /** The node shall give a sign of life until then. */
+  void expect(std::uint8_t node, TimePoint until);
+  /** The node's next boot-up is no surprise. */
+  void reset_commanded(std::uint8_t node);
 
  private:
   struct Node {
     canopencore::NMTState state = canopencore::NMTState::UNKNOWN;
     Duration timeout{};
-    can::Clock::time_point last;
-    bool monitored = false;  ///< a heartbeat was heard: monitoring starts with the first, not before
+    TimePoint last;
+    TimePoint expected_until = TimePoint::max();
+    bool heard = false;
+    bool monitored = false;  ///< a heartbeat was heard
+    bool booting = false;    ///< the last message was a boot-up
+    bool reset_commanded = false;
+    bool lost = false;  ///< its loss was told
+
+    [[nodiscard]] TimePoint lost_at() const;
+    [[nodiscard]] TimePoint due() const;
   };
+  static void boot_up(Node& node, Event event, Events& events);
+  static void heartbeat(Node& node, canopencore::NMTState state, Event event, Events& events);
 
   mutable std::mutex mutex_;
   std::array<Node, 128> nodes_;

@@ -1,7 +1,6 @@
 #include "NodeChannel.hpp"
 
 #include "sdo/Download.hpp"
-#include "sdo/Frames.hpp"
 #include "sdo/Upload.hpp"
 
 namespace nkr::canopen {
@@ -12,24 +11,34 @@ NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_g
     : bus_(bus), node_(node), late_reply_grace_(late_reply_grace), heard_(heard) {}
 
 template <class Transfer>
-nkr_error_t NodeChannel::transfer(sdo::Object object, Duration timeout, Transfer run) {
+TransferResult NodeChannel::transfer(sdo::Object object, Duration timeout, Transfer run) {
   const GateStay stay(gate_);
-  if (stay.result() != NKR_OK) return stay.result();
-  nkr_error_t result = prepare(object);
-  if (result != NKR_OK) return result;
+  if (stay.result() != NKR_OK) return {stay.result(), false, {}};
+  const nkr_error_t prepared = prepare(object);
+  if (prepared != NKR_OK) return {prepared, false, {}};
   timeout_ = timeout;
   answer_owed_ = false;
-  result = run();
-  if (answer_owed_) late_replies_.expect(object, Clock::now() + late_reply_grace_);
+  last_reply_ = sdo::Reply::unknown;
+  return finish(object, run());
+}
+
+TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
+  TransferResult result{code, false, last_answer_};
+  if (answer_owed_) {
+    late_replies_.expect(object, Clock::now() + late_reply_grace_);
+  } else {
+    result.by_node = code != NKR_OK && last_reply_ == sdo::Reply::abort;
+    last_answer_ = last_heard_;
+  }
   return result;
 }
 
-nkr_error_t NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink) {
+TransferResult NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink) {
   return transfer(object, timeout, [&] { return sdo::upload(*this, object, sink); });
 }
 
-nkr_error_t NodeChannel::download(sdo::Object object, Duration timeout, const std::uint8_t* bytes,
-                                  std::size_t size) {
+TransferResult NodeChannel::download(sdo::Object object, Duration timeout, const std::uint8_t* bytes,
+                                     std::size_t size) {
   return transfer(object, timeout, [&] { return sdo::download(*this, object, bytes, size); });
 }
 
@@ -60,9 +69,10 @@ void NodeChannel::close() {
 nkr_error_t NodeChannel::receive_until(can::Frame& frame, Clock::time_point deadline) {
   const nkr_error_t result = port_->receive(frame, deadline);
   if (result != NKR_OK) return result;
-  const Clock::time_point now = Clock::now();
-  overdue_ = now > deadline;
-  heard_.heard(node_, now);
+  last_heard_ = Clock::now();
+  last_reply_ = sdo::reply_kind(frame);
+  overdue_ = last_heard_ > deadline;
+  heard_.heard(node_, last_heard_);
   late_replies_.arrived(frame);
   return NKR_OK;
 }

@@ -12,11 +12,19 @@
 
 #include "FifoGate.hpp"
 #include "HeardTimes.hpp"
+#include "sdo/Frames.hpp"
 #include "sdo/LateReplies.hpp"
 #include "sdo/Link.hpp"
 #include "sdo/Sink.hpp"
 
 namespace nkr::canopen {
+
+/** How a transfer ended. */
+struct TransferResult {
+  nkr_error_t code = NKR_OK;
+  bool by_node = false;                  ///< the code is that of the node's abort
+  can::Clock::time_point last_answer{};  ///< of the node, to any request; the epoch: it never answered
+};
 
 /**
  * The SDO channel to one node: one transfer at a time, in the order in which callers came. The caller's own
@@ -28,15 +36,16 @@ class NodeChannel final : private sdo::Link {
 
   NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_grace, HeardTimes& heard);
 
-  nkr_error_t upload(sdo::Object object, Duration timeout, sdo::Sink& sink);
-  nkr_error_t download(sdo::Object object, Duration timeout, const std::uint8_t* bytes, std::size_t size);
+  TransferResult upload(sdo::Object object, Duration timeout, sdo::Sink& sink);
+  TransferResult download(sdo::Object object, Duration timeout, const std::uint8_t* bytes, std::size_t size);
 
   /** Wakes and refuses everybody. */
   void close();
 
  private:
   template <class Transfer>
-  nkr_error_t transfer(sdo::Object object, Duration timeout, Transfer run);
+  TransferResult transfer(sdo::Object object, Duration timeout, Transfer run);
+  TransferResult finish(sdo::Object object, nkr_error_t code);
   nkr_error_t prepare(sdo::Object object);
   nkr_error_t open_port();
   void drop_what_is_left();
@@ -63,6 +72,9 @@ class NodeChannel final : private sdo::Link {
   can::Clock::time_point deadline_;
   bool overdue_ = false;      ///< the last frame came after the deadline: one such is looked at, not many
   bool answer_owed_ = false;  ///< the wait for the last answer ended without one
+  sdo::Reply last_reply_ = sdo::Reply::unknown;
+  can::Clock::time_point last_heard_;
+  can::Clock::time_point last_answer_;
   sdo::LateReplies late_replies_;
 };
 

@@ -6,6 +6,9 @@
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/ClientOptions.hpp>
+#include <nkr/canopen/Emergency.hpp>
+#include <nkr/canopen/Event.hpp>
+#include <nkr/canopen/RequestFailure.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <nkr/canopencore/IService.hpp>
 #include <string>
@@ -40,7 +43,8 @@ class Client final : public canopencore::IService {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  /** Ends the client: wakes every waiting call; these and all later ones answer NKR_CAN_CLOSED. */
+  /** Ends the client: wakes every waiting call; these and all later ones answer NKR_CAN_CLOSED. When it
+   * returns no handler of events runs any more, unless it is called from inside one. */
   void close();
   [[nodiscard]] bool isInitialized() const override;
 
@@ -55,6 +59,42 @@ class Client final : public canopencore::IService {
 
   /** The silence after which a node whose heartbeat was heard counts as lost; 0: it never does. */
   nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
+
+  /** When the node gives no sign of life within that time, the event never_heard tells. */
+  nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
+
+  /** @name What the host sends by the clock
+   * The host's heartbeat lets a drive notice that the host died (object 1016h). It also starts by the
+   * options. All of it ends with close(). NKR_ERROR for a period that is not positive.
+   * @{ */
+  nkr_error_t startHeartbeat(std::uint8_t nodeId, Duration period);
+  void stopHeartbeat();
+  nkr_error_t startSync(std::chrono::microseconds period);
+  void stopSync();
+  /** @} */
+
+  /** @name Events
+   * Handlers run one after the other on a thread of their own and may call the client, unsubscribe and
+   * close() included. They must not destroy it. Up to 16,384 events wait for a slow handler; what comes then
+   * is lost.
+   * @{ */
+  /** A number for unsubscribe; 0 when the client is closed. */
+  int subscribe(EventHandler handler);
+  /** When it returns the handler runs no more, unless it is called from inside a handler. */
+  void unsubscribe(int subscription);
+  /** @} */
+
+  /** The node's emergency messages, oldest first; the last 256 are kept. */
+  [[nodiscard]] std::vector<Emergency> getEmergencies(std::uint8_t nodeId) const;
+  /** The errors that the node told and did not take back: it does so for all of them with code 00xxh and an
+   * error register of 0, and by restarting. */
+  [[nodiscard]] std::vector<Emergency> getActiveEmergencies(std::uint8_t nodeId) const;
+
+  /** The last request to the node that failed; NKR_NOT_AVAILABLE when none did. */
+  nkr_error_t getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const;
+  nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) override;
+  /** How objects are named in failures: the client itself knows no EDS. */
+  void setObjectNameResolver(ObjectNameResolver resolver);
 
   nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
                        std::vector<std::uint8_t>& value) override;

@@ -18,6 +18,14 @@ struct ClientOptions {
   std::chrono::milliseconds late_reply_grace{500};
   /** A node whose heartbeat was heard counts as lost after this silence, unless it has a time of its own. */
   std::chrono::milliseconds heartbeat_timeout{1000};
+  /** The host's own node id, under which it produces a heartbeat; 0: it produces none. A drive that consumes
+   * it (object 1016h) notices when the host dies. */
+  std::uint8_t host_node_id = 0;
+  std::chrono::milliseconds host_heartbeat_period{100};
+  /** 2 to 240: every SYNC carries a counter from 1 to there, as object 1019h of its consumers says; else
+   * none.
+   */
+  std::uint8_t sync_counter_overflow = 0;
 };
 
 }  // namespace nkr::canopen

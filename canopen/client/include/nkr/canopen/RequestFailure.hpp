@@ -1,0 +1,62 @@
+#ifndef NKR_CANOPEN_REQUESTFAILURE_HPP
+#define NKR_CANOPEN_REQUESTFAILURE_HPP
+
+#include <nkr/error.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <nkr/can/Bus.hpp>
+#include <nkr/canopencore/NMT.hpp>
+#include <optional>
+#include <string>
+
+namespace nkr::canopen {
+
+/** Why a request most likely failed. */
+enum class FailureCause {
+  refused_by_node,        ///< the node answered with an abort
+  wrong_answer,           ///< the node answered against the protocol, or with another length than wanted
+  no_interface,           ///< no CAN interface, or it is down
+  bus_off,                ///< the CAN controller is off the bus
+  send_queue_full,        ///< frames could not be sent in time
+  closed,                 ///< the client was closed
+  never_heard,            ///< this node was never heard, nor any other
+  other_id_heard,         ///< this node was never heard, but another one is there
+  heard_then_lost,        ///< the node was heard and then fell silent
+  stopped,                ///< the node is in NMT state stopped, in which it serves no SDO
+  booting,                ///< the node has just started
+  answers_other_objects,  ///< the node answers requests, but not this one in time
+  silent_sdo_server,      ///< the node gives signs of life but answers no SDO request
+};
+
+/** The last failed request to a node, and what was known about node and bus at that moment. */
+struct RequestFailure {
+  std::uint8_t node = 0;
+  std::uint32_t address = 0;  ///< index << 16 | subindex << 8
+  std::string object_name;    ///< by the application's resolver; empty when it knows none
+  bool was_write = false;
+  nkr_error_t code = NKR_OK;
+  std::chrono::milliseconds elapsed{};  ///< from the call to its failure, waiting for its turn included
+  unsigned attempts = 1;                ///< how often in a row this object failed
+  std::chrono::system_clock::time_point when;
+  can::BusStatus bus;
+  std::string bus_name;
+  std::optional<std::chrono::milliseconds> last_heard;  ///< age of the node's last frame; none: never heard
+  canopencore::NMTState nmt_state = canopencore::NMTState::UNKNOWN;
+  std::uint8_t other_node = 0;  ///< a node that was heard although this one never was; 0: none
+  FailureCause cause = FailureCause::never_heard;
+};
+
+/** The cause in a sentence that says what to look at. */
+[[nodiscard]] const char* to_string(FailureCause cause);
+
+/** The whole failure in a few sentences. */
+[[nodiscard]] std::string to_string(const RequestFailure& failure);
+
+/** Gives an object its name (by the node's EDS, say); empty when it has none. Called without any lock. */
+using ObjectNameResolver = std::function<std::string(std::uint8_t node, std::uint32_t address)>;
+
+}  // namespace nkr::canopen
+
+#endif

@@ -1,0 +1,282 @@
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ClientFixture.hpp"
+
+namespace {
+
+using nkr::can::Clock;
+using nkr::canopen::Event;
+using nkr::canopencore::NMTCommand;
+using nkr::canopencore::NMTState;
+using namespace std::chrono_literals;
+using Kind = Event::Kind;
+
+class Events : public tests::ClientTest {
+ protected:
+  Events() {
+    client.subscribe([this](const Event& event) {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      seen_.push_back(event);
+      changed_.notify_all();
+    });
+  }
+  ~Events() override { client.close(); }
+
+  /** The first event of that kind; the test fails when it does not come. */
+  Event wait_for(Kind kind) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const auto is_it = [&](const Event& event) { return event.kind == kind; };
+    const bool came =
+        changed_.wait_for(lock, 20s, [&] { return std::any_of(seen_.begin(), seen_.end(), is_it); });
+    EXPECT_TRUE(came) << to_string(kind);
+    return came ? *std::find_if(seen_.begin(), seen_.end(), is_it) : Event();
+  }
+  std::size_t count(Kind kind) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<std::size_t>(
+        std::count_if(seen_.begin(), seen_.end(), [&](const Event& event) { return event.kind == kind; }));
+  }
+  void forget() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    seen_.clear();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<Event> seen_;
+};
+
+TEST_F(Events, TheFirstBootUpIsNoSurprise) {
+  node.send(0x70A, "00");
+  const Event event = wait_for(Kind::boot_up);
+  EXPECT_EQ(event.node, kNode);
+  EXPECT_EQ(event.state, NMTState::PRE_OPERATIONAL);
+  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+}
+
+TEST_F(Events, ABootUpOfANodeThatWasThereIsUnexpected) {
+  node.send(0x70A, "05");
+  node.send(0x70A, "00");
+  EXPECT_EQ(wait_for(Kind::unexpected_boot_up).node, kNode);
+}
+
+TEST_F(Events, ABootUpAfterOurOwnResetIsExpectedOnce) {
+  node.send(0x70A, "05");
+  wait_for(Kind::state_changed);
+  client.setNMTState(kNode, NMTCommand::RESET_NODE);
+  node.send(0x70A, "00");
+  wait_for(Kind::boot_up);
+  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+  node.send(0x70A, "00");
+  wait_for(Kind::unexpected_boot_up);
+}
+
+TEST_F(Events, ABroadcastResetExpectsEveryNodesBootUp) {
+  node.send(0x70A, "05");
+  wait_for(Kind::state_changed);
+  client.broadcastNMTCommand(NMTCommand::RESET_COMMUNICATION);
+  node.send(0x70A, "00");
+  wait_for(Kind::boot_up);
+  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+}
+
+TEST_F(Events, ALostHeartbeatIsToldOnceAndItsReturnToo) {
+  client.setHeartbeatTimeout(kNode, 50ms);
+  node.send(0x70A, "05");
+  EXPECT_EQ(wait_for(Kind::heartbeat_lost).node, kNode);
+  std::this_thread::sleep_for(150ms);
+  EXPECT_EQ(count(Kind::heartbeat_lost), 1U);
+  node.send(0x70A, "05");
+  EXPECT_EQ(wait_for(Kind::heartbeat_returned).state, NMTState::OPERATIONAL);
+  EXPECT_EQ(count(Kind::state_changed), 1U) << "the same state as before is no change";
+}
+
+TEST_F(Events, ANodeThatIsExpectedAndNeverHeardIsTold) {
+  EXPECT_EQ(client.expectNode(0, 1ms), NKR_CAN_INVALID_NODE);
+  EXPECT_EQ(client.expectNode(11, 30ms), NKR_OK);
+  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
+}
+
+TEST_F(Events, ANodeThatIsHeardInTimeIsNotMissed) {
+  client.expectNode(kNode, 150ms);
+  client.expectNode(11, 200ms);
+  node.send(0x70A, "00");
+  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
+  EXPECT_EQ(count(Kind::never_heard), 1U);
+}
+
+TEST_F(Events, AnEmergencyIsToldAndKept) {
+  node.send(0x08A, "10 23 02 01 02 03 04 05");
+  const Event event = wait_for(Kind::emergency);
+  EXPECT_EQ(event.node, kNode);
+  EXPECT_EQ(event.emergency.code, 0x2310);
+  EXPECT_EQ(event.emergency.error_register, 0x02);
+  EXPECT_EQ(event.emergency.vendor_data, (std::array<std::uint8_t, 5>{1, 2, 3, 4, 5}));
+  EXPECT_EQ(client.getEmergencies(kNode).size(), 1U);
+  EXPECT_EQ(client.getEmergencies(11).size(), 0U);
+}
+
+TEST_F(Events, ErrorsAreActiveUntilTheNodeHasNoneLeft) {
+  node.send(0x08A, "10 23 02 00 00 00 00 00");
+  node.send(0x08A, "10 43 0A 00 00 00 00 00");
+  node.send(0x08A, "10 23 0A 00 00 00 00 00");
+  node.send(0x08A, "00 00 08 00 00 00 00 00");
+  node.send(0x70A, "7F");
+  wait_for(Kind::state_changed);
+  const auto active = client.getActiveEmergencies(kNode);
+  ASSERT_EQ(active.size(), 2U) << "each code once; the error register still shows an error";
+  EXPECT_EQ(active.front().code, 0x4310);
+  EXPECT_EQ(active.back().code, 0x2310);
+  node.send(0x08A, "00 00 00 00 00 00 00 00");
+  node.send(0x70A, "05");
+  while (count(Kind::state_changed) < 2) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(client.getActiveEmergencies(kNode).size(), 0U);
+  EXPECT_EQ(client.getEmergencies(kNode).size(), 5U);
+}
+
+TEST_F(Events, ARestartEndsWhatWasActive) {
+  node.send(0x08A, "10 23 02 00 00 00 00 00");
+  node.send(0x70A, "00");
+  wait_for(Kind::boot_up);
+  EXPECT_EQ(client.getActiveEmergencies(kNode).size(), 0U);
+}
+
+TEST_F(Events, FramesTooShortForAnEmergencyAreNone) {
+  node.send(0x08A, "10 23");
+  node.send(0x70A, "00");
+  wait_for(Kind::boot_up);
+  EXPECT_EQ(count(Kind::emergency), 0U);
+}
+
+TEST_F(Events, TheBusItselfIsTold) {
+  bus->set_state(nkr::can::BusState::bus_off);
+  EXPECT_EQ(wait_for(Kind::bus_off).node, 0);
+  bus->set_state(nkr::can::BusState::error_active);
+  node.send(0x70A, "05");
+  wait_for(Kind::bus_returned);
+}
+
+TEST_F(Events, AHandlerMayCallTheClient) {
+  node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
+  std::promise<std::uint16_t> read;
+  client.subscribe([&](const Event&) {
+    std::uint16_t value = 0;
+    EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
+    read.set_value(value);
+  });
+  node.send(0x70A, "00");
+  auto value = read.get_future();
+  ASSERT_EQ(value.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(value.get(), 0x0237);
+  client.close();
+}
+
+TEST_F(Events, AHandlerMayUnsubscribeItselfAndCloseTheClient) {
+  std::promise<void> closed;
+  int self = 0;
+  self = client.subscribe([&](const Event&) {
+    client.unsubscribe(self);
+    client.close();
+    closed.set_value();
+  });
+  node.send(0x70A, "00");
+  EXPECT_EQ(closed.get_future().wait_for(20s), std::future_status::ready);
+  client.close();
+}
+
+TEST_F(Events, AHandlerRunsNoMoreWhenUnsubscribeReturned) {
+  std::atomic<int> calls{0};
+  const int subscription = client.subscribe([&](const Event&) { ++calls; });
+  node.send(0x70A, "05");
+  wait_for(Kind::state_changed);
+  client.unsubscribe(subscription);
+  const int before = calls;
+  node.send(0x70A, "04");
+  while (count(Kind::state_changed) < 2) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(calls, before);
+}
+
+TEST_F(Events, ASlowHandlerHoldsUpNeitherHeartbeatsNorReception) {
+  std::promise<void> release;
+  auto released = release.get_future().share();
+  client.subscribe([&](const Event&) { released.wait(); });
+  node.send(0x70A, "05");
+  wait_for(Kind::state_changed);
+  nkr_error_t result = NKR_ERROR;
+  const auto tap = bus->open({{0x77F, 0x7FF}}, result);
+  EXPECT_EQ(client.startHeartbeat(0x7F, 10ms), NKR_OK);
+  nkr::can::Frame frame;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(tap->receive(frame, Clock::now() + 20s), NKR_OK);
+  node.send(0x70A, "04");
+  NMTState state{};
+  const auto deadline = Clock::now() + 20s;
+  while (client.getNMTState(kNode, state) == NKR_OK && state != NMTState::STOPPED && Clock::now() < deadline)
+    std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(state, NMTState::STOPPED);
+  release.set_value();
+  client.close();
+}
+
+class Producers : public tests::ClientTest {
+ protected:
+  std::string next() {
+    nkr::can::Frame frame;
+    return tap->receive(frame, Clock::now() + 20s) == NKR_OK ? nkr::can::to_string(frame) : "nothing";
+  }
+  nkr_error_t result = NKR_ERROR;
+  std::unique_ptr<nkr::can::Port> tap = bus->open({{0x701, 0x7FF}, {0x080, 0x7FF}}, result);
+};
+
+TEST_F(Producers, TheHostsHeartbeatSaysOperationalAtItsPeriod) {
+  const auto start = Clock::now();
+  EXPECT_EQ(client.startHeartbeat(1, 30ms), NKR_OK);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(next(), "701#05");
+  EXPECT_GE(Clock::now() - start, 70ms);
+  client.stopHeartbeat();
+}
+
+TEST_F(Producers, TheHostsHeartbeatStartsByTheOptionsAndEndsWithTheClient) {
+  nkr::canopen::ClientOptions options;
+  options.host_node_id = 1;
+  options.host_heartbeat_period = 10ms;
+  nkr::canopen::Client host(bus, options);
+  EXPECT_EQ(next(), "701#05");
+  EXPECT_EQ(next(), "701#05");
+  host.close();
+  nkr::can::Frame frame;
+  while (tap->receive(frame, Clock::now() + 100ms) == NKR_OK) continue;
+  EXPECT_EQ(tap->receive(frame, Clock::now() + 100ms), NKR_CAN_TIMED_OUT);
+}
+
+TEST_F(Producers, ArgumentsAreChecked) {
+  EXPECT_EQ(client.startHeartbeat(0, 10ms), NKR_CAN_INVALID_NODE);
+  EXPECT_EQ(client.startHeartbeat(128, 10ms), NKR_CAN_INVALID_NODE);
+  EXPECT_EQ(client.startHeartbeat(1, 0ms), NKR_ERROR);
+  EXPECT_EQ(client.startSync(0us), NKR_ERROR);
+}
+
+TEST_F(Producers, SyncIsSentAtItsPeriodUntilStopped) {
+  EXPECT_EQ(client.startSync(10ms), NKR_OK);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(next(), "080#");
+  client.stopSync();
+}
+
+TEST_F(Producers, SyncCountsFrom1ToItsOverflow) {
+  nkr::canopen::ClientOptions options;
+  options.sync_counter_overflow = 3;
+  nkr::canopen::Client counting(bus, options);
+  for (const char* const frame : {"080#01", "080#02", "080#03", "080#01"}) {
+    EXPECT_EQ(counting.sendSync(), NKR_OK);
+    EXPECT_EQ(next(), frame);
+  }
+}
+
+}  // namespace

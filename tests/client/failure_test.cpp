@@ -1,0 +1,199 @@
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ClientFixture.hpp"
+#include "Diagnosis.hpp"
+
+namespace {
+
+using nkr::can::BusState;
+using nkr::can::Clock;
+using nkr::canopen::FailureCause;
+using nkr::canopen::RequestFailure;
+using nkr::canopencore::NMTState;
+using namespace std::chrono_literals;
+
+class Failure : public tests::ClientTest {
+ protected:
+  RequestFailure read_fails() {
+    std::uint16_t value = 0;
+    EXPECT_NE(client.getValue(kNode, 0x60410010, value), NKR_OK);
+    RequestFailure failure;
+    EXPECT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
+    return failure;
+  }
+  void heard(std::uint8_t id, NMTState state) {
+    NMTState seen{};
+    const auto deadline = Clock::now() + 20s;
+    while (client.getNMTState(id, seen) == NKR_OK && seen != state && Clock::now() < deadline)
+      std::this_thread::sleep_for(1ms);
+    ASSERT_EQ(seen, state);
+  }
+};
+
+TEST_F(Failure, NoneIsKnownBeforeOneHappened) {
+  RequestFailure failure;
+  std::string text;
+  EXPECT_EQ(client.getLastFailure(kNode, failure), NKR_NOT_AVAILABLE);
+  EXPECT_EQ(client.getLastFailureText(kNode, text), NKR_NOT_AVAILABLE);
+  EXPECT_EQ(client.getLastFailure(0, failure), NKR_CAN_INVALID_NODE);
+}
+
+TEST_F(Failure, TheRecordSaysWhatWasAskedAndHowLongItTook) {
+  const RequestFailure failure = read_fails();
+  EXPECT_EQ(failure.node, kNode);
+  EXPECT_EQ(failure.address, 0x60410000U);
+  EXPECT_FALSE(failure.was_write);
+  EXPECT_EQ(failure.code, NKR_SDO_TIMED_OUT);
+  EXPECT_GE(failure.elapsed, 60ms);
+  EXPECT_EQ(failure.attempts, 1U);
+  EXPECT_EQ(failure.bus_name, "virtual");
+  EXPECT_FALSE(failure.last_heard.has_value());
+}
+
+TEST_F(Failure, AttemptsCountFailuresOfOneObjectInARow) {
+  node.on("40 41 60 00 00 00 00 00", {"80 41 60 00 00 00 02 06"});
+  EXPECT_EQ(read_fails().attempts, 1U);
+  EXPECT_EQ(read_fails().attempts, 2U);
+  node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 01 00 00 00"});
+  node.on("40 41 60 00 00 00 00 00", {"80 41 60 00 00 00 02 06"});
+  EXPECT_EQ(read_fails().attempts, 3U) << "the first row of answers is used up by this one";
+  std::uint16_t value = 0;
+  EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
+  EXPECT_EQ(read_fails().attempts, 1U);
+}
+
+TEST_F(Failure, AWriteIsToldAsOne) {
+  node.on("2B 41 60 00 01 00 00 00", {"80 41 60 00 02 00 01 06"});
+  EXPECT_EQ(client.setValue(kNode, 0x60410010, std::uint16_t{1}), NKR_SDO_READ_ONLY);
+  RequestFailure failure;
+  ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
+  EXPECT_TRUE(failure.was_write);
+  EXPECT_EQ(failure.cause, FailureCause::refused_by_node);
+}
+
+TEST_F(Failure, ANodeThatWasNeverHeardOnASilentBus) {
+  EXPECT_EQ(read_fails().cause, FailureCause::never_heard);
+}
+
+TEST_F(Failure, ANodeWithAnotherIdIsNamed) {
+  node.send(0x70B, "05");
+  heard(11, NMTState::OPERATIONAL);
+  const RequestFailure failure = read_fails();
+  EXPECT_EQ(failure.cause, FailureCause::other_id_heard);
+  EXPECT_EQ(failure.other_node, 11);
+}
+
+TEST_F(Failure, ANodeWhoseHeartbeatStayedAway) {
+  client.setHeartbeatTimeout(kNode, 10ms);
+  node.send(0x70A, "05");
+  std::uint32_t age = 0;
+  while (client.getTimeSinceHeard(kNode, age) != NKR_OK) std::this_thread::sleep_for(1ms);
+  std::this_thread::sleep_for(20ms);
+  const RequestFailure failure = read_fails();
+  EXPECT_EQ(failure.cause, FailureCause::heard_then_lost);
+  ASSERT_TRUE(failure.last_heard.has_value());
+  EXPECT_GE(*failure.last_heard, 20ms);
+}
+
+TEST_F(Failure, AStoppedNodeServesNoSdo) {
+  node.send(0x70A, "04");
+  heard(kNode, NMTState::STOPPED);
+  const RequestFailure failure = read_fails();
+  EXPECT_EQ(failure.cause, FailureCause::stopped);
+  EXPECT_EQ(failure.nmt_state, NMTState::STOPPED);
+}
+
+TEST_F(Failure, ANodeThatHasJustStarted) {
+  node.send(0x70A, "00");
+  heard(kNode, NMTState::PRE_OPERATIONAL);
+  EXPECT_EQ(read_fails().cause, FailureCause::booting);
+}
+
+TEST_F(Failure, ANodeThatAnswersOtherObjectsOnly) {
+  node.on("40 00 10 00 00 00 00 00", {"43 00 10 00 92 01 02 00"});
+  std::uint32_t type = 0;
+  ASSERT_EQ(client.getValue(kNode, 0x10000020, type), NKR_OK);
+  EXPECT_EQ(read_fails().cause, FailureCause::answers_other_objects);
+}
+
+TEST_F(Failure, ANodeThatIsAliveAndAnswersNothing) {
+  node.send(0x70A, "05");
+  heard(kNode, NMTState::OPERATIONAL);
+  EXPECT_EQ(read_fails().cause, FailureCause::silent_sdo_server);
+}
+
+TEST_F(Failure, ABusThatIsOffAndAnInterfaceThatIsGone) {
+  bus->set_state(BusState::bus_off);
+  const RequestFailure off = read_fails();
+  EXPECT_EQ(off.cause, FailureCause::bus_off);
+  EXPECT_EQ(off.bus.state, BusState::bus_off);
+  bus->set_state(BusState::interface_gone);
+  EXPECT_EQ(read_fails().cause, FailureCause::no_interface);
+}
+
+TEST_F(Failure, AClientWithoutBus) {
+  nkr::canopen::Client lonely(nullptr);
+  std::uint16_t value = 0;
+  ASSERT_EQ(lonely.getValue(kNode, 0x60410010, value), NKR_CAN_NOT_CONNECTED);
+  RequestFailure failure;
+  ASSERT_EQ(lonely.getLastFailure(kNode, failure), NKR_OK);
+  EXPECT_EQ(failure.cause, FailureCause::no_interface);
+}
+
+TEST_F(Failure, AnAnswerThatDoesNotFit) {
+  node.on("40 41 60 00 00 00 00 00", {"43 41 60 00 01 00 00 00"});
+  EXPECT_EQ(read_fails().cause, FailureCause::wrong_answer);
+}
+
+TEST_F(Failure, TheTextNamesTheObjectByTheApplicationsResolver) {
+  client.setObjectNameResolver([this](std::uint8_t id, std::uint32_t address) {
+    std::string nested;
+    EXPECT_EQ(client.getLastFailureText(11, nested), NKR_NOT_AVAILABLE) << "no lock is held here";
+    return id == kNode && address == 0x60410000 ? "statusword" : "";
+  });
+  node.on("40 41 60 00 00 00 00 00", {"80 41 60 00 00 00 02 06"});
+  EXPECT_EQ(read_fails().object_name, "statusword");
+  std::string text;
+  ASSERT_EQ(client.getLastFailureText(kNode, text), NKR_OK);
+  for (const char* const part : {"Reading 0x6041:00 (statusword) of node 10", "0x06020000",
+                                 "does not exist in the object dictionary", "virtual: error active"})
+    EXPECT_NE(text.find(part), std::string::npos) << part << " in: " << text;
+}
+
+TEST(LikelyCause, WhatExplainsMostComesFirst) {
+  RequestFailure failure;
+  failure.code = NKR_SDO_TIMED_OUT;
+  nkr::canopen::Circumstances circumstances;
+  failure.last_heard = 5ms;
+  failure.nmt_state = NMTState::STOPPED;
+  circumstances.answered_other_requests = true;
+  EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::stopped);
+  circumstances.heartbeat_lost = true;
+  EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::heard_then_lost);
+  failure.bus.state = BusState::bus_off;
+  EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::bus_off);
+  failure.bus.state = BusState::interface_gone;
+  EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::no_interface);
+  circumstances.by_node = true;
+  EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::refused_by_node);
+}
+
+TEST(LikelyCause, ALongSilenceWithoutHeartbeatIsALoss) {
+  RequestFailure failure;
+  failure.code = NKR_SDO_TIMED_OUT;
+  failure.last_heard = 60s;
+  EXPECT_EQ(likely_cause(failure, {}), FailureCause::heard_then_lost);
+}
+
+TEST(LikelyCause, AFullQueueAndAClosedClientSpeakForThemselves) {
+  RequestFailure failure;
+  failure.code = NKR_CAN_TX_OVERFLOW;
+  EXPECT_EQ(likely_cause(failure, {}), FailureCause::send_queue_full);
+  failure.code = NKR_CAN_CLOSED;
+  EXPECT_EQ(likely_cause(failure, {}), FailureCause::closed);
+}
+
+}  // namespace
