@@ -1,0 +1,14 @@
+// Messages of the unix bus: a frame that was taken is the same frame after it was passed on.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <unix_wire.hpp>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  const auto message = nkr::can::decode_unix_message(bytes, size);
+  if (!message || message->kind != nkr::can::UnixMessage::Kind::frame) return 0;
+  const auto passed_on = nkr::can::encode_frame(message->frame);
+  const auto again = nkr::can::decode_unix_message(passed_on.data(), passed_on.size());
+  if (!again || again->frame != message->frame) std::abort();
+  return 0;
+}
