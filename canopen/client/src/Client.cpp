@@ -3,12 +3,12 @@
 #include <utility>
 
 #include "Core.hpp"
+#include "SyncService.hpp"
 
 namespace nkr::canopen {
 namespace {
 
 constexpr std::uint8_t kAllNodes = 0;
-constexpr std::uint32_t kTargetVelocity = 0x60420000;
 
 bool is_defined(canopencore::NMTCommand command) {
   switch (command) {
@@ -138,18 +138,10 @@ void Client::setObjectNameResolver(ObjectNameResolver resolver) {
 nkr_error_t Client::sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) {
   const nkr_error_t refused = core_->refusal(request.nodeId);
   if (refused != NKR_OK) return refused;
-  if (request.flag) {
-    if (!fits_in_16_bits(request.order)) return NKR_SDO_INVALID_VALUE;
-    const nkr_error_t result =
-        setValue(request.nodeId, kTargetVelocity, static_cast<std::int16_t>(request.order));
-    if (result != NKR_OK) return result;
-  }
-  canopenservice::TavOut values{};
-  nkr_error_t result = getValue(request.nodeId, request.statusWordAddress, values.statusWord);
-  if (result == NKR_OK) result = getValue(request.nodeId, request.positionAddress, values.position);
-  if (result == NKR_OK) result = getValue(request.nodeId, request.velocityAddress, values.velocity);
-  if (result == NKR_OK) out = values;
-  return result;
+  if (request.flag && !fits_in_16_bits(request.order)) return NKR_SDO_INVALID_VALUE;
+  const auto timeout =
+      core_->timeouts().of(request.nodeId, sdo::Object::of_address(request.statusWordAddress));
+  return SyncService(*this, core_->usable_pdos(request.nodeId), timeout, request).run(out);
 }
 
 nkr_error_t Client::broadcastNMTCommand(const canopencore::NMTCommand& command) {

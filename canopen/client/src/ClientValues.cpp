@@ -3,32 +3,11 @@
 #include <type_traits>
 
 #include "Core.hpp"
+#include "numbers.hpp"
 
 /** Values of C++ types as the bytes of objects (CiA 301, 7.1.4: little endian), and back. */
 namespace nkr::canopen {
 namespace {
-
-constexpr unsigned kBitsPerByte = 8;
-
-std::uint64_t number_of(const sdo::NumberSink& sink) {
-  std::uint64_t number = 0;
-  for (std::size_t i = sink.size(); i-- > 0;) number = number << kBitsPerByte | sink.bytes().at(i);
-  return number;
-}
-
-/** The number as 64 bits, its sign copied upwards. */
-std::uint64_t sign_extended(std::uint64_t number, std::size_t size) {
-  const std::uint64_t sign = std::uint64_t{1} << (kBitsPerByte * size - 1);
-  return (number ^ sign) - sign;
-}
-
-template <class Unsigned>
-std::array<std::uint8_t, sizeof(Unsigned)> bytes_of(Unsigned number) {
-  std::array<std::uint8_t, sizeof(Unsigned)> bytes{};
-  for (std::size_t i = 0; i < bytes.size(); ++i)
-    bytes.at(i) = static_cast<std::uint8_t>(number >> (kBitsPerByte * i));
-  return bytes;
-}
 
 template <class To, class From>
 To with_same_bits(From from) {
@@ -44,8 +23,9 @@ nkr_error_t read_integer(Core& core, std::uint8_t node, std::uint32_t address, I
   const nkr_error_t result = core.upload(node, address, sink);
   if (result != NKR_OK) return result;
   if (sink.size() == 0) return NKR_SDO_LENGTH;
-  const std::uint64_t number = number_of(sink);
-  value = static_cast<Integer>(std::is_signed_v<Integer> ? sign_extended(number, sink.size()) : number);
+  const std::uint64_t number = number_of(sink.bytes(), sink.size());
+  const auto width = static_cast<unsigned>(sink.size()) * kBitsPerByte;
+  value = static_cast<Integer>(std::is_signed_v<Integer> ? sign_extended(number, width) : number);
   return NKR_OK;
 }
 
@@ -164,7 +144,7 @@ nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& ad
   const nkr_error_t result = core_->upload(nodeId, address, sink);
   if (result != NKR_OK) return result;
   if (sink.size() != sizeof(float)) return NKR_SDO_LENGTH;
-  value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink)));
+  value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink.bytes(), sink.size())));
   return NKR_OK;
 }
 
@@ -177,9 +157,9 @@ nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& ad
   const nkr_error_t result = core_->upload(nodeId, address, sink);
   if (result != NKR_OK) return result;
   if (sink.size() == sizeof(float)) {
-    value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink)));
+    value = with_same_bits<float>(static_cast<std::uint32_t>(number_of(sink.bytes(), sink.size())));
   } else if (sink.size() == sizeof(double)) {
-    value = with_same_bits<double>(number_of(sink));
+    value = with_same_bits<double>(number_of(sink.bytes(), sink.size()));
   } else {
     return NKR_SDO_LENGTH;
   }

@@ -19,6 +19,11 @@ constexpr std::uint8_t kAllNodes = 0;
 constexpr std::chrono::seconds kBooting{3};
 constexpr std::chrono::seconds kRecently{10};
 
+/** Communication and mapping parameters of RPDOs and TPDOs. */
+bool is_pdo_parameter(sdo::Object object) {
+  return object.index >= 0x1400 && object.index <= 0x1BFF;
+}
+
 std::chrono::milliseconds milliseconds(Clock::duration duration) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
 }
@@ -57,6 +62,12 @@ void Client::Core::close() {
   for (const auto& channel : channels_) {
     if (channel) channel->close();
   }
+  {
+    const std::lock_guard<std::mutex> lock(process_data_mutex_);
+    for (const auto& data : process_data_) {
+      if (data) data->close();
+    }
+  }
   events_.close();  // last: a handler may wait for an answer
 }
 
@@ -93,9 +104,11 @@ nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::
 
 nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes,
                                    std::size_t size) {
-  return request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
+  const nkr_error_t result = request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
     return channel.download(object, timeout, bytes, size);
   });
+  if (is_pdo_parameter(sdo::Object::of_address(address)) && is_node(node)) forget_pdos(node);
+  return result;
 }
 
 void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_write,
@@ -148,6 +161,23 @@ nkr_error_t Client::Core::send_nmt(std::uint8_t command, std::uint8_t node, bool
 nkr_error_t Client::Core::send_sync() {
   const nkr_error_t refused = refusal();
   return refused == NKR_OK ? producers_->send_sync(Clock::now() + options_.sdo_timeout) : refused;
+}
+
+ProcessData* Client::Core::usable_pdos(std::uint8_t node) {
+  if (nmt_.state(node, Clock::now()) != canopencore::NMTState::OPERATIONAL) {
+    forget_pdos(node);
+    return nullptr;
+  }
+  const std::lock_guard<std::mutex> lock(process_data_mutex_);
+  std::unique_ptr<ProcessData>& data = process_data_.at(node);
+  if (!data) data = std::make_unique<ProcessData>(*bus_, *port_, *producers_, options_.late_reply_grace);
+  if (closed_.load()) data->close();
+  return data.get();
+}
+
+void Client::Core::forget_pdos(std::uint8_t node) {
+  const std::lock_guard<std::mutex> lock(process_data_mutex_);
+  if (process_data_.at(node)) process_data_.at(node)->forget();
 }
 
 void Client::Core::expect(std::uint8_t node, Duration within) {
@@ -204,8 +234,9 @@ void Client::Core::arrived(const can::Frame& frame) {
 void Client::Core::error_control_arrived(const can::Frame& frame, TimePoint now) {
   const NmtMonitor::Events events = nmt_.arrived(frame, now);
   for (const Event& event : events) {
-    if (event.kind == Event::Kind::boot_up || event.kind == Event::Kind::unexpected_boot_up)
-      emergencies_.node_restarted(event.node);
+    if (event.kind != Event::Kind::boot_up && event.kind != Event::Kind::unexpected_boot_up) continue;
+    emergencies_.node_restarted(event.node);
+    forget_pdos(event.node);
   }
   post(events);
   if (!events.empty()) watch_heartbeats();

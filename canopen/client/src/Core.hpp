@@ -16,6 +16,7 @@
 #include "Listener.hpp"
 #include "NmtMonitor.hpp"
 #include "NodeChannel.hpp"
+#include "ProcessData.hpp"
 #include "Producers.hpp"
 #include "Timeouts.hpp"
 #include "Timers.hpp"
@@ -49,6 +50,9 @@ class Client::Core {
   /** NKR_OK when requests to the node can be made. */
   [[nodiscard]] nkr_error_t refusal(std::uint8_t node) const;
 
+  /** The node's process data; null when PDOs cannot be relied on: it is not known to be operational. */
+  ProcessData* usable_pdos(std::uint8_t node);
+
   Timeouts& timeouts() { return timeouts_; }
   NmtMonitor& nmt() { return nmt_; }
   EmergencyHistory& emergencies() { return emergencies_; }
@@ -72,6 +76,7 @@ class Client::Core {
   void received(nkr_error_t result, const can::Frame& frame);
   void arrived(const can::Frame& frame);
   void error_control_arrived(const can::Frame& frame, TimePoint now);
+  void forget_pdos(std::uint8_t node);
   void bus_failed(nkr_error_t result);
   void post(const NmtMonitor::Events& events);
   void watch_heartbeats();
@@ -89,6 +94,8 @@ class Client::Core {
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
   std::unique_ptr<can::Port> port_;  ///< for all that is no SDO; never replaced
   std::unique_ptr<Producers> producers_;
+  std::mutex process_data_mutex_;
+  std::array<std::unique_ptr<ProcessData>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.
   EventQueue events_;
   Timers timers_;

@@ -102,9 +102,17 @@ class Client final : public canopencore::IService {
                        const std::vector<std::uint8_t>& value) override;
 
   /**
-   * Writes the order to object 6042h:00 (vl target velocity, CiA 402) as a signed 16-bit value when the flag
-   * is set, then reads the three objects of the request. `out` changes only when all of it succeeded.
-   * @return NKR_SDO_INVALID_VALUE, with nothing sent, for an order outside 16 bits
+   * One exchange of process data. The order goes to object 6042h:00 (vl target velocity, CiA 402) as a signed
+   * 16-bit value when the flag is set; then the three objects of the request come in.
+   *
+   * While the node's heartbeat says operational, what the node maps into TPDOs that it sends on every SYNC
+   * (transmission type 1) is taken from the PDOs that follow the SYNC that this call sends, all of the same
+   * SYNC; and the order goes by RPDO when the node maps it into one that holds nothing else. All the rest
+   * goes by SDO: the order before the SYNC, the values after it. The node's mapping is read once, and again
+   * after its boot-up, after a write to its PDO parameters by this client and after a time-out. `out` changes
+   * only when all of it succeeded.
+   * @return NKR_SDO_INVALID_VALUE, with nothing sent, for an order outside 16 bits; NKR_SDO_TIMED_OUT when a
+   * PDO does not come
    */
   nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) override;
   nkr_error_t broadcastNMTCommand(const canopencore::NMTCommand& command) override;
