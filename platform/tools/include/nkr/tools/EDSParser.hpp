@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <nkr/tools/Diagnostic.hpp>
 #include <nkr/tools/ObjectEntry.hpp>
+#include <nkr/tools/ObjectValue.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,15 +14,7 @@
 
 namespace nkr::tools {
 
-/** One thing that was wrong in a description file, where, and what was taken instead. */
-struct Diagnostic {
-  enum class Severity : std::uint8_t { WARNING, ERROR };
-  Severity severity = Severity::WARNING;
-  std::size_t line = 0;  ///< counted from 1; 0 when it concerns the file as a whole
-  std::string section;   ///< name of the section, without brackets; printable
-  std::string problem;   ///< what was wrong; printable whatever the file holds
-  std::string taken;     ///< what was taken instead, or what to do about it
-};
+class Diagnostics;
 
 /**
  * Reader of a device description (EDS, DCF; CiA 306).
@@ -55,16 +49,18 @@ class EDSParser {
   /** Value of a key outside the objects ("DeviceInfo", "VendorNumber"), without case; as it stands in the
    * file. */
   [[nodiscard]] std::optional<std::string> getInfo(std::string_view section, std::string_view key) const;
+  /** The node id that a DCF commissions ([DeviceComissioning] NodeID, 1 to 127). */
+  [[nodiscard]] std::optional<std::uint8_t> getNodeId() const;
   /** What the last parse, successful or not, had to say; bounded in number. */
   [[nodiscard]] const std::vector<Diagnostic>& diagnostics() const;
 
  private:
   struct Content;
-  std::unique_ptr<Content> content_;
-};
+  static bool read(std::istream& stream, Content& content, Diagnostics& diagnostics);
 
-/** A value text of a description as a number: decimal, 0x hexadecimal, leading-0 octal, $NODEID in a sum. */
-[[nodiscard]] std::optional<std::int64_t> number_of(std::string_view text, std::uint8_t node_id = 0);
+  std::unique_ptr<Content> content_;
+  std::vector<Diagnostic> diagnostics_;
+};
 
 }  // namespace nkr::tools
 

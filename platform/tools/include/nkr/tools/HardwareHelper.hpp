@@ -17,6 +17,7 @@ namespace nkr::tools {
  */
 class HardwareHelper {
  public:
+  /** @param contextId  the caller's log context; nothing is logged here, results say all */
   explicit HardwareHelper(unsigned int contextId);
   ~HardwareHelper();
   HardwareHelper(const HardwareHelper&) = delete;
@@ -42,7 +43,6 @@ class HardwareHelper {
 
  private:
   struct Content;
-  unsigned int context_id_;
   std::unique_ptr<Content> content_;
 };
 

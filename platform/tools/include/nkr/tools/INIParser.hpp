@@ -8,8 +8,10 @@
 namespace nkr::tools {
 
 /**
- * Reader of an INI text: `[section]`, `key = value`, comments after `;` or `#` at the start of a line.
- * Section and key names are compared exactly. The first of two equal keys holds. Any thread may look up.
+ * Reader of an INI text: `[section]`, `key = value`, comments after `;` or `#` at the start of a line or
+ * behind a blank. A value in double quotes is taken as it stands. Keys before the first section belong to
+ * section "". Section and key names are compared exactly. The first of two equal keys holds. A line that is
+ * none of these fails the reading. Any thread may look up, also while another parses.
  */
 class INIParserClass {
  public:
@@ -34,6 +36,8 @@ class INIParserClass {
   /** Writes the value and returns true when the key exists in the section with a number (point as decimal
    * sign). */
   bool getDouble(const std::string& key, double& value, const std::string& section) const;
+  /** True when the section stands in the text, with keys or without. */
+  [[nodiscard]] bool hasSection(const std::string& section) const;
 
  private:
   struct Content;

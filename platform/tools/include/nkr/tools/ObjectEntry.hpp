@@ -111,11 +111,14 @@ class ObjectEntry {
     std::uint8_t object_type = 7;  ///< CiA 301 object code: 2 DOMAIN, 7 VAR, 8 ARRAY, 9 RECORD
     DataType data_type = DataType::UNKNOWN;
     AccessType access = AccessType::UNKNOWN;
-    std::optional<std::string> default_value;    ///< DefaultValue; absent when the key is absent or empty
+    // Value texts: absent when the file has no such key, empty when it gives the key no value.
+    std::optional<std::string> default_value;
     std::optional<std::string> parameter_value;  ///< ParameterValue of a DCF
     std::optional<std::string> low_limit;
     std::optional<std::string> high_limit;
     bool pdo_mapping = false;
+    bool listed = false;   ///< its index stands in one of the three object lists
+    bool compact = false;  ///< has no section of its own: CompactSubObj of its array or record stands for it
   };
 
   explicit ObjectEntry(Description description) : description_(std::move(description)) {}
