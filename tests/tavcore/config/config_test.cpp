@@ -17,7 +17,7 @@ class ConfigLoad : public testing::Test {
  protected:
   void expect_single_record(std::uint32_t context, const std::string& text) {
     ASSERT_EQ(log.records().size(), 1U);
-    const auto& record = log.records()[0];
+    const tavtest::LogEntry record = log.records()[0];
     EXPECT_EQ(record.context, context);
     EXPECT_EQ(record.level, 2U);
     EXPECT_EQ(record.function, "load");

@@ -126,7 +126,7 @@ template <class Parameters>
 void fill_with_a_pattern(Parameters& parameters) {
   std::apply(
       [](auto&... argument) {
-        const auto fill = [](auto& value) {
+        [[maybe_unused]] const auto fill = [](auto& value) {
           if constexpr (std::is_trivially_copyable_v<std::decay_t<decltype(value)>>) {
             std::memset(static_cast<void*>(&value), 0x5A, sizeof value);
           }
@@ -140,7 +140,7 @@ template <class Parameters>
 bool holds_the_pattern(const Parameters& parameters) {
   return std::apply(
       [](const auto&... argument) {
-        const auto untouched = [](const auto& value) {
+        [[maybe_unused]] const auto untouched = [](const auto& value) {
           using Value = std::decay_t<decltype(value)>;
           if constexpr (std::is_trivially_copyable_v<Value>) {
             unsigned char pattern[sizeof(Value)];
