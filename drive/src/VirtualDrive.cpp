@@ -1,1 +1,123 @@
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
 #include <tav/drive/VirtualDrive.hpp>
+#include <utility>
+#include <vector>
+
+#include "Description.hpp"
+#include "Machine.hpp"
+
+namespace tav::drive {
+namespace {
+
+constexpr std::uint8_t kLargestNodeId = 127;
+
+bool is_usable(const Settings& settings, std::string& problem) {
+  if (settings.node_id <= kLargestNodeId) return true;
+  problem = "the node id " + std::to_string(settings.node_id) + " is not one of 1 to 127";
+  return false;
+}
+
+}  // namespace
+
+// Frames are collected under the lock and handed out without it, so that an output may wait, or bring the
+// next frame in. One thread at a time hands out; what others cause meanwhile is handed out by it, in order.
+struct VirtualDrive::Impl {
+  Impl(std::vector<Object> objects, const Settings& settings)
+      : machine(std::move(objects), settings,
+                [this](const nkr::can::Frame& frame) { outbox.push_back(frame); }) {}
+
+  void hand_out(std::unique_lock<std::mutex>& lock) {
+    if (handing_out) return;
+    handing_out = true;
+    while (!outbox.empty()) {
+      going_out.swap(outbox);
+      lock.unlock();
+      if (output) {
+        for (const nkr::can::Frame& frame : going_out) output(frame);
+      }
+      going_out.clear();
+      lock.lock();
+    }
+    handing_out = false;
+    idle.notify_all();
+  }
+
+  std::mutex mutex;
+  std::condition_variable idle;  // nobody hands out
+  Machine machine;
+  Output output;
+  std::vector<nkr::can::Frame> outbox;
+  std::vector<nkr::can::Frame> going_out;  // used by the thread that hands out, without the lock
+  bool handing_out = false;
+};
+
+VirtualDrive::VirtualDrive(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+VirtualDrive::~VirtualDrive() = default;
+
+std::unique_ptr<VirtualDrive> VirtualDrive::create(std::istream& eds, const Settings& settings,
+                                                   std::string& problem) {
+  if (!is_usable(settings, problem)) return nullptr;
+  std::vector<Object> objects;
+  if (!read_description(eds, objects, problem)) return nullptr;
+  auto impl = std::make_unique<Impl>(std::move(objects), settings);
+  const std::uint8_t node_id = impl->machine.node_id();
+  if (node_id == 0 || node_id > kLargestNodeId) {
+    problem = "no node id is given, and the description's own (\"Node ID\") is not one of 1 to 127";
+    return nullptr;
+  }
+  return std::unique_ptr<VirtualDrive>(new VirtualDrive(std::move(impl)));
+}
+
+std::unique_ptr<VirtualDrive> VirtualDrive::from_file(const std::string& eds_path, const Settings& settings,
+                                                      std::string& problem) {
+  if (!is_usable(settings, problem)) return nullptr;
+  std::ifstream eds(eds_path, std::ios::binary);
+  if (!eds) {
+    problem = "cannot open " + eds_path;
+    return nullptr;
+  }
+  auto drive = create(eds, settings, problem);
+  if (!drive) problem = eds_path + ": " + problem;
+  return drive;
+}
+
+void VirtualDrive::connect(Output output) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->idle.wait(lock, [this] { return !impl_->handing_out; });
+  impl_->output = std::move(output);
+}
+
+void VirtualDrive::power_on(Time now) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.power_on(now);
+  impl_->hand_out(lock);
+}
+
+void VirtualDrive::receive(const nkr::can::Frame& frame) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.receive(frame, impl_->machine.now());
+  impl_->hand_out(lock);
+}
+
+Time VirtualDrive::receive(const nkr::can::Frame& frame, Time now) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.receive(frame, now);
+  impl_->hand_out(lock);
+  return impl_->machine.next_due();
+}
+
+Time VirtualDrive::advance(Time now) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.advance(now);
+  impl_->hand_out(lock);
+  return impl_->machine.next_due();
+}
+
+std::uint8_t VirtualDrive::node_id() const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.node_id();
+}
+
+}  // namespace tav::drive

@@ -1,6 +1,65 @@
 #ifndef TAV_DRIVE_VIRTUALDRIVE_HPP
 #define TAV_DRIVE_VIRTUALDRIVE_HPP
 
-#include <nkr/can/Bus.hpp>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <nkr/can/Frame.hpp>
+#include <string>
+#include <tav/drive/Settings.hpp>
+
+namespace tav::drive {
+
+/**
+ * A drive unit made of software: the object dictionary that a description (EDS) gives, and the behaviour that
+ * CiA 301 and CiA 402 give to its objects.
+ *
+ * It is passive: frames and time are handed in, frames come out by a callback, on the thread of the call that
+ * caused them. It has no clock and no thread of its own, so stepped time is exact; a Runner joins it to a bus
+ * in real time. Any thread may call any operation.
+ */
+class VirtualDrive {
+ public:
+  /** Takes the frames that the drive sends, in order, never two at once. Must not throw. */
+  using Output = std::function<void(const nkr::can::Frame&)>;
+
+  /** A drive of that description; null, and the reason in `problem`, when it cannot be used. */
+  static std::unique_ptr<VirtualDrive> create(std::istream& eds, const Settings& settings,
+                                              std::string& problem);
+  static std::unique_ptr<VirtualDrive> from_file(const std::string& eds_path, const Settings& settings,
+                                                 std::string& problem);
+  ~VirtualDrive();
+  VirtualDrive(const VirtualDrive&) = delete;
+  VirtualDrive& operator=(const VirtualDrive&) = delete;
+
+  /** Where its frames go from now on; an empty function: nowhere. Not to be called from an output. */
+  void connect(Output output);
+
+  /** Switches the supply on: the drive boots and says so (CiA 301 boot-up message). Done once. */
+  void power_on(Time now);
+
+  /** Takes one frame from the bus, at the time of the last call that gave one. */
+  void receive(const nkr::can::Frame& frame);
+  /** Takes one frame from the bus at that time. @return when advance() is next to be called */
+  Time receive(const nkr::can::Frame& frame, Time now);
+
+  /**
+   * Does everything that is due until then, in order and at its own time, however long the step. A time
+   * before the last one changes nothing.
+   * @return when the next thing is due, Time::max() when nothing is
+   */
+  Time advance(Time now);
+
+  /** The node id it answers to: 1 to 127. */
+  [[nodiscard]] std::uint8_t node_id() const;
+
+ private:
+  struct Impl;
+  explicit VirtualDrive(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace tav::drive
 
 #endif

@@ -1,0 +1,101 @@
+#include "Arguments.hpp"
+
+#include <charconv>
+#include <cstdint>
+
+namespace tav::drive {
+namespace {
+
+/** A node id in decimal or, with 0x, hexadecimal digits. */
+bool read_node(const std::string& text, std::uint8_t& node) {
+  const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  const char* const begin = text.data() + (hexadecimal ? 2 : 0);
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(begin, end, node, hexadecimal ? 16 : 10);
+  return error == std::errc() && stop == end && node >= 1 && node <= 127;
+}
+
+/** Where the value of an option goes; null for an option that does not exist. */
+std::string* place_of(const std::string& option, Arguments& arguments, std::string& node) {
+  if (option == "--bus") return &arguments.bus;
+  if (option == "--eds") return &arguments.eds;
+  if (option == "--config") return &arguments.config;
+  if (option == "--store") return &arguments.store;
+  if (option == "--node") return &node;
+  return nullptr;
+}
+
+bool read_words(const std::vector<std::string>& words, Arguments& arguments, std::string& node,
+                std::string& problem) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == "--help" || words[i] == "-h") {
+      arguments.help = true;
+      continue;
+    }
+    if (words[i] == "--version") {
+      arguments.version = true;
+      continue;
+    }
+    const std::size_t sign = words[i].find('=');
+    const std::string option = words[i].substr(0, sign);
+    std::string* const place = place_of(option, arguments, node);
+    if (place == nullptr) {
+      problem = "unknown option " + words[i];
+      return false;
+    }
+    if (sign == std::string::npos && i + 1 == words.size()) {
+      problem = option + " needs a value";
+      return false;
+    }
+    *place = sign == std::string::npos ? words[++i] : words[i].substr(sign + 1);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool read_arguments(const std::vector<std::string>& words, Arguments& arguments, std::string& problem) {
+  std::string node;
+  if (!read_words(words, arguments, node, problem)) return false;
+  if (arguments.help || arguments.version) return true;
+  if (!node.empty() && !read_node(node, arguments.node)) {
+    problem = "--node " + node + ": a node id is a number from 1 to 127";
+    return false;
+  }
+  if (arguments.bus.empty()) {
+    problem = "--bus is missing: where shall the drive be?";
+    return false;
+  }
+  if (arguments.bus == "virtual") {
+    problem = "the bus \"virtual\" lives inside one program, where the drive would be alone; use unix:PATH";
+    return false;
+  }
+  return true;
+}
+
+std::string help_text() {
+  return R"(tav-drive - a virtual drive on a CAN bus
+
+Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FILE]
+
+  --bus BUS      unix:PATH   a bus between programs of this machine; no rights needed
+                 can0 ...    a SocketCAN interface (vcan0 too)
+  --node ID      CANopen node id, 1 to 127; without it the description's own
+  --eds FILE     the description of the drive (default: share/tav/tav.eds, else the installed one)
+  --config FILE  take the mechanics (steps, pole pairs) from the hardware section of this file
+  --store FILE   keep what is stored in the drive in this file; without it a restart forgets it
+  --version      the version
+  --help         this text
+
+The drive runs until Ctrl-C. It behaves as a drive that was switched on at that moment: it sends its
+boot-up message and then a heartbeat.
+
+Example, in two terminals:
+  tav-drive --bus unix:/tmp/bus --node 1
+  tavctl --bus unix:/tmp/bus --node 1 info
+
+Exit status: 0 stopped by the user, 1 the bus or a file cannot be used, 2 wrong usage.
+)";
+}
+
+}  // namespace tav::drive

@@ -1,0 +1,36 @@
+#ifndef TAV_DRIVE_SRC_ABORT_HPP
+#define TAV_DRIVE_SRC_ABORT_HPP
+
+#include <cstdint>
+
+namespace tav::drive {
+
+/** Answer of the object dictionary to an access: an SDO abort code (CiA 301, 7.2.4.3.17), or NONE. */
+enum class Abort : std::uint32_t {
+  NONE = 0,
+  TOGGLE_BIT = 0x05030000,
+  UNKNOWN_COMMAND = 0x05040001,
+  OUT_OF_MEMORY = 0x05040005,
+  UNSUPPORTED_ACCESS = 0x06010000,
+  WRITE_ONLY = 0x06010001,
+  READ_ONLY = 0x06010002,
+  NO_OBJECT = 0x06020000,
+  NOT_MAPPABLE = 0x06040041,
+  MAPPING_TOO_LONG = 0x06040042,
+  INCOMPATIBLE = 0x06040043,
+  HARDWARE = 0x06060000,
+  LENGTH = 0x06070010,
+  TOO_LONG = 0x06070012,
+  TOO_SHORT = 0x06070013,
+  NO_SUBINDEX = 0x06090011,
+  INVALID_VALUE = 0x06090030,
+  TOO_HIGH = 0x06090031,
+  TOO_LOW = 0x06090032,
+  CANNOT_STORE = 0x08000020,
+  DEVICE_STATE = 0x08000022,
+  NO_DATA = 0x08000024,
+};
+
+}  // namespace tav::drive
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef TAV_DRIVE_SRC_DESCRIPTION_HPP
+#define TAV_DRIVE_SRC_DESCRIPTION_HPP
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "Object.hpp"
+
+namespace tav::drive {
+
+/**
+ * The objects that a description file (EDS, CiA 306) gives a drive, without values yet.
+ * @return false, and the reason in `problem`, when the file cannot be used
+ */
+bool read_description(std::istream& eds, std::vector<Object>& objects, std::string& problem);
+
+/** Gives the object the value of its default text for a drive of that node id; without one, zeros. */
+void set_default(Object& object, std::uint8_t node_id);
+
+}  // namespace tav::drive
+
+#endif

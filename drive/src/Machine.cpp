@@ -1,0 +1,100 @@
+#include "Machine.hpp"
+
+#include <algorithm>
+
+#include "Description.hpp"
+#include "NMT.hpp"
+#include "SDOServer.hpp"
+
+namespace tav::drive {
+namespace {
+
+/** Communication objects (CiA 301, 7.1.2): what a reset of the communication starts anew. */
+bool is_communication(const Object& object) {
+  return object.index >= 0x1000 && object.index < 0x2000;
+}
+
+}  // namespace
+
+Machine::Machine(std::vector<Object> objects, const Settings& settings,
+                 std::function<void(const nkr::can::Frame&)> transmit)
+    : context_{settings,           ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING,
+               std::move(transmit)},
+      node_id_setting_(context_.dictionary.find("Node ID"), 1) {
+  add<NMT>(NMT::Actions{[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }});
+  add_sdo_servers();
+  heartbeat_ = &add<HeartbeatProducer>();
+  load_values(Reset::NODE);
+}
+
+void Machine::add_sdo_servers() {
+  constexpr std::uint16_t kChannels = 128;
+  constexpr std::uint16_t kFirst = 0x1200;
+  add<SDOServer>(std::uint16_t{0});
+  for (std::uint16_t channel = 1; channel < kChannels; ++channel) {
+    const auto index = static_cast<std::uint16_t>(kFirst + channel);
+    if (context_.dictionary.find(index, 1) != nullptr) add<SDOServer>(channel);
+  }
+}
+
+void Machine::load_values(Reset kind) {
+  if (kind == Reset::NODE) {
+    if (Object* setting = node_id_setting_.object()) set_default(*setting, 0);
+    if (context_.settings.node_id != 0) node_id_setting_.set(context_.settings.node_id);
+  }
+  context_.node_id = node_id_setting_.get();
+  for (Object& object : context_.dictionary.objects()) {
+    if (&object == node_id_setting_.object()) continue;
+    if (kind == Reset::NODE || is_communication(object)) set_default(object, context_.node_id);
+  }
+}
+
+void Machine::power_on(Time now) {
+  if (context_.nmt != NMTState::INITIALISING) return;
+  context_.now = now;
+  reset(Reset::NODE);
+  plan();
+}
+
+void Machine::reset(Reset kind) {
+  enter(NMTState::INITIALISING);
+  load_values(kind);
+  for (auto& part : parts_) part->reset(kind);
+  heartbeat_->send_boot_up();
+  enter(NMTState::PRE_OPERATIONAL);
+}
+
+void Machine::enter(NMTState state) {
+  const NMTState before = context_.nmt;
+  if (state == before) return;
+  context_.nmt = state;
+  for (auto& part : parts_) part->nmt_changed(before);
+}
+
+void Machine::receive(const nkr::can::Frame& frame, Time now) {
+  constexpr std::size_t kMostBytes = 8;
+  advance(now);
+  if (context_.nmt == NMTState::INITIALISING) return;
+  if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
+  for (auto& part : parts_) part->receive(frame);
+  plan();
+}
+
+void Machine::advance(Time now) {
+  if (context_.nmt == NMTState::INITIALISING) return;
+  while (next_due_ <= now) {
+    context_.now = std::max(context_.now, next_due_);
+    for (auto& part : parts_) {
+      if (part->next_due() <= context_.now) part->run();
+    }
+    plan();
+  }
+  context_.now = std::max(context_.now, now);
+}
+
+void Machine::plan() {
+  next_due_ = Time::max();
+  for (const auto& part : parts_) next_due_ = std::min(next_due_, part->next_due());
+}
+
+}  // namespace tav::drive

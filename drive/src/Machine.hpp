@@ -1,0 +1,50 @@
+#ifndef TAV_DRIVE_SRC_MACHINE_HPP
+#define TAV_DRIVE_SRC_MACHINE_HPP
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "HeartbeatProducer.hpp"
+#include "Part.hpp"
+
+namespace tav::drive {
+
+/** The drive as a whole, without locks: its parts, and how frames, time and resets reach them. */
+class Machine {
+ public:
+  Machine(std::vector<Object> objects, const Settings& settings,
+          std::function<void(const nkr::can::Frame&)> transmit);
+
+  void power_on(Time now);
+  void receive(const nkr::can::Frame& frame, Time now);
+  void advance(Time now);
+  [[nodiscard]] Time now() const { return context_.now; }
+  [[nodiscard]] Time next_due() const { return next_due_; }
+  [[nodiscard]] std::uint8_t node_id() const { return context_.node_id; }
+
+ private:
+  template <class Kind, class... Arguments>
+  Kind& add(Arguments&&... arguments) {
+    auto part = std::make_unique<Kind>(context_, std::forward<Arguments>(arguments)...);
+    Kind& reference = *part;
+    parts_.push_back(std::move(part));
+    return reference;
+  }
+  void add_sdo_servers();
+  void enter(NMTState state);
+  void reset(Reset kind);
+  void load_values(Reset kind);
+  void plan();
+
+  Context context_;
+  Variable<std::uint8_t> node_id_setting_;
+  std::vector<std::unique_ptr<Part>> parts_;
+  HeartbeatProducer* heartbeat_ = nullptr;
+  Time next_due_ = Time::max();
+};
+
+}  // namespace tav::drive
+
+#endif

@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <tav/drive/Runner.hpp>
+#include <thread>
+
+namespace tav::drive {
+namespace {
+
+using nkr::can::Clock;
+using nkr::can::Frame;
+
+/** Longest sleep of a thread that has nothing to do: keeps waits far from the clock's end. */
+constexpr std::chrono::seconds kLongestSleep(10);
+/** A frame that the bus does not take within that time is lost, as on a bus without listeners. */
+constexpr std::chrono::milliseconds kSendTimeout(100);
+
+Time wake_up_time(Time due) {
+  return std::min(due, Clock::now() + kLongestSleep);
+}
+
+}  // namespace
+
+struct Runner::Impl {
+  explicit Impl(VirtualDrive& the_drive) : drive(the_drive) {}
+
+  nkr_error_t start(nkr::can::Bus& bus);
+  void stop();
+  void run_queue_port();
+  void run_timer();
+  void take(const Frame& frame);
+
+  VirtualDrive& drive;
+  std::unique_ptr<nkr::can::Port> port;
+  std::thread thread;
+  std::atomic<nkr_error_t> status{NKR_CAN_NOT_CONNECTED};
+
+  // The timer thread of a handler port, and when it is wanted.
+  std::mutex mutex;
+  std::condition_variable wake;
+  Time wanted = Time::max();
+  bool stopping = false;
+};
+
+nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
+  if (port) return NKR_INVALID_STATE;
+  nkr_error_t result = NKR_OK;
+  auto* in_process = dynamic_cast<nkr::can::InProcessBus*>(&bus);
+  stopping = false;
+  port = in_process != nullptr ? in_process->open(
+                                     {}, [this](const Frame& frame) { take(frame); }, result)
+                               : bus.open({}, result);
+  if (!port) return result;
+  status = NKR_OK;
+  drive.connect([this](const Frame& frame) {
+    const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
+    if (sent == NKR_CAN_INTERFACE_GONE || sent == NKR_CAN_CLOSED) status = sent;
+  });
+  drive.power_on(Clock::now());
+  thread = std::thread([this, in_process] { in_process != nullptr ? run_timer() : run_queue_port(); });
+  return NKR_OK;
+}
+
+void Runner::Impl::stop() {
+  if (!port) return;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    stopping = true;
+  }
+  wake.notify_one();
+  port->close();
+  thread.join();
+  drive.connect({});
+  port.reset();
+  status = NKR_CAN_NOT_CONNECTED;
+}
+
+void Runner::Impl::take(const Frame& frame) {
+  const Time due = drive.receive(frame, Clock::now());
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (due >= wanted) return;
+    wanted = due;
+  }
+  wake.notify_one();
+}
+
+void Runner::Impl::run_timer() {
+  std::unique_lock<std::mutex> lock(mutex);
+  while (!stopping) {
+    wanted = Time::max();
+    lock.unlock();
+    const Time due = wake_up_time(drive.advance(Clock::now()));
+    lock.lock();
+    if (stopping) return;
+    wanted = std::min(wanted, due);
+    wake.wait_until(lock, wanted);
+  }
+}
+
+void Runner::Impl::run_queue_port() {
+  while (true) {
+    const Time due = wake_up_time(drive.advance(Clock::now()));
+    Frame frame;
+    const nkr_error_t result = port->receive(frame, due);
+    if (result == NKR_OK) {
+      drive.receive(frame, Clock::now());
+    } else if (result == NKR_CAN_INTERFACE_GONE || result == NKR_CAN_CLOSED) {
+      status = result;
+      return;
+    }
+  }
+}
+
+Runner::Runner(VirtualDrive& drive) : impl_(std::make_unique<Impl>(drive)) {}
+
+Runner::~Runner() {
+  stop();
+}
+
+nkr_error_t Runner::start(nkr::can::Bus& bus) {
+  return impl_->start(bus);
+}
+
+void Runner::stop() {
+  impl_->stop();
+}
+
+nkr_error_t Runner::status() const {
+  return impl_->status;
+}
+
+}  // namespace tav::drive
