@@ -3,11 +3,19 @@
 #include <algorithm>
 
 #include "Description.hpp"
+#include "EmergencyProducer.hpp"
+#include "HeartbeatConsumer.hpp"
+#include "Motion.hpp"
 #include "NMT.hpp"
 #include "SDOServer.hpp"
 
 namespace tav::drive {
 namespace {
+
+// Sub-indices of the error behaviour object, 0x1029.
+constexpr std::uint8_t kCommunicationError = 1;
+constexpr std::uint8_t kProfileError = 2;
+constexpr std::uint8_t kManufacturerError = 3;
 
 /** Communication objects (CiA 301, 7.1.2): what a reset of the communication starts anew. */
 bool is_communication(const Object& object) {
@@ -24,6 +32,8 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings,
   add<NMT>(NMT::Actions{[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }});
   add_sdo_servers();
   heartbeat_ = &add<HeartbeatProducer>();
+  add_power_drive();
+  add_heartbeat_consumer();
   load_values(Reset::NODE);
 }
 
@@ -35,6 +45,52 @@ void Machine::add_sdo_servers() {
     const auto index = static_cast<std::uint16_t>(kFirst + channel);
     if (context_.dictionary.find(index, 1) != nullptr) add<SDOServer>(channel);
   }
+}
+
+void Machine::add_power_drive() {
+  auto& emergencies = add<EmergencyProducer>();
+  errors_ = &add<Errors>(emergencies);
+  auto& motion = add<Motion>();
+  power_ = &add<PowerStateMachine>(motion, *errors_);
+}
+
+void Machine::add_heartbeat_consumer() {
+  constexpr std::uint16_t kHeartbeatError = 0x8130;
+  const auto lost = [this](std::uint8_t node) {
+    const VendorBytes vendor{node};
+    if (!power_->connection_lost(kHeartbeatError, vendor)) {
+      errors_->raise(kHeartbeatError, vendor, Errors::Ends::WITH_ITS_CAUSE, true);
+    }
+    behave_on_error(kCommunicationError);
+  };
+  const auto returned = [this](std::uint8_t node) { errors_->clear(kHeartbeatError, VendorBytes{node}); };
+  add<HeartbeatConsumer>(HeartbeatConsumer::Events{lost, returned});
+}
+
+/** The error behaviour object, 0x1029: what an operational node does. */
+void Machine::behave_on_error(std::uint8_t subindex) {
+  constexpr std::uint8_t kPreOperational = 0;
+  constexpr std::uint8_t kStopped = 2;
+  if (context_.nmt != NMTState::OPERATIONAL) return;
+  const auto behaviour = Variable<std::uint8_t>(context_.dictionary, 0x1029, subindex, kPreOperational).get();
+  if (behaviour == kPreOperational) enter(NMTState::PRE_OPERATIONAL);
+  if (behaviour == kStopped) enter(NMTState::STOPPED);
+}
+
+void Machine::raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor) {
+  if (context_.nmt == NMTState::INITIALISING) return;
+  errors_->raise(code, vendor, Errors::Ends::ACKNOWLEDGED, lasting);
+  power_->fault();
+  const std::uint8_t bits = Errors::class_bit(code);
+  if ((bits & Errors::kCommunicationBit) != 0) behave_on_error(kCommunicationError);
+  if ((bits & Errors::kProfileBit) != 0) behave_on_error(kProfileError);
+  if ((bits & Errors::kManufacturerBit) != 0) behave_on_error(kManufacturerError);
+  plan();
+}
+
+void Machine::clear_fault(std::uint16_t code) {
+  errors_->clear_code(code);
+  plan();
 }
 
 void Machine::load_values(Reset kind) {

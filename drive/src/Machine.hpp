@@ -6,8 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "Errors.hpp"
 #include "HeartbeatProducer.hpp"
 #include "Part.hpp"
+#include "PowerStateMachine.hpp"
 
 namespace tav::drive {
 
@@ -20,6 +22,8 @@ class Machine {
   void power_on(Time now);
   void receive(const nkr::can::Frame& frame, Time now);
   void advance(Time now);
+  void raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor);
+  void clear_fault(std::uint16_t code);
   [[nodiscard]] Time now() const { return context_.now; }
   [[nodiscard]] Time next_due() const { return next_due_; }
   [[nodiscard]] std::uint8_t node_id() const { return context_.node_id; }
@@ -33,6 +37,9 @@ class Machine {
     return reference;
   }
   void add_sdo_servers();
+  void add_power_drive();
+  void add_heartbeat_consumer();
+  void behave_on_error(std::uint8_t subindex);
   void enter(NMTState state);
   void reset(Reset kind);
   void load_values(Reset kind);
@@ -42,6 +49,8 @@ class Machine {
   Variable<std::uint8_t> node_id_setting_;
   std::vector<std::unique_ptr<Part>> parts_;
   HeartbeatProducer* heartbeat_ = nullptr;
+  Errors* errors_ = nullptr;
+  PowerStateMachine* power_ = nullptr;
   Time next_due_ = Time::max();
 };
 

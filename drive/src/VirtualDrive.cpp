@@ -115,6 +115,18 @@ Time VirtualDrive::advance(Time now) {
   return impl_->machine.next_due();
 }
 
+void VirtualDrive::raise_fault(std::uint16_t code, bool lasting, const std::array<std::uint8_t, 5>& vendor) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.raise_fault(code, lasting, vendor);
+  impl_->hand_out(lock);
+}
+
+void VirtualDrive::clear_fault(std::uint16_t code) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.clear_fault(code);
+  impl_->hand_out(lock);
+}
+
 std::uint8_t VirtualDrive::node_id() const {
   const std::lock_guard<std::mutex> lock(impl_->mutex);
   return impl_->machine.node_id();

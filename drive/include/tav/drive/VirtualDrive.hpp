@@ -1,6 +1,7 @@
 #ifndef TAV_DRIVE_VIRTUALDRIVE_HPP
 #define TAV_DRIVE_VIRTUALDRIVE_HPP
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
@@ -50,6 +51,16 @@ class VirtualDrive {
    * @return when the next thing is due, Time::max() when nothing is
    */
   Time advance(Time now);
+
+  /**
+   * Makes a fault happen: the drive does what 0x605E says, ends in FAULT and reports the code.
+   * @param code    error code (CiA 402-2, 0x603F)
+   * @param lasting the cause stays until clear_fault(): a fault reset before that is in vain
+   * @param vendor  manufacturer-specific bytes of the emergency message
+   */
+  void raise_fault(std::uint16_t code, bool lasting = false, const std::array<std::uint8_t, 5>& vendor = {});
+  /** Ends the cause of the faults of that code. The drive stays in FAULT until it is reset. */
+  void clear_fault(std::uint16_t code);
 
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;
