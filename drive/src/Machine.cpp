@@ -8,6 +8,9 @@
 #include "Motion.hpp"
 #include "NMT.hpp"
 #include "SDOServer.hpp"
+#include "SRDOConfiguration.hpp"
+#include "SafetyFunctions.hpp"
+#include "SafetySignatures.hpp"
 
 namespace tav::drive {
 namespace {
@@ -34,6 +37,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings,
   heartbeat_ = &add<HeartbeatProducer>();
   add_power_drive();
   add_heartbeat_consumer();
+  add_safety();
   load_values(Reset::NODE);
 }
 
@@ -65,6 +69,19 @@ void Machine::add_heartbeat_consumer() {
   };
   const auto returned = [this](std::uint8_t node) { errors_->clear(kHeartbeatError, VendorBytes{node}); };
   add<HeartbeatConsumer>(HeartbeatConsumer::Events{lost, returned});
+}
+
+void Machine::add_safety() {
+  add<SRDOConfiguration>();
+  safety_functions_ = &add<SafetyFunctions>([this] { follow_safety(); });
+  safety_signatures_ = &add<SafetySignatures>(*errors_, [this] { follow_safety(); });
+}
+
+/** No torque while STO acts or a safety signature differs. */
+void Machine::follow_safety() {
+  const bool sound = safety_signatures_->agree();
+  power_->inhibit_torque(safety_functions_->torque_off() || !sound);
+  safety_functions_->set_configuration_sound(sound);
 }
 
 /** The error behaviour object, 0x1029: what an operational node does. */

@@ -10,6 +10,8 @@
 #include "HeartbeatProducer.hpp"
 #include "Part.hpp"
 #include "PowerStateMachine.hpp"
+#include "SafetyFunctions.hpp"
+#include "SafetySignatures.hpp"
 
 namespace tav::drive {
 
@@ -39,6 +41,8 @@ class Machine {
   void add_sdo_servers();
   void add_power_drive();
   void add_heartbeat_consumer();
+  void add_safety();
+  void follow_safety();
   void behave_on_error(std::uint8_t subindex);
   void enter(NMTState state);
   void reset(Reset kind);
@@ -51,6 +55,8 @@ class Machine {
   HeartbeatProducer* heartbeat_ = nullptr;
   Errors* errors_ = nullptr;
   PowerStateMachine* power_ = nullptr;
+  SafetyFunctions* safety_functions_ = nullptr;
+  SafetySignatures* safety_signatures_ = nullptr;
   Time next_due_ = Time::max();
 };
 
