@@ -143,18 +143,16 @@ bool read_description(std::istream& eds, std::vector<Object>& objects, std::stri
   return true;
 }
 
-void set_default(Object& object, std::uint8_t node_id) {
+Bytes default_value(const Object& object, std::uint8_t node_id) {
   const std::string& text = object.default_text;
-  if (object.kind == Kind::TEXT) {
-    object.value.assign(text.begin(), text.end());
-    return;
-  }
-  object.value.assign(object.size, 0);
+  if (object.kind == Kind::TEXT) return Bytes(text.begin(), text.end());
+  Bytes value(object.size, 0);
   if (object.kind == Kind::REAL) {
-    put_real(object.value, real_in(text));
+    put_real(value, real_in(text));
   } else if (const auto number = nkr::tools::number_of(text, node_id)) {
-    put_number(object.value, static_cast<std::uint64_t>(*number));
+    put_number(value, static_cast<std::uint64_t>(*number));
   }
+  return value;
 }
 
 }  // namespace tav::drive

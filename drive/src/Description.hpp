@@ -15,8 +15,8 @@ namespace tav::drive {
  */
 bool read_description(std::istream& eds, std::vector<Object>& objects, std::string& problem);
 
-/** Gives the object the value of its default text for a drive of that node id; without one, zeros. */
-void set_default(Object& object, std::uint8_t node_id);
+/** The value that the object's default text means for a drive of that node id; without a text, zeros. */
+[[nodiscard]] Bytes default_value(const Object& object, std::uint8_t node_id);
 
 }  // namespace tav::drive
 

@@ -16,8 +16,7 @@ std::uint8_t Errors::class_bit(std::uint16_t code) {
 }
 
 Errors::Errors(Context& context, EmergencyProducer& emergencies)
-    : context_(context),
-      emergencies_(emergencies),
+    : emergencies_(emergencies),
       register_(context.dictionary, 0x1001, 0),
       error_code_(context.dictionary, 0x603F, 0),
       count_(context.dictionary, 0x1003, 0) {

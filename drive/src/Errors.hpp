@@ -60,7 +60,6 @@ class Errors : public Part {
   [[nodiscard]] Abort entry_readable(std::uint8_t subindex) const;
   [[nodiscard]] std::uint8_t error_register() const;
 
-  Context& context_;
   EmergencyProducer& emergencies_;
   Variable<std::uint8_t> register_;
   Variable<std::uint16_t> error_code_;

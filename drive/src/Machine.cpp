@@ -32,12 +32,16 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings,
     : context_{settings,           ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING,
                std::move(transmit)},
       node_id_setting_(context_.dictionary.find("Node ID"), 1) {
+  store_ = &add<ParameterStore>();
   add<NMT>(NMT::Actions{[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }});
   add_sdo_servers();
   heartbeat_ = &add<HeartbeatProducer>();
   add_power_drive();
   add_heartbeat_consumer();
   add_safety();
+  add_health();
+  process_data_ = &add<ProcessData>(*errors_, [this] { return motion_->moving(); });
+  deliver_node_id();
   load_values(Reset::NODE);
 }
 
@@ -54,8 +58,8 @@ void Machine::add_sdo_servers() {
 void Machine::add_power_drive() {
   auto& emergencies = add<EmergencyProducer>();
   errors_ = &add<Errors>(emergencies);
-  auto& motion = add<Motion>();
-  power_ = &add<PowerStateMachine>(motion, *errors_);
+  motion_ = &add<Motion>();
+  power_ = &add<PowerStateMachine>(*motion_, *errors_);
 }
 
 void Machine::add_heartbeat_consumer() {
@@ -77,10 +81,17 @@ void Machine::add_safety() {
   safety_signatures_ = &add<SafetySignatures>(*errors_, [this] { follow_safety(); });
 }
 
-/** No torque while STO acts or a safety signature differs. */
+void Machine::add_health() {
+  health_ = &add<Health>(*errors_, Health::Effects{[this] { power_->fault(); },
+                                                   [this](bool warning) { power_->set_warning(warning); },
+                                                   [this] { follow_safety(); }});
+}
+
+/** No torque while STO acts, a safety signature differs, or the motor's calibration is missing. */
 void Machine::follow_safety() {
+  if (safety_signatures_ == nullptr || health_ == nullptr) return;
   const bool sound = safety_signatures_->agree();
-  power_->inhibit_torque(safety_functions_->torque_off() || !sound);
+  power_->inhibit_torque(safety_functions_->torque_off() || !sound || !health_->calibrated());
   safety_functions_->set_configuration_sound(sound);
 }
 
@@ -102,23 +113,48 @@ void Machine::raise_fault(std::uint16_t code, bool lasting, const VendorBytes& v
   if ((bits & Errors::kCommunicationBit) != 0) behave_on_error(kCommunicationError);
   if ((bits & Errors::kProfileBit) != 0) behave_on_error(kProfileError);
   if ((bits & Errors::kManufacturerBit) != 0) behave_on_error(kManufacturerError);
+  process_data_->sample();
   plan();
 }
 
 void Machine::clear_fault(std::uint16_t code) {
   errors_->clear_code(code);
+  process_data_->sample();
   plan();
 }
 
+void Machine::measure(const Environment& environment) {
+  health_->measure(environment);
+  process_data_->sample();
+  plan();
+}
+
+/** The node id that the drive's maker gave it, as if stored at delivery. */
+void Machine::deliver_node_id() {
+  Object* setting = node_id_setting_.object();
+  if (context_.settings.node_id == 0) return;
+  if (setting == nullptr) {
+    node_id_setting_.set(context_.settings.node_id);
+    return;
+  }
+  setting->value = default_value(*setting, 0);
+  node_id_setting_.set(context_.settings.node_id);
+  store_->deliver(*setting);
+}
+
+void Machine::set_power_on_value(Object& object) {
+  if (!store_->load(object)) object.value = default_value(object, context_.node_id);
+}
+
 void Machine::load_values(Reset kind) {
-  if (kind == Reset::NODE) {
-    if (Object* setting = node_id_setting_.object()) set_default(*setting, 0);
-    if (context_.settings.node_id != 0) node_id_setting_.set(context_.settings.node_id);
+  const bool network_too = kind == Reset::NODE || store_->network_restored();
+  for (Object& object : context_.dictionary.objects()) {
+    if (network_too && ParameterStore::is_network(object)) set_power_on_value(object);
   }
   context_.node_id = node_id_setting_.get();
   for (Object& object : context_.dictionary.objects()) {
-    if (&object == node_id_setting_.object()) continue;
-    if (kind == Reset::NODE || is_communication(object)) set_default(object, context_.node_id);
+    if (ParameterStore::is_network(object)) continue;
+    if (kind == Reset::NODE || is_communication(object)) set_power_on_value(object);
   }
 }
 
@@ -150,6 +186,7 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
   if (context_.nmt == NMTState::INITIALISING) return;
   if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
   for (auto& part : parts_) part->receive(frame);
+  process_data_->sample();
   plan();
 }
 
@@ -160,6 +197,7 @@ void Machine::advance(Time now) {
     for (auto& part : parts_) {
       if (part->next_due() <= context_.now) part->run();
     }
+    process_data_->sample();
     plan();
   }
   context_.now = std::max(context_.now, now);

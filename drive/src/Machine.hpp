@@ -7,9 +7,12 @@
 #include <vector>
 
 #include "Errors.hpp"
+#include "Health.hpp"
 #include "HeartbeatProducer.hpp"
+#include "ParameterStore.hpp"
 #include "Part.hpp"
 #include "PowerStateMachine.hpp"
+#include "ProcessData.hpp"
 #include "SafetyFunctions.hpp"
 #include "SafetySignatures.hpp"
 
@@ -26,6 +29,9 @@ class Machine {
   void advance(Time now);
   void raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor);
   void clear_fault(std::uint16_t code);
+  void measure(const Environment& environment);
+  /** False when the file of the non-volatile memory is damaged. */
+  [[nodiscard]] bool memory_readable() const { return store_->readable(); }
   [[nodiscard]] Time now() const { return context_.now; }
   [[nodiscard]] Time next_due() const { return next_due_; }
   [[nodiscard]] std::uint8_t node_id() const { return context_.node_id; }
@@ -42,17 +48,24 @@ class Machine {
   void add_power_drive();
   void add_heartbeat_consumer();
   void add_safety();
+  void add_health();
   void follow_safety();
   void behave_on_error(std::uint8_t subindex);
   void enter(NMTState state);
   void reset(Reset kind);
+  void deliver_node_id();
   void load_values(Reset kind);
+  void set_power_on_value(Object& object);
   void plan();
 
   Context context_;
   Variable<std::uint8_t> node_id_setting_;
   std::vector<std::unique_ptr<Part>> parts_;
+  ParameterStore* store_ = nullptr;
   HeartbeatProducer* heartbeat_ = nullptr;
+  Motion* motion_ = nullptr;
+  ProcessData* process_data_ = nullptr;
+  Health* health_ = nullptr;
   Errors* errors_ = nullptr;
   PowerStateMachine* power_ = nullptr;
   SafetyFunctions* safety_functions_ = nullptr;

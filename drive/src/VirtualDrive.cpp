@@ -62,6 +62,10 @@ std::unique_ptr<VirtualDrive> VirtualDrive::create(std::istream& eds, const Sett
   std::vector<Object> objects;
   if (!read_description(eds, objects, problem)) return nullptr;
   auto impl = std::make_unique<Impl>(std::move(objects), settings);
+  if (!impl->machine.memory_readable()) {
+    problem = settings.store_path + " is damaged: remove it to start from the defaults";
+    return nullptr;
+  }
   const std::uint8_t node_id = impl->machine.node_id();
   if (node_id == 0 || node_id > kLargestNodeId) {
     problem = "no node id is given, and the description's own (\"Node ID\") is not one of 1 to 127";
@@ -124,6 +128,12 @@ void VirtualDrive::raise_fault(std::uint16_t code, bool lasting, const std::arra
 void VirtualDrive::clear_fault(std::uint16_t code) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
   impl_->machine.clear_fault(code);
+  impl_->hand_out(lock);
+}
+
+void VirtualDrive::measure(const Environment& environment) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  impl_->machine.measure(environment);
   impl_->hand_out(lock);
 }
 

@@ -20,6 +20,13 @@ class HostLossTest : public ::testing::Test {
   }
   void beat() { bench.send("77F#05"); }
   std::uint32_t state() { return bench.read(0x6041) & 0x6F; }
+  Frames emergencies() {
+    Frames emergencies;
+    for (const std::string& frame : bench.take()) {
+      if (frame.rfind("081#", 0) == 0) emergencies.push_back(frame);
+    }
+    return emergencies;
+  }
   std::string heartbeat() {
     bench.take();
     bench.step(milliseconds(100));
@@ -35,7 +42,7 @@ class HostLossTest : public ::testing::Test {
 TEST_F(HostLossTest, IsNotMissedBeforeItsFirstHeartbeat) {
   bench.write(0x1016, 1, 0x007F00C8, 4);
   bench.step(milliseconds(5000));
-  EXPECT_EQ(bench.take_events(), Frames{});
+  EXPECT_EQ(emergencies(), Frames{});
   EXPECT_EQ(bench.read(0x1001), 0U);
 }
 
@@ -45,8 +52,8 @@ TEST_F(HostLossTest, AFaultStopsTheDrive) {
   EXPECT_EQ(state(), 0x27U);
   bench.take();
   bench.step(milliseconds(1));
-  EXPECT_EQ(bench.take_events(), Frames{"081#308111"
-                                        "7F00000000"});
+  EXPECT_EQ(emergencies(), Frames{"081#308111"
+                                  "7F00000000"});
   EXPECT_EQ(state() & 0x4F, 0x0FU) << "fault reaction active";
   bench.step(milliseconds(200));
   EXPECT_EQ(state() & 0x4F, 0x08U) << "fault";
@@ -60,7 +67,7 @@ TEST_F(HostLossTest, HeartbeatsInTimeKeepItRunning) {
     beat();
   }
   EXPECT_EQ(state(), 0x27U);
-  EXPECT_EQ(bench.take_events(), Frames{});
+  EXPECT_EQ(emergencies(), Frames{});
 }
 
 TEST_F(HostLossTest, OptionZeroLetsItTurnOn) {
@@ -71,7 +78,7 @@ TEST_F(HostLossTest, OptionZeroLetsItTurnOn) {
   EXPECT_EQ(bench.read(0x1001), 0x11U) << "the error is reported all the same";
   beat();
   EXPECT_EQ(bench.read(0x1001), 0U) << "and gone when the host is back";
-  EXPECT_EQ(bench.take_events(), (Frames{"081#3081117F00000000", "081#0000000000000000"}));
+  EXPECT_EQ(emergencies(), (Frames{"081#3081117F00000000", "081#0000000000000000"}));
 }
 
 TEST_F(HostLossTest, OptionTwoDisablesTheVoltage) {
@@ -137,7 +144,7 @@ TEST_F(HostLossTest, ADriveWithoutTorqueHasNothingToStop) {
   bench.send("000#0201");
   bench.send("000#0101");
   EXPECT_EQ(state() & 0x4F, 0x40U);
-  EXPECT_EQ(bench.take_events(), Frames{});
+  EXPECT_EQ(emergencies(), Frames{});
 }
 
 TEST_F(HostLossTest, ANodeIsWatchedByOneEntryOnly) {

@@ -30,6 +30,7 @@ TEST(Network, SendsItsStateEveryHundredMillisecondsAsShipped) {
   bench.step(milliseconds(1));
   EXPECT_EQ(bench.take(), Frames{"701#7F"});
   bench.send("000#0101");
+  bench.take();
   bench.step(milliseconds(1000));
   EXPECT_EQ(bench.take(), Frames(10, "701#05"));
 }

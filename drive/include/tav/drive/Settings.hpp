@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <nkr/can/Bus.hpp>
 #include <string>
 
@@ -20,11 +21,22 @@ struct Mechanics {
   double limit_deceleration = 20000;  ///< stop on the current or voltage limit, in 1/min per second
 };
 
+/** What the drive's sensors measure. */
+struct Environment {
+  std::int32_t battery_mv = 48000;
+  std::int32_t phase_current_ma = 0;
+  std::int32_t mosfet_1_celsius = 25;
+  std::int32_t mosfet_2_celsius = 25;
+  std::int32_t driver_celsius = 25;
+};
+
 /** What a virtual drive is made with. */
 struct Settings {
-  std::uint8_t node_id = 0;  ///< 1 to 127; 0: the description's own
+  std::uint8_t node_id = 0;  ///< 1 to 127, as delivered: a stored one is preferred. 0: the description's own
   Mechanics mechanics;
   std::string store_path;  ///< file of the non-volatile memory; empty: kept as long as the drive lives
+  std::function<void()>
+      store_step;  ///< called before each step that writes that file: to try out a power cut
 };
 
 }  // namespace tav::drive

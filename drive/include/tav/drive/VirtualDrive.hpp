@@ -62,6 +62,9 @@ class VirtualDrive {
   /** Ends the cause of the faults of that code. The drive stays in FAULT until it is reset. */
   void clear_fault(std::uint16_t code);
 
+  /** What the drive's sensors measure from now on; it warns and fails by its thresholds. */
+  void measure(const Environment& environment);
+
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;
 
