@@ -27,7 +27,14 @@ class DispatcherBench {
                                           {"nodeId", std::to_string(kNode)},
                                           {"CANOpenEDSFile", description_.path()}}));
     EXPECT_EQ(config->load(file.path()), NKR_OK);
+    renew();
+  }
+
+  /** A new client and a new dispatcher, not yet initialised, on the same files. */
+  DispatcherBench& renew() {
+    client = std::make_shared<RecordingClient>();
     dispatcher = std::make_unique<nkr::tavcore::CANOpenDispatcher>(config, client);
+    return *this;
   }
 
   /** The bench with its dispatcher initialised. */
@@ -37,7 +44,7 @@ class DispatcherBench {
   }
 
   std::shared_ptr<nkr::tavcore::Config> config = std::make_shared<nkr::tavcore::Config>();
-  std::shared_ptr<RecordingClient> client = std::make_shared<RecordingClient>();
+  std::shared_ptr<RecordingClient> client;
   std::unique_ptr<nkr::tavcore::CANOpenDispatcher> dispatcher;
 
  private:

@@ -50,7 +50,8 @@ class Prediction {
   }
 
  private:
-  nkr_error_t attempt(const Step& step) {
+  nkr_error_t attempt(Step step) {
+    if (step.computed) step.value = step.computed(outcome_.accesses).value_or(step.value);
     if (step.kind == Step::Kind::CALL) return run(step.steps);
     if (is_named(step) && faults_.missing.count(step.name) != 0) {
       note(kFailure, function_of(step), "Object " + step.name + " not found !");
@@ -190,6 +191,11 @@ Step Step::appended() && {
 
 Step Step::once() && {
   repeated = false;
+  return std::move(*this);
+}
+
+Step Step::depending(std::function<std::optional<Value>(const std::vector<Access>&)> value_of) && {
+  computed = std::move(value_of);
   return std::move(*this);
 }
 

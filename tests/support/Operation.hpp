@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tavcore/CANOpenDispatcher.hpp>
@@ -43,6 +44,8 @@ struct Step {
   bool repeated = true;       ///< a failing attempt is made once more
   std::vector<Fill> fills;
   std::vector<Step> steps;  ///< CALL
+  /** A value to write that depends on how the accesses before went; nothing: `value`. */
+  std::function<std::optional<Value>(const std::vector<Access>& before)> computed;
 
   /** The access writes this output with the value read. */
   Step into(std::size_t output) &&;
@@ -51,6 +54,7 @@ struct Step {
   Step appended() &&;
   /** Made once, whatever it answers. */
   Step once() &&;
+  Step depending(std::function<std::optional<Value>(const std::vector<Access>&)> value_of) &&;
 };
 
 Step read(std::string name, Value answer);

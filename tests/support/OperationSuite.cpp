@@ -53,6 +53,7 @@ Outcome OperationSuite::run_on(DispatcherBench& bench, const Faults& faults) {
 }
 
 Outcome OperationSuite::run(const Faults& faults) {
+  if (faults.missing.empty()) return run_on(bench_.renew().loaded(), faults);
   EdsFixture description = description_;
   for (const std::string& name : faults.missing) description.remove(name);
   DispatcherBench bench(description);
@@ -60,8 +61,7 @@ Outcome OperationSuite::run(const Faults& faults) {
 }
 
 Outcome OperationSuite::run_uninitialized() {
-  DispatcherBench bench(description_);
-  return run_on(bench, {});
+  return run_on(bench_.renew(), {});
 }
 
 std::vector<Faults> OperationSuite::each_access_failing(const std::vector<nkr_error_t>& codes) const {

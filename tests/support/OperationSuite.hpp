@@ -21,7 +21,7 @@ namespace tavtest {
  */
 class OperationSuite : public testing::TestWithParam<Operation> {
  protected:
-  OperationSuite() : description_(description_of(GetParam())) {}
+  OperationSuite() : description_(description_of(GetParam())), bench_(description_) {}
 
   [[nodiscard]] const Operation& operation() const { return GetParam(); }
   [[nodiscard]] Outcome predicted(const Faults& faults = {}) const {
@@ -42,6 +42,7 @@ class OperationSuite : public testing::TestWithParam<Operation> {
 
   RecordingLog log_;
   EdsFixture description_;
+  DispatcherBench bench_;
 
  private:
   Outcome run_on(DispatcherBench& bench, const Faults& faults);
