@@ -38,7 +38,8 @@ std::string EdsFixture::text() const {
   text << "[FileInfo]\nFileName=test.eds\nFileVersion=1\nFileRevision=1\nEDSVersion=4.0\n\n"
        << "[DeviceInfo]\nVendorName=test\nVendorNumber=2599\n\n"
        << "[DummyUsage]\nDummy0001=0\n\n"
-       << "[MandatoryObjects]\nSupportedObjects=0\n\n[OptionalObjects]\nSupportedObjects=0\n\n"
+       << "[MandatoryObjects]\nSupportedObjects=1\n1=0x1000\n\n[OptionalObjects]\nSupportedObjects=0\n\n"
+       << "[1000]\nParameterName=Device type\nObjectType=0x7\nDataType=0x0007\nAccessType=ro\n\n"
        << "[ManufacturerObjects]\nSupportedObjects=" << count << '\n'
        << list.str() << '\n'
        << sections.str();
