@@ -160,7 +160,7 @@ TEST_F(Values, AStringWithoutStatedSizeEndsBeforeItsPadding) {
 }
 
 TEST_F(Values, BytesAreReadAsTheyAre) {
-  object_6041_is("43 41 60 00 00 01 00 00");
+  node.on("A4 41 60 00 7F 3F 00 00", {"43 41 60 00 00 01 00 00"});
   std::vector<std::uint8_t> bytes;
   EXPECT_EQ(client.getBytes(kNode, 0x60410000, bytes), NKR_OK);
   EXPECT_EQ(bytes, (std::vector<std::uint8_t>{0, 1, 0, 0}));

@@ -40,7 +40,7 @@ nkr_error_t write_integer(Core& core, std::uint8_t node, std::uint32_t address, 
 nkr_error_t Client::getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
                              std::vector<std::uint8_t>& value) {
   sdo::BytesSink sink;
-  const nkr_error_t result = core_->upload(nodeId, address, sink);
+  const nkr_error_t result = core_->upload(nodeId, address, sink, true);
   if (result == NKR_OK) value.swap(sink.bytes());
   return result;
 }

@@ -37,7 +37,7 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
       nmt_(options.heartbeat_timeout) {
   if (!bus_) return;
   for (std::uint8_t node = 1; node <= kLastNode; ++node)
-    channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_.late_reply_grace, heard_);
+    channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_, heard_);
   port_ = bus_->open({{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}}, opening_result_);
   if (!port_) return;
   timers_.set(Timers::Slot::heartbeat_consumer, TimePoint::max(), [this](TimePoint /*due*/) {
@@ -96,17 +96,18 @@ nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool
   return result.code;
 }
 
-nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink) {
+nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block) {
   return request(node, address, false, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
-    return channel.upload(object, timeout, sink);
+    return channel.upload(object, timeout, sink, by_block);
   });
 }
 
 nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes,
                                    std::size_t size) {
-  const nkr_error_t result = request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
-    return channel.download(object, timeout, bytes, size);
-  });
+  const nkr_error_t result =
+      request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
+        return channel.download(object, timeout, bytes, size);
+      });
   if (is_pdo_parameter(sdo::Object::of_address(address)) && is_node(node)) forget_pdos(node);
   return result;
 }

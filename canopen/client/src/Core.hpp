@@ -37,7 +37,8 @@ class Client::Core {
   void close();
   [[nodiscard]] bool is_ready() const { return opening_result_ == NKR_OK && !closed_.load(); }
 
-  nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink);
+  /** `by_block`: the object may be long. */
+  nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block = false);
   nkr_error_t download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes, std::size_t size);
   nkr_error_t send_nmt(std::uint8_t command, std::uint8_t node, bool resets);
   nkr_error_t send_sync();

@@ -23,8 +23,8 @@ class HeardTimes {
   }
   /** The lowest id of a node that was heard; 0: none was. */
   [[nodiscard]] std::uint8_t any_node() const {
-    for (std::uint8_t node = 1; node < times_.size(); ++node) {
-      if (times_.at(node).load(std::memory_order_relaxed) != kNever) return node;
+    for (std::size_t node = 1; node < times_.size(); ++node) {
+      if (times_.at(node).load(std::memory_order_relaxed) != kNever) return static_cast<std::uint8_t>(node);
     }
     return 0;
   }

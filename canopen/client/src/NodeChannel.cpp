@@ -1,5 +1,9 @@
 #include "NodeChannel.hpp"
 
+#include <algorithm>
+
+#include "sdo/BlockDownload.hpp"
+#include "sdo/BlockUpload.hpp"
 #include "sdo/Download.hpp"
 #include "sdo/Upload.hpp"
 
@@ -7,8 +11,12 @@ namespace nkr::canopen {
 
 using can::Clock;
 
-NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_grace, HeardTimes& heard)
-    : bus_(bus), node_(node), late_reply_grace_(late_reply_grace), heard_(heard) {}
+NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard)
+    : bus_(bus),
+      node_(node),
+      late_reply_grace_(options.late_reply_grace),
+      block_threshold_(options.block_threshold),
+      heard_(heard) {}
 
 template <class Transfer>
 TransferResult NodeChannel::transfer(sdo::Object object, Duration timeout, Transfer run) {
@@ -33,13 +41,37 @@ TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
   return result;
 }
 
-TransferResult NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink) {
-  return transfer(object, timeout, [&] { return sdo::upload(*this, object, sink); });
+TransferResult NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink, bool by_block) {
+  return transfer(object, timeout, [&] {
+    const bool try_block = by_block && block_threshold_ > 0 && !knows_no_block_;
+    return try_block ? upload_by_block(object, sink) : sdo::upload(*this, object, sink);
+  });
 }
 
 TransferResult NodeChannel::download(sdo::Object object, Duration timeout, const std::uint8_t* bytes,
                                      std::size_t size) {
-  return transfer(object, timeout, [&] { return sdo::download(*this, object, bytes, size); });
+  return transfer(object, timeout, [&] {
+    const bool try_block = block_threshold_ > 0 && size >= block_threshold_ && !knows_no_block_;
+    return try_block ? download_by_block(object, bytes, size) : sdo::download(*this, object, bytes, size);
+  });
+}
+
+/** A server that knows no block transfer says so, or does not answer. */
+nkr_error_t NodeChannel::upload_by_block(sdo::Object object, sdo::Sink& sink) {
+  constexpr std::size_t kMostThreshold = 255;
+  const auto threshold = static_cast<std::uint8_t>(std::min(block_threshold_ - 1, kMostThreshold));
+  const nkr_error_t result = sdo::block_upload(*this, object, threshold, sink, knows_no_block_);
+  if (knows_no_block_) return sdo::upload(*this, object, sink);
+  knows_no_block_ = answer_owed_;
+  return result;
+}
+
+/** Refused when it was opened, nothing has been written: only then is it made again, in segments. */
+nkr_error_t NodeChannel::download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size) {
+  const nkr_error_t result = sdo::block_download(*this, object, bytes, size, knows_no_block_);
+  if (knows_no_block_) return sdo::download(*this, object, bytes, size);
+  knows_no_block_ = answer_owed_;
+  return result;
 }
 
 nkr_error_t NodeChannel::prepare(sdo::Object object) {
@@ -96,8 +128,7 @@ nkr_error_t NodeChannel::await_late_reply(sdo::Object object) {
 }
 
 nkr_error_t NodeChannel::send(const can::Frame& frame) {
-  deadline_ = Clock::now() + timeout_;
-  overdue_ = false;
+  wait_anew();
   return port_->send(frame, deadline_);
 }
 
@@ -106,6 +137,11 @@ nkr_error_t NodeChannel::receive(can::Frame& frame) {
   if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;
   answer_owed_ = result != NKR_OK;
   return result;
+}
+
+void NodeChannel::wait_anew() {
+  deadline_ = Clock::now() + timeout_;
+  overdue_ = false;
 }
 
 void NodeChannel::send_abort(const can::Frame& frame) {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/canopen/ClientOptions.hpp>
 
 #include "FifoGate.hpp"
 #include "HeardTimes.hpp"
@@ -34,9 +35,10 @@ class NodeChannel final : private sdo::Link {
  public:
   using Duration = std::chrono::milliseconds;
 
-  NodeChannel(can::Bus& bus, std::uint8_t node, Duration late_reply_grace, HeardTimes& heard);
+  NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard);
 
-  TransferResult upload(sdo::Object object, Duration timeout, sdo::Sink& sink);
+  /** `by_block`: the object may be long, so that a block transfer is worth trying. */
+  TransferResult upload(sdo::Object object, Duration timeout, sdo::Sink& sink, bool by_block);
   TransferResult download(sdo::Object object, Duration timeout, const std::uint8_t* bytes, std::size_t size);
 
   /** Wakes and refuses everybody. */
@@ -45,6 +47,8 @@ class NodeChannel final : private sdo::Link {
  private:
   template <class Transfer>
   TransferResult transfer(sdo::Object object, Duration timeout, Transfer run);
+  nkr_error_t upload_by_block(sdo::Object object, sdo::Sink& sink);
+  nkr_error_t download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size);
   TransferResult finish(sdo::Object object, nkr_error_t code);
   nkr_error_t prepare(sdo::Object object);
   nkr_error_t open_port();
@@ -55,11 +59,13 @@ class NodeChannel final : private sdo::Link {
   [[nodiscard]] std::uint8_t node() const override { return node_; }
   nkr_error_t send(const can::Frame& frame) override;
   nkr_error_t receive(can::Frame& frame) override;
+  void wait_anew() override;
   void send_abort(const can::Frame& frame) override;
 
   can::Bus& bus_;
   const std::uint8_t node_;
   const Duration late_reply_grace_;
+  const std::size_t block_threshold_;
   HeardTimes& heard_;
   FifoGate gate_;
 
@@ -70,8 +76,9 @@ class NodeChannel final : private sdo::Link {
   // Of the transfer that is inside the gate.
   Duration timeout_{};
   can::Clock::time_point deadline_;
-  bool overdue_ = false;      ///< the last frame came after the deadline: one such is looked at, not many
-  bool answer_owed_ = false;  ///< the wait for the last answer ended without one
+  bool overdue_ = false;         ///< the last frame came after the deadline: one such is looked at, not many
+  bool answer_owed_ = false;     ///< the wait for the last answer ended without one
+  bool knows_no_block_ = false;  ///< the node's server refused a block transfer or did not answer to it
   sdo::Reply last_reply_ = sdo::Reply::unknown;
   can::Clock::time_point last_heard_;
   can::Clock::time_point last_answer_;

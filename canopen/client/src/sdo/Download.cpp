@@ -32,7 +32,8 @@ nkr_error_t download(Link& link, Object object, const std::uint8_t* bytes, std::
   const bool expedited = size > 0 && size <= kExpeditedBytes;
   const can::Frame request = expedited ? expedited_download(link.node(), object, bytes, size)
                                        : download_request(link.node(), object, size);
-  const nkr_error_t result = exchange.initiate(request, Reply::download_initiate, reply);
+  const nkr_error_t result = exchange.initiate(request, {Reply::download_initiate}, reply);
+  if (result == NKR_SDO_UNKNOWN_COMMAND) return exchange.fail(result);
   if (result != NKR_OK || expedited) return result;
   return send_segments(exchange, bytes, size);
 }

@@ -13,7 +13,8 @@ namespace nkr::canopen::sdo {
 
 /**
  * Writes an object: 1 to 4 bytes expedited, else in segments (CiA 301, 7.2.4.3.3 and .4). Sent once: a
- * download whose answer is missing may have taken effect.
+ * download whose answer is missing may have taken effect. A server that does not understand the request may
+ * be stuck in an earlier transfer: that is aborted, so that the next request finds it ready.
  * @return NKR_OK; NKR_SDO_TOGGLE_BIT, NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused
  * with
  */

@@ -1,5 +1,7 @@
 #include "Exchange.hpp"
 
+#include <algorithm>
+
 namespace nkr::canopen::sdo {
 
 nkr_error_t Exchange::fail(nkr_error_t code) {
@@ -7,16 +9,13 @@ nkr_error_t Exchange::fail(nkr_error_t code) {
   return code;
 }
 
-nkr_error_t Exchange::send(const can::Frame& request) {
-  return link_.send(request);
-}
-
 nkr_error_t Exchange::next(can::Frame& frame) {
   const nkr_error_t result = link_.receive(frame);
   return result == NKR_SDO_TIMED_OUT ? fail(result) : result;
 }
 
-nkr_error_t Exchange::initiate(const can::Frame& request, Reply wanted, can::Frame& reply) {
+nkr_error_t Exchange::initiate(const can::Frame& request, std::initializer_list<Reply> wanted,
+                               can::Frame& reply) {
   nkr_error_t result = send(request);
   while (result == NKR_OK) {
     result = next(reply);
@@ -25,7 +24,7 @@ nkr_error_t Exchange::initiate(const can::Frame& request, Reply wanted, can::Fra
     const bool segment = kind == Reply::upload_segment || kind == Reply::download_segment;
     if (segment || !names_object(reply, object_)) continue;
     if (kind == Reply::abort) return abort_result(reply);
-    if (kind != wanted) return fail(NKR_SDO_UNKNOWN_COMMAND);
+    if (std::find(wanted.begin(), wanted.end(), kind) == wanted.end()) return fail(NKR_SDO_UNKNOWN_COMMAND);
     opening_ = reply;
     return NKR_OK;
   }
@@ -55,6 +54,17 @@ nkr_error_t Exchange::continue_with(const can::Frame& request, Reply wanted, can
     return kind == wanted ? NKR_OK : fail(NKR_SDO_UNKNOWN_COMMAND);
   }
   return result;
+}
+
+nkr_error_t Exchange::next_segment(can::Frame& segment) {
+  link_.wait_anew();
+  while (true) {
+    const nkr_error_t result = link_.receive(segment);
+    if (result != NKR_OK) return result;
+    if (segment.size == 0) continue;
+    if (segment.data[0] != kAbort) return NKR_OK;  // a segment with the sequence number 0 does not exist
+    if (names_object(segment, object_)) return abort_result(segment);
+  }
 }
 
 }  // namespace nkr::canopen::sdo

@@ -3,6 +3,7 @@
 
 #include <nkr/error.h>
 
+#include <initializer_list>
 #include <nkr/can/Frame.hpp>
 
 #include "Frames.hpp"
@@ -23,15 +24,19 @@ class Exchange {
   [[nodiscard]] std::uint8_t node() const { return link_.node(); }
   [[nodiscard]] Object object() const { return object_; }
 
-  /** Opens the transfer; the reply is of the kind `wanted` and names the object. */
-  nkr_error_t initiate(const can::Frame& request, Reply wanted, can::Frame& reply);
+  /** Opens the transfer; the reply is of one of the kinds and names the object. */
+  nkr_error_t initiate(const can::Frame& request, std::initializer_list<Reply> wanted, can::Frame& reply);
   /** Sends within the opened transfer; the reply is of the kind `wanted` (these name no object). */
   nkr_error_t continue_with(const can::Frame& request, Reply wanted, can::Frame& reply);
+  /** Sends within the opened transfer; the answer is taken by `next_segment`. */
+  nkr_error_t send(const can::Frame& request) { return link_.send(request); }
+  /** The next segment of a block upload. A segment may have any content: nothing is dropped but aborts of
+   * other transfers. A time-out does not end the transfer: lost segments can be asked for. */
+  nkr_error_t next_segment(can::Frame& segment);
   /** Ends the transfer from this side: sends an abort with the code and returns it. */
   nkr_error_t fail(nkr_error_t code);
 
  private:
-  nkr_error_t send(const can::Frame& request);
   nkr_error_t next(can::Frame& frame);
   [[nodiscard]] bool is_stray(const can::Frame& frame) const;
 

@@ -9,13 +9,24 @@ constexpr std::uint8_t kUploadRequest = 0x40;
 constexpr std::uint8_t kUploadSegmentRequest = 0x60;
 constexpr std::uint8_t kExpeditedDownload = 0x23;
 constexpr std::uint8_t kDownloadRequest = 0x21;
-constexpr std::uint8_t kAbort = 0x80;
 constexpr std::uint8_t kToggle = 0x10;
 constexpr std::uint8_t kLast = 0x01;
 constexpr std::uint8_t kExpedited = 0x02;
 constexpr std::uint8_t kSizeStated = 0x01;
 constexpr std::size_t kDataOffset = 4;
 constexpr std::size_t kSegmentOffset = 1;
+
+std::uint8_t unused_bytes(std::size_t room, std::size_t size, unsigned shift) {
+  return static_cast<std::uint8_t>((room - size) << shift);
+}
+
+/** Bytes of data that the frame carries after the first `offset`. */
+std::size_t sent_after(const can::Frame& frame, std::size_t offset) {
+  const std::size_t size = std::min<std::size_t>(frame.size, frame.data.size());
+  return size > offset ? size - offset : 0;
+}
+
+}  // namespace
 
 can::Frame request(std::uint8_t node, std::uint8_t command) {
   can::Frame frame;
@@ -37,18 +48,6 @@ void put_long_word(can::Frame& frame, std::uint32_t value) {
   for (std::size_t i = 0; i < kExpeditedBytes; ++i)
     frame.data[kDataOffset + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
-
-std::uint8_t unused_bytes(std::size_t room, std::size_t size, unsigned shift) {
-  return static_cast<std::uint8_t>((room - size) << shift);
-}
-
-/** Bytes of data that the frame carries after the first `offset`. */
-std::size_t sent_after(const can::Frame& frame, std::size_t offset) {
-  const std::size_t size = std::min<std::size_t>(frame.size, frame.data.size());
-  return size > offset ? size - offset : 0;
-}
-
-}  // namespace
 
 can::Frame upload_request(std::uint8_t node, Object object) {
   return request(node, kUploadRequest, object);

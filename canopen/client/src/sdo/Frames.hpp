@@ -14,6 +14,7 @@ namespace nkr::canopen::sdo {
 
 constexpr std::uint32_t kRequestId = 0x600;
 constexpr std::uint32_t kReplyId = 0x580;
+constexpr std::uint8_t kAbort = 0x80;  ///< first byte of an abort, either way
 constexpr std::size_t kExpeditedBytes = 4;
 constexpr std::size_t kSegmentBytes = 7;
 
@@ -31,6 +32,11 @@ enum class Reply : std::uint8_t {
 
 /** @name Requests of a client to the node
  * @{ */
+/** Eight bytes with this first one, zeros behind it. */
+can::Frame request(std::uint8_t node, std::uint8_t command);
+can::Frame request(std::uint8_t node, std::uint8_t command, Object object);
+/** Bytes 4 to 7 as a little-endian number. */
+void put_long_word(can::Frame& frame, std::uint32_t value);
 can::Frame upload_request(std::uint8_t node, Object object);
 can::Frame upload_segment_request(std::uint8_t node, bool toggle);
 /** 1 to 4 bytes at once. */

@@ -22,6 +22,8 @@ class Link {
   virtual nkr_error_t send(const can::Frame& frame) = 0;
   /** The next frame of the node's server; NKR_SDO_TIMED_OUT when the last request's time is over. */
   virtual nkr_error_t receive(can::Frame& frame) = 0;
+  /** The time for the next answer starts anew: the server sends many frames for one request. */
+  virtual void wait_anew() = 0;
   /** Tells the server that the transfer ends here; nothing waits for it and no failure is told. */
   virtual void send_abort(const can::Frame& frame) = 0;
 };

@@ -57,7 +57,7 @@ class NumberSink final : public Sink {
 /** Bytes of any number, up to a bound that keeps a runaway server from filling the memory. */
 class BytesSink final : public Sink {
  public:
-  static constexpr std::size_t kBound = 64U * 1024U * 1024U;
+  static constexpr std::size_t kBound = std::size_t{64} * 1024 * 1024;
 
   bool append(const std::uint8_t* bytes, std::size_t size) override {
     if (size > kBound - bytes_.size()) return false;

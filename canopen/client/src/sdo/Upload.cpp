@@ -1,6 +1,5 @@
 #include "Upload.hpp"
 
-#include "Exchange.hpp"
 #include "Frames.hpp"
 
 namespace nkr::canopen::sdo {
@@ -33,13 +32,20 @@ nkr_error_t take_segments(Exchange& exchange, Sink& sink) {
 
 }  // namespace
 
+nkr_error_t take_upload(Exchange& exchange, const can::Frame& reply, Sink& sink) {
+  return upload_initiate(reply).expedited ? take_expedited(reply, sink) : take_segments(exchange, sink);
+}
+
 nkr_error_t upload(Link& link, Object object, Sink& sink) {
   Exchange exchange(link, object);
+  const can::Frame request = upload_request(link.node(), object);
   can::Frame reply;
-  const nkr_error_t result =
-      exchange.initiate(upload_request(link.node(), object), Reply::upload_initiate, reply);
-  if (result != NKR_OK) return result;
-  return upload_initiate(reply).expedited ? take_expedited(reply, sink) : take_segments(exchange, sink);
+  nkr_error_t result = exchange.initiate(request, {Reply::upload_initiate}, reply);
+  if (result == NKR_SDO_UNKNOWN_COMMAND) {
+    exchange.fail(NKR_SDO_GENERAL);
+    result = exchange.initiate(request, {Reply::upload_initiate}, reply);
+  }
+  return result == NKR_OK ? take_upload(exchange, reply, sink) : result;
 }
 
 }  // namespace nkr::canopen::sdo

@@ -3,6 +3,7 @@
 
 #include <nkr/error.h>
 
+#include "Exchange.hpp"
 #include "Link.hpp"
 #include "Object.hpp"
 #include "Sink.hpp"
@@ -10,11 +11,16 @@
 namespace nkr::canopen::sdo {
 
 /**
- * Reads an object: expedited or in segments, as the server decides (CiA 301, 7.2.4.3.5 and .6).
+ * Reads an object: expedited or in segments, as the server decides (CiA 301, 7.2.4.3.5 and .6). A server that
+ * does not understand the request may be stuck in an earlier transfer: that is aborted, and the request is
+ * made once more.
  * @return NKR_OK; NKR_SDO_LENGTH when the object is larger than the sink; NKR_SDO_TOGGLE_BIT,
  * NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused with
  */
 nkr_error_t upload(Link& link, Object object, Sink& sink);
+
+/** The rest of an upload whose first reply is there. */
+nkr_error_t take_upload(Exchange& exchange, const can::Frame& reply, Sink& sink);
 
 }  // namespace nkr::canopen::sdo
 

@@ -2,6 +2,7 @@
 #define NKR_CANOPEN_CLIENTOPTIONS_HPP
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 namespace nkr::canopen {
@@ -16,6 +17,9 @@ struct ClientOptions {
   /** How long the answer to a request that timed out may still come; meanwhile the same object is not asked
    * again, so that the late answer is not taken for the new one. */
   std::chrono::milliseconds late_reply_grace{500};
+  /** Values of at least so many bytes are written by block transfer, and getBytes asks for one, where the
+   * node knows it; where not, in segments. 0: no block transfers. */
+  std::size_t block_threshold = 64;
   /** A node whose heartbeat was heard counts as lost after this silence, unless it has a time of its own. */
   std::chrono::milliseconds heartbeat_timeout{1000};
   /** The host's own node id, under which it produces a heartbeat; 0: it produces none. A drive that consumes
