@@ -54,8 +54,10 @@ void DescriptionInfo::add(const DescriptionText& text, const Section& section, D
   if (section.name.size() > kMostOfName) return;
   of_canopen_ = of_canopen_ || is_known_section(section.name);
   const auto [at, added] = sections_.try_emplace(to_utf8(section.name));
-  if (!added)
-    diagnostics.report(Problem::DOUBLE_SECTION, section.place(), section.name, "both, the first key holds");
+  if (!added) {
+    diagnostics.report(Problem::DOUBLE_SECTION, section.place(), section.name, "the first one");
+    return;
+  }
   if (equal_without_case(section.name, kCommissioningWell)) {
     diagnostics.report(Problem::COMMISSIONING_SPELLING, section.place(), section.name, "the same section");
   }

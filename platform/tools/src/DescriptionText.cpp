@@ -62,26 +62,15 @@ bool looks_like_utf16(std::string_view bytes) {
   return start.size() >= 4 && nuls * 5 >= start.size() * 2 && nuls * 5 <= start.size() * 3;
 }
 
-/** The file's text: no byte-order mark, no padding; nothing when it is no text. */
-std::optional<std::string_view> text_of(std::string_view bytes, Diagnostics& diagnostics) {
-  if (looks_like_utf16(bytes)) {
-    diagnostics.report(Problem::UTF16, {});
-    return std::nullopt;
-  }
-  if (starts_with(bytes, "\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  const std::size_t last = bytes.find_last_not_of('\0');
-  const std::string_view text = bytes.substr(0, last == std::string_view::npos ? 0 : last + 1);
-  if (text.find('\0') != std::string_view::npos || (text.empty() && !bytes.empty())) {
-    diagnostics.report(Problem::BINARY, {});
-    return std::nullopt;
-  }
-  if (text.size() != bytes.size()) {
-    diagnostics.report(Problem::NUL_PADDING, {}, {}, "the text before them");
-  }
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
-  if (first != std::string_view::npos && text[first] == '<') {
-    diagnostics.report(Problem::MARKUP, {});
-    return std::nullopt;
+/** The text before a line that begins with an end-of-file mark of old. */
+std::string_view before_end_of_file(std::string_view text, Diagnostics& diagnostics) {
+  for (std::size_t at = text.find(kEndOfFile); at != std::string_view::npos;
+       at = text.find(kEndOfFile, at + 1)) {
+    if (at > 0 && text[at - 1] != '\n' && text[at - 1] != '\r') continue;
+    if (text.find_first_not_of("\x1A\r\n\t ", at) != std::string_view::npos) {
+      diagnostics.report(Problem::AFTER_END_OF_FILE, {}, {}, "the text before it");
+    }
+    return text.substr(0, at);
   }
   return text;
 }
@@ -95,13 +84,7 @@ class Splitter {
     result_.keys.reserve(text_.size() / 24);
     LineReader lines(text_);
     TextLine line;
-    while (lines.next(line)) {
-      if (!line.text.empty() && line.text.front() == kEndOfFile) {
-        end_of_file(line);
-        break;
-      }
-      take(line);
-    }
+    while (lines.next(line)) take(line);
     return std::move(result_);
   }
 
@@ -147,13 +130,6 @@ class Splitter {
     }
   }
 
-  void end_of_file(const TextLine& line) {
-    const auto rest = text_.substr(static_cast<std::size_t>(line.text.data() - text_.data()));
-    if (rest.find_first_not_of("\x1A\r\n\t ") != std::string_view::npos) {
-      diagnostics_.report(Problem::AFTER_END_OF_FILE, place(line), {}, "the text before it");
-    }
-  }
-
   void open(const IniLine& header, const TextLine& line) {
     Section section;
     section.name = header.name;
@@ -180,6 +156,7 @@ class Splitter {
       diagnostics_.report(Problem::OUTSIDE_SECTION, place(line), line.text, "nothing");
       return;
     }
+    if (entry.spaced) diagnostics_.report(Problem::BLANK, place(line), line.text, "the line without them");
     Section& section = result_.sections.back();
     if (section.kind == SectionKind::IGNORED) return;
     const bool object = section.kind == SectionKind::OBJECT || section.kind == SectionKind::SUB;
@@ -219,8 +196,31 @@ std::optional<std::string> read_stream(std::istream& stream, Diagnostics& diagno
   return bytes;
 }
 
+std::optional<std::string_view> description_text(std::string_view bytes, Diagnostics& diagnostics) {
+  if (looks_like_utf16(bytes)) {
+    diagnostics.report(Problem::UTF16, {});
+    return std::nullopt;
+  }
+  if (starts_with(bytes, "\xEF\xBB\xBF")) bytes.remove_prefix(3);
+  const std::size_t last = bytes.find_last_not_of('\0');
+  const std::string_view text = bytes.substr(0, last == std::string_view::npos ? 0 : last + 1);
+  if (text.find('\0') != std::string_view::npos || (text.empty() && !bytes.empty())) {
+    diagnostics.report(Problem::BINARY, {});
+    return std::nullopt;
+  }
+  if (text.size() != bytes.size()) {
+    diagnostics.report(Problem::NUL_PADDING, {}, {}, "the text before them");
+  }
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  if (first != std::string_view::npos && text[first] == '<') {
+    diagnostics.report(Problem::MARKUP, {});
+    return std::nullopt;
+  }
+  return before_end_of_file(text, diagnostics);
+}
+
 std::optional<DescriptionText> split_description(std::string_view bytes, Diagnostics& diagnostics) {
-  const auto text = text_of(bytes, diagnostics);
+  const auto text = description_text(bytes, diagnostics);
   if (!text) return std::nullopt;
   DescriptionText result = Splitter(*text, diagnostics).split();
   if (result.sections.empty()) {

@@ -81,6 +81,11 @@ struct DescriptionText {
 /** The whole stream, or nothing when it cannot be read or is larger than any description. */
 [[nodiscard]] std::optional<std::string> read_stream(std::istream& stream, Diagnostics& diagnostics);
 
+/** The text of a file's bytes: without byte-order mark, padding and what follows an end-of-file mark. A part
+ * of `bytes`, or nothing when they are no text. */
+[[nodiscard]] std::optional<std::string_view> description_text(std::string_view bytes,
+                                                               Diagnostics& diagnostics);
+
 /** Splits a file into sections and keys; nothing when it is no text of that kind. Views into `bytes`. */
 [[nodiscard]] std::optional<DescriptionText> split_description(std::string_view bytes,
                                                                Diagnostics& diagnostics);

@@ -22,9 +22,11 @@ void index_names(const Objects& objects, Names& names, Diagnostics& diagnostics)
   names.reserve(objects.size());
   for (const auto& object : objects) {
     if (object->getName().empty()) continue;
-    if (!names.try_emplace(object->getName(), &object).second) {
-      diagnostics.report(Problem::DOUBLE_NAME, {}, object->getName(), "the first one in index order");
-    }
+    const auto [at, added] = names.try_emplace(object->getName(), &object);
+    if (added) continue;
+    const std::string section = index_text(object->getObjectID().index()).substr(2);
+    diagnostics.report(Problem::DOUBLE_NAME, {object->description().line, section}, object->getName(),
+                       "the one of " + index_text((*at->second)->getObjectID().index()));
   }
 }
 

@@ -73,6 +73,8 @@ IniLine read_ini_line(std::string_view line) {
   result.kind = IniLine::Kind::ENTRY;
   result.name = trim(line.substr(0, equals));
   result.value = trim(line.substr(equals + 1));
+  const std::string_view value = line.substr(equals + 1);
+  result.spaced = result.name.size() != equals || (!value.empty() && trim(value.substr(0, 1)).empty());
   return result;
 }
 

@@ -44,6 +44,7 @@ struct IniLine {
   std::string_view value;  ///< ENTRY: what follows the first "=", trimmed
   bool closed = true;      ///< SECTION: its "]" is there
   std::string_view rest;   ///< SECTION: what follows the "]", trimmed
+  bool spaced = false;     ///< ENTRY: blanks stand around the "="
 };
 
 [[nodiscard]] IniLine read_ini_line(std::string_view line);

@@ -1,11 +1,13 @@
 #include "ObjectBuilder.hpp"
 
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <nkr/tools/ObjectValue.hpp>
 #include <tuple>
 
-#include "IniLines.hpp"
 #include "ObjectFields.hpp"
+#include "SubList.hpp"
 #include "TextEncoding.hpp"
 
 namespace nkr::tools {
@@ -67,7 +69,7 @@ class Builder {
       diagnostics_.report(Problem::TOO_MANY_OBJECTS, {});
       objects_.clear();
     }
-    lists_.check_described(described_, diagnostics_);
+    check_described();
     return std::move(objects_);
   }
 
@@ -102,17 +104,18 @@ class Builder {
     const std::uint8_t type = object_type_of(fields, diagnostics_);
     const std::uint8_t compact = compact_count_of(fields, diagnostics_);
     const bool composite = type == kArray || type == kRecord || (type == kDefstruct && !group.subs.empty());
-    check_compact_lists(group, compact);
+    const SubList names(text_, group.names, compact, diagnostics_);
+    const SubList values(text_, group.values, compact, diagnostics_);
     if (!composite && compact == 0) {
       add_variable(fields, name, type);
       add_subs(group, name, true);
       return;
     }
-    check_composite(fields, group, compact);
     if (compact == 0) {
+      check_composite(fields, group);
       add_subs(group, name);
     } else {
-      add_compact(fields, group, name, compact);
+      add_compact(compact_pattern(fields, name), group.subs, {compact, names, values});
     }
   }
 
@@ -120,6 +123,7 @@ class Builder {
     ObjectEntry::Description object;
     object.id = ObjectID(section.index, subindex);
     object.listed = lists_.lists(section.index);
+    object.line = section.line;
     return object;
   }
 
@@ -163,8 +167,15 @@ class Builder {
     }
   }
 
-  void add_compact(const ObjectFields& fields, const Group& group, const std::string& name,
-                   std::uint8_t count) {
+  /** What CompactSubObj stands for: how many sub-entries, and what two lists say of some of them. */
+  struct Compact {
+    std::uint8_t count;
+    const SubList& names;
+    const SubList& values;
+  };
+
+  /** What every sub-entry without a section of its own has from its array or record. */
+  ObjectEntry::Description compact_pattern(const ObjectFields& fields, const std::string& name) {
     ObjectEntry::Description pattern = description(fields.section(), 0);
     read_variable(fields, pattern, diagnostics_);
     pattern.parameter_value.reset();
@@ -173,12 +184,20 @@ class Builder {
     drop_long(pattern.default_value, fields.place(Key::DEFAULT_VALUE));
     drop_long(pattern.low_limit, fields.place(Key::LOW_LIMIT));
     drop_long(pattern.high_limit, fields.place(Key::HIGH_LIMIT));
-    auto sub = group.subs.begin();
-    for (unsigned i = 0; i <= 0xFF && (i <= count || sub != group.subs.end()); ++i) {
-      if (sub != group.subs.end() && (*sub)->subindex == i) {
-        add_sub(**sub++, name, list_line(group.values, static_cast<std::uint8_t>(i)));
-      } else if (i <= count) {
-        add_compact_sub(pattern, group, static_cast<std::uint8_t>(i), count);
+    return pattern;
+  }
+
+  void add_compact(const ObjectEntry::Description& pattern, const std::vector<const Section*>& subs,
+                   const Compact& compact) {
+    auto sub = subs.begin();
+    for (unsigned i = 0; i <= 0xFF; ++i) {
+      const auto subindex = static_cast<std::uint8_t>(i);
+      if (sub != subs.end() && (*sub)->subindex == subindex) {
+        add_sub(**sub++, pattern.record_name, compact.values.at(subindex));
+      } else if (subindex == 0) {
+        add_compact_count(pattern, compact.count);
+      } else if (subindex <= compact.count) {
+        add_compact_sub(pattern, subindex, compact);
       }
     }
   }
@@ -189,55 +208,35 @@ class Builder {
     text.reset();
   }
 
-  void add_compact_sub(const ObjectEntry::Description& pattern, const Group& group, std::uint8_t subindex,
-                       std::uint8_t count) {
+  void add_compact_count(const ObjectEntry::Description& pattern, std::uint8_t count) {
     ObjectEntry::Description object;
-    if (subindex == 0) {
-      object.data_type = DataType::UNSIGNED8;
-      object.access = AccessType::RO;
-      object.parameter = "NrOfObjects";
-      object.default_value = std::to_string(count);
-      object.record_name = pattern.record_name;
-      object.compact = true;
-      object.listed = pattern.listed;
-    } else {
-      object = pattern;
-      object.parameter = pattern.record_name + std::to_string(subindex);
-      if (const KeyLine* line = list_line(group.names, subindex); line != nullptr && !line->value.empty()) {
-        object.parameter = std::string(cut_utf8(to_utf8(line->value), 241));
-      }
-      if (const KeyLine* line = list_line(group.values, subindex))
-        object.parameter_value = to_utf8(line->value);
-    }
-    object.id = ObjectID(pattern.id.index(), subindex);
+    object.id = pattern.id;
+    object.parameter = "NrOfObjects";
+    object.record_name = pattern.record_name;
+    object.data_type = DataType::UNSIGNED8;
+    object.access = AccessType::RO;
+    object.default_value = std::to_string(count);
+    object.listed = pattern.listed;
+    object.line = pattern.line;
+    object.compact = true;
     push(std::move(object));
   }
 
-  [[nodiscard]] const KeyLine* list_line(const Section* list, std::uint8_t subindex) const {
-    if (list == nullptr) return nullptr;
-    for (std::size_t i = list->first; i < list->first + list->count; ++i) {
-      if (number_of(text_.keys[i].name) == subindex) return &text_.keys[i];
+  void add_compact_sub(const ObjectEntry::Description& pattern, std::uint8_t subindex,
+                       const Compact& compact) {
+    ObjectEntry::Description object = pattern;
+    object.id = ObjectID(pattern.id.index(), subindex);
+    const KeyLine* const name = compact.names.at(subindex);
+    if (name != nullptr && !name->value.empty()) {
+      object.parameter = cut_name(to_utf8(name->value));
+    } else {
+      object.parameter = pattern.record_name + std::to_string(subindex);
     }
-    return nullptr;
+    if (const KeyLine* value = compact.values.at(subindex)) object.parameter_value = to_utf8(value->value);
+    push(std::move(object));
   }
 
-  void check_compact_lists(const Group& group, std::uint8_t count) {
-    for (const Section* list : {group.names, group.values}) {
-      if (list == nullptr) continue;
-      if (count == 0)
-        diagnostics_.report(Problem::COMPACT_LIST_ALONE, list->place(), {}, "nothing of this section");
-      for (std::size_t i = list->first; i < list->first + list->count; ++i) {
-        const KeyLine& line = text_.keys[i];
-        if (equal_without_case(line.name, "NrOfEntries")) continue;
-        const auto number = number_of(line.name);
-        if (number && *number >= 1 && *number <= count) continue;
-        diagnostics_.report(Problem::COMPACT_LIST_ENTRY, list->at(line.line), line.name, "nothing");
-      }
-    }
-  }
-
-  void check_composite(const ObjectFields& fields, const Group& group, std::uint8_t compact) {
-    if (compact != 0) return;
+  void check_composite(const ObjectFields& fields, const Group& group) {
     if (group.subs.empty()) {
       diagnostics_.report(Problem::NO_SUBS, group.object->place());
       return;
@@ -248,6 +247,14 @@ class Builder {
     if (number == static_cast<std::int64_t>(group.subs.size())) return;
     diagnostics_.report(Problem::SUB_NUMBER, fields.place(Key::SUB_NUMBER),
                         line == nullptr ? std::string_view() : line->value, "the sub-entries that are there");
+  }
+
+  void check_described() {
+    lists_.check_described(described_, diagnostics_);
+    constexpr std::array<std::uint16_t, 3> kMandatory = {0x1000, 0x1001, 0x1018};
+    for (const std::uint16_t index : kMandatory) {
+      if (!described_[index]) diagnostics_.report(Problem::MANDATORY_OBJECT, {}, index_text(index));
+    }
   }
 
   const DescriptionText& text_;

@@ -17,6 +17,16 @@ constexpr std::uint8_t kVariable = 7;
 constexpr std::int64_t kMostSubs = 254;  // sub-index 255 tells the structure of the object (CiA 301)
 constexpr std::int64_t kHighestSubindex = 255;
 
+/** A field's number; what follows it as a comment is reported. */
+std::optional<std::int64_t> number_at(const ObjectFields& fields, Key key, Diagnostics& diagnostics) {
+  const std::string_view text = fields.find(key)->value;
+  const auto number = number_of(text);
+  if (number && text.find_first_of(";#") != std::string_view::npos) {
+    diagnostics.report(Problem::INLINE_COMMENT, fields.place(key), text, "the number before it");
+  }
+  return number;
+}
+
 DataType data_type_of(const ObjectFields& fields, std::uint8_t object_type, Diagnostics& diagnostics) {
   const KeyLine* line = fields.find(Key::DATA_TYPE);
   if (line == nullptr || line->value.empty()) {
@@ -25,7 +35,7 @@ DataType data_type_of(const ObjectFields& fields, std::uint8_t object_type, Diag
     }
     return DataType::UNKNOWN;
   }
-  const auto number = number_of(line->value);
+  const auto number = number_at(fields, Key::DATA_TYPE, diagnostics);
   if (!number || *number < 1 || *number > 0xFFFF) {
     diagnostics.report(Problem::DATA_TYPE, fields.place(Key::DATA_TYPE), line->value, "no type");
     return DataType::UNKNOWN;
@@ -79,10 +89,9 @@ AccessType access_of(const ObjectFields& fields, std::uint8_t object_type, Diagn
 bool pdo_mapping_of(const ObjectFields& fields, Diagnostics& diagnostics) {
   const KeyLine* line = fields.find(Key::PDO_MAPPING);
   if (line == nullptr) return false;
-  const auto number = number_of(line->value);
+  const auto number = number_at(fields, Key::PDO_MAPPING, diagnostics);
   if (!number || *number < 0 || *number > 1) {
-    const bool mapped = number.value_or(0) == 1;
-    diagnostics.report(Problem::PDO_MAPPING, fields.place(Key::PDO_MAPPING), line->value, mapped ? "1" : "0");
+    diagnostics.report(Problem::PDO_MAPPING, fields.place(Key::PDO_MAPPING), line->value, "0");
   }
   return number == 1;
 }
@@ -115,6 +124,11 @@ Place ObjectFields::place(Key key) const {
   return line == nullptr ? section_->place() : section_->at(line->line);
 }
 
+std::string cut_name(std::string name) {
+  name.resize(cut_utf8(name, kMostOfName).size());
+  return name;
+}
+
 std::string name_of(const ObjectFields& fields, Diagnostics& diagnostics) {
   const KeyLine* line = fields.find(Key::PARAMETER_NAME);
   if (line == nullptr || line->value.empty()) {
@@ -125,7 +139,7 @@ std::string name_of(const ObjectFields& fields, Diagnostics& diagnostics) {
   if (name.size() > kMostOfName) {
     diagnostics.report(Problem::NAME_TOO_LONG, fields.place(Key::PARAMETER_NAME), name,
                        "its first 241 bytes");
-    name.resize(cut_utf8(name, kMostOfName).size());
+    name = cut_name(std::move(name));
   }
   return name;
 }
@@ -133,7 +147,7 @@ std::string name_of(const ObjectFields& fields, Diagnostics& diagnostics) {
 std::uint8_t object_type_of(const ObjectFields& fields, Diagnostics& diagnostics) {
   const KeyLine* line = fields.find(Key::OBJECT_TYPE);
   if (line == nullptr) return kVariable;
-  const auto number = number_of(line->value);
+  const auto number = number_at(fields, Key::OBJECT_TYPE, diagnostics);
   const bool known = number && (*number == 0 || *number == kDomain || (*number >= 5 && *number <= 9));
   if (known) return static_cast<std::uint8_t>(*number);
   diagnostics.report(Problem::OBJECT_TYPE, fields.place(Key::OBJECT_TYPE), line->value, "a variable");
@@ -143,7 +157,7 @@ std::uint8_t object_type_of(const ObjectFields& fields, Diagnostics& diagnostics
 std::uint8_t compact_count_of(const ObjectFields& fields, Diagnostics& diagnostics) {
   const KeyLine* line = fields.find(Key::COMPACT_SUB_OBJ);
   if (line == nullptr) return 0;
-  const auto number = number_of(line->value);
+  const auto number = number_at(fields, Key::COMPACT_SUB_OBJ, diagnostics);
   const std::int64_t stated = number && *number >= 0 ? *number : 0;
   const std::int64_t taken = stated > kHighestSubindex ? kMostSubs : stated;
   if (number != taken || taken > kMostSubs) {

@@ -25,6 +25,8 @@ class ObjectFields {
 
 // Readings of single fields; each reports what is wrong and says what it took instead.
 
+/** A name cut to the length that CiA 306 allows. */
+[[nodiscard]] std::string cut_name(std::string name);
 [[nodiscard]] std::string name_of(const ObjectFields& fields, Diagnostics& diagnostics);
 [[nodiscard]] std::uint8_t object_type_of(const ObjectFields& fields, Diagnostics& diagnostics);
 /** The number of entries that CompactSubObj states; 0 when there is none. */

@@ -7,6 +7,13 @@
 
 namespace nkr::tools {
 
+std::string index_text(std::uint16_t index) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text = "0x";
+  for (int shift = 12; shift >= 0; shift -= 4) text += kDigits[index >> shift & 0xF];
+  return text;
+}
+
 ObjectLists::ObjectLists(const DescriptionText& text, Diagnostics& diagnostics) {
   std::vector<std::string_view> read;
   for (const Section& section : text.sections) {
@@ -60,10 +67,7 @@ void ObjectLists::read_entry(const KeyLine& entry, const Section& section, Diagn
 void ObjectLists::check_described(const std::bitset<0x10000>& described, Diagnostics& diagnostics) const {
   for (const Entry& entry : entries_) {
     if (described[entry.index]) continue;
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string text = "0x";
-    for (int shift = 12; shift >= 0; shift -= 4) text += kDigits[entry.index >> shift & 0xF];
-    diagnostics.report(Problem::LISTED_NOT_DESCRIBED, entry.place, text, "nothing");
+    diagnostics.report(Problem::LISTED_NOT_DESCRIBED, entry.place, index_text(entry.index), "nothing");
   }
 }
 

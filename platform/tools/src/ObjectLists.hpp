@@ -3,11 +3,15 @@
 
 #include <bitset>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "DescriptionText.hpp"
 
 namespace nkr::tools {
+
+/** An index as text: 0x1018. */
+[[nodiscard]] std::string index_text(std::uint16_t index);
 
 /** The three object lists of a description (CiA 306). Hints alone: the sections are what exists. */
 class ObjectLists {

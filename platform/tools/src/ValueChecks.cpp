@@ -16,6 +16,17 @@ bool is_integer(DataType type) {
   return integer_bits(type) != 0;
 }
 
+/** Pairs of hexadecimal digits; blanks may stand between them. */
+bool is_octets(std::string_view text) {
+  std::size_t digits = 0;
+  for (const char c : text) {
+    const bool digit = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    if (!digit && c != ' ') return false;
+    if (digit) ++digits;
+  }
+  return digits % 2 == 0;
+}
+
 /** What CiA 306 wants of a number's form, beyond being readable. */
 void check_form(std::string_view text, Place place, Diagnostics& diagnostics) {
   if (text.find(';') != std::string_view::npos || text.find('#') != std::string_view::npos) {
@@ -47,6 +58,8 @@ void check_text(const ObjectFields& fields, Key key, const std::optional<std::st
     check_integer(*text, type, place, diagnostics);
   } else if (is_real(type)) {
     if (!real_of(*text)) diagnostics.report(Problem::VALUE_UNREADABLE, place, *text, kNoValue);
+  } else if (type == DataType::OCTET_STRING && !is_octets(*text)) {
+    diagnostics.report(Problem::VALUE_UNREADABLE, place, *text, "the text as it stands");
   }
 }
 

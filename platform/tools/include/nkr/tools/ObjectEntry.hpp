@@ -117,7 +117,8 @@ class ObjectEntry {
     std::optional<std::string> low_limit;
     std::optional<std::string> high_limit;
     bool pdo_mapping = false;
-    bool listed = false;   ///< its index stands in one of the three object lists
+    std::uint32_t line = 0;  ///< where its section begins in the file
+    bool listed = false;     ///< its index stands in one of the three object lists
     bool compact = false;  ///< has no section of its own: CompactSubObj of its array or record stands for it
   };
 
