@@ -17,6 +17,8 @@ function(tav_library name)
     set_target_properties(${name} PROPERTIES
       CXX_EXTENSIONS OFF
       POSITION_INDEPENDENT_CODE ON
+      DEFINE_SYMBOL ""  # nothing depends on it: static and shared objects are the same
+      INSTALL_RPATH "$ORIGIN"
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
     target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS})
@@ -46,6 +48,27 @@ function(tav_install_package)
     "${PROJECT_BINARY_DIR}/tavcoreConfig.cmake"
     "${PROJECT_BINARY_DIR}/tavcoreConfigVersion.cmake"
     DESTINATION "${destination}")
-  configure_file("${PROJECT_SOURCE_DIR}/cmake/tavcore.pc.in" "${PROJECT_BINARY_DIR}/tavcore.pc" @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/tavcore.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  tav_pkg_config(tavcore
+    DESCRIPTION "${PROJECT_DESCRIPTION}"
+    LIBRARIES tavcore nkr-tools nkr-codec nkrLog nkr-error)
+  tav_pkg_config(nkr-canopen
+    DESCRIPTION "CANopen client and CAN buses for Linux"
+    LIBRARIES nkr-canopen nkr-can nkrLog nkr-error)
+  if(TARGET tav-drive)
+    tav_pkg_config(tav-drive
+      DESCRIPTION "Virtual drive on a CAN bus"
+      LIBRARIES tav-drive nkr-tools nkr-can nkr-error)
+  endif()
+endfunction()
+
+# What pkg-config tells: tav_pkg_config(NAME DESCRIPTION text LIBRARIES name...). Relative to its own place, so
+# an installed tree may be moved.
+function(tav_pkg_config name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "LIBRARIES")
+  set(destination "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  file(RELATIVE_PATH prefix_from_here "/prefix/${destination}" "/prefix")
+  list(TRANSFORM arg_LIBRARIES PREPEND "-l")
+  list(JOIN arg_LIBRARIES " " libs)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/package.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${destination}")
 endfunction()
