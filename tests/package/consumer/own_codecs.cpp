@@ -43,7 +43,13 @@ using nkr::tavcore::CANOpenDispatcher;
 
 void use_the_safety_word_codec(Connected& drive) {
   using FunctionId = CANOpenDispatcher::SafetyFunctionId;
-  constexpr auto kWord = CANOpenDispatcher::SafetyControlWordId::CAN_1;
+  constexpr auto kWord = CANOpenDispatcher::SafetyControlWordId::CAN_2;
+  constexpr std::uint32_t kMappingObjects = 0x66F0;
+  for (std::uint32_t word = 0; word < 16; ++word) {
+    for (std::uint32_t bit = 1; bit <= 8; ++bit) {
+      drive.client->values[(kMappingObjects + word) << 16 | bit << 8] = 0x12340100;  // of no function
+    }
+  }
   CANOpenDispatcher::SafetyWordMapping mapping{};
   expect(drive.dispatcher->getSafetyControlWordMapping(kWord, mapping) == NKR_OK, "the mapping is read");
   expect(looked_up > 0 && mapping.bit0 == FunctionId{3}, "the program's own look-up says the function");

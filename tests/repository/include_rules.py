@@ -1,0 +1,102 @@
+"""Which library may include which: the rule of docs/architecture.md, read off the sources."""
+
+import pathlib
+import re
+
+# Where each target's files are.
+FOLDERS = {
+    "platform/error": "nkr-error",
+    "platform/log": "nkrLog",
+    "platform/tools": "nkr-tools",
+    "platform/codec": "nkr-codec",
+    "platform/canopencore": "nkr-canopencore",
+    "include/tavcore": "tavcore",
+    "src": "tavcore",
+    "canopen/can": "nkr-can",
+    "canopen/client": "nkr-canopen",
+    "drive": "tav-drive",
+}
+
+# What a header's name says of its target; the first match counts.
+HEADERS = (
+    (r"nkr/error\.h", "nkr-error"),
+    (r"nkr/log(_\w+)?\.h", "nkrLog"),
+    (r"nkr/tools/.+", "nkr-tools"),
+    (r"nkr/(cia402|safety_word)\.h", "nkr-codec"),
+    (r"nkr/(canopencore|canopenservice)/.+", "nkr-canopencore"),
+    (r"nkr/can/.+", "nkr-can"),
+    (r"nkr/canopen/.+", "nkr-canopen"),
+    (r"tavcore/.+", "tavcore"),
+    (r"tav/drive/.+", "tav-drive"),
+)
+
+MAY_INCLUDE = {
+    "nkr-error": set(),
+    "nkrLog": {"nkr-error"},
+    "nkr-tools": {"nkr-error"},
+    "nkr-codec": {"nkr-error"},
+    "nkr-canopencore": {"nkr-error"},
+    "tavcore": {"nkr-error", "nkrLog", "nkr-tools", "nkr-codec", "nkr-canopencore"},
+    "nkr-can": {"nkr-error"},
+    "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error", "nkrLog"},
+    "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},
+}
+
+# The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.
+STANDARD = set(
+    """algorithm any array atomic bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits clocale
+    cmath codecvt complex condition_variable csetjmp csignal cstdarg cstddef cstdint cstdio cstdlib cstring ctime
+    cuchar cwchar cwctype deque exception execution filesystem forward_list fstream functional future
+    initializer_list iomanip ios iosfwd iostream istream iterator limits list locale map memory memory_resource mutex
+    new numeric optional ostream queue random ratio regex scoped_allocator set shared_mutex sstream stack stdexcept
+    streambuf string string_view system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set
+    utility valarray variant vector
+    assert.h ctype.h dirent.h errno.h fcntl.h float.h getopt.h inttypes.h limits.h locale.h math.h poll.h pthread.h
+    pwd.h sched.h signal.h stdarg.h stdbool.h stddef.h stdint.h stdio.h stdlib.h string.h syslog.h termios.h time.h
+    unistd.h""".split()
+)
+SYSTEM = re.compile(r"(sys|linux|linux/can|net|netinet|arpa)/\w+\.h")
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
+SUFFIXES = {".c", ".h", ".cpp", ".hpp", ".inc"}
+
+
+def target_of_header(name):
+    for pattern, target in HEADERS:
+        if re.fullmatch(pattern, name):
+            return target
+    return None
+
+
+def fault(root, folder, target, path, quote, name):
+    """What is wrong with one include; None when nothing is."""
+    if quote == '"':
+        inside = (path.parent / name).resolve().is_relative_to((root / folder).resolve())
+        own_sources = any(
+            (root / other / name).exists() or (path.parent / name).resolve().is_relative_to((root / other).resolve())
+            for other, owner in FOLDERS.items()
+            if owner == target
+        )
+        return None if inside or own_sources else f"{name} is outside {target}"
+    other = target_of_header(name)
+    if other is None:
+        known = name in STANDARD or SYSTEM.fullmatch(name)
+        return None if known else f"{name} is neither ours nor of the standard library, libc or kernel"
+    if other == target or other in MAY_INCLUDE[target]:
+        return None
+    return f"{target} must not know {other} ({name})"
+
+
+def violations(root):
+    """One line for every include that breaks a rule, in the tree at root."""
+    root = pathlib.Path(root)
+    found = []
+    for folder, target in FOLDERS.items():
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix not in SUFFIXES:
+                continue
+            for quote, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
+                text = fault(root, folder, target, path, quote, name)
+                if text is not None:
+                    found.append(f"{path.relative_to(root)}: {text}")
+    return found

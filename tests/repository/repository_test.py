@@ -1,0 +1,89 @@
+#!/usr/bin/python3
+"""What holds for the source tree as a whole."""
+
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+import include_rules
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+SOURCES = {".c", ".cpp"}
+
+
+def named_in_build_lists():
+    """Every path that some CMakeLists.txt names, resolved from the folder of the list."""
+    named = set()
+    for lists in ROOT.rglob("CMakeLists.txt"):
+        if (ROOT / "build") in lists.parents:
+            continue
+        for word in re.findall(r"[^\s()\"]+\.c(?:pp)?\b", lists.read_text()):
+            word = word.replace("${PROJECT_SOURCE_DIR}", str(ROOT)).replace("${CMAKE_CURRENT_SOURCE_DIR}/", "")
+            named.add((lists.parent / word).resolve())
+    return named
+
+
+class IncludeRules(unittest.TestCase):
+    def planted(self, path, text):
+        with tempfile.TemporaryDirectory() as root:
+            file = pathlib.Path(root, path)
+            file.parent.mkdir(parents=True)
+            file.write_text(text)
+            return include_rules.violations(root)
+
+    def test_hold_over_the_whole_tree(self):
+        self.assertEqual(include_rules.violations(ROOT), [])
+
+    def test_cover_every_library(self):
+        libraries = set()
+        for folder in include_rules.FOLDERS:
+            for lists in (ROOT / folder).rglob("CMakeLists.txt"):
+                libraries.update(re.findall(r"tav_library\((\S+)", lists.read_text()))
+        self.assertEqual(libraries, set(include_rules.MAY_INCLUDE))
+
+    def test_refuse_an_arrow_that_is_not_drawn(self):
+        planted = {
+            "src/A.cpp": "#include <nkr/can/Bus.hpp>\n",
+            "include/tavcore/A.hpp": "#include <nkr/canopen/Client.hpp>\n",
+            "drive/src/A.cpp": "#include <nkr/cia402.h>\n",
+            "canopen/can/src/A.cpp": "#include <nkr/log.h>\n",
+            "canopen/client/src/A.cpp": "  #  include <nkr/tools/EDSParser.hpp>\n",
+            "platform/tools/src/A.cpp": "#include <nkr/log_setup.h>\n",
+            "platform/error/src/A.cpp": '#include "../../log/src/Sink.hpp"\n',
+            "platform/log/src/A.cpp": "#include <boost/asio.hpp>\n",
+        }
+        for path, text in planted.items():
+            with self.subTest(path):
+                self.assertEqual(len(self.planted(path, text)), 1)
+
+    def test_allow_what_is_drawn(self):
+        text = "#include <nkr/log.h>\n#include <vector>\n#include <sys/socket.h>\n"
+        self.assertEqual(self.planted("canopen/client/src/A.cpp", text), [])
+
+
+class BuildLists(unittest.TestCase):
+    def missing(self, *folders):
+        named = named_in_build_lists()
+        sources = [path for folder in folders for path in (ROOT / folder).rglob("*.c*")]
+        return [str(path.relative_to(ROOT)) for path in sources if path.suffix in SOURCES and path not in named]
+
+    def test_name_every_test(self):
+        self.assertEqual(self.missing("tests"), [])
+
+    def test_name_every_source_of_the_product(self):
+        self.assertEqual(self.missing("platform", "src", "canopen", "drive", "tavctl", "examples", "bench"), [])
+
+
+class Scripts(unittest.TestCase):
+    def test_say_how_they_are_used(self):
+        for script in ("test", "tests/system/can-vm", "tests/repository/check-style"):
+            with self.subTest(script):
+                done = subprocess.run([ROOT / script, "--help"], capture_output=True, text=True, check=False)
+                self.assertEqual(done.returncode, 0)
+                self.assertIn("--", done.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
