@@ -1,0 +1,81 @@
+#ifndef TESTS_TAVCORE_SAFETY_REFERENCE_HPP
+#define TESTS_TAVCORE_SAFETY_REFERENCE_HPP
+
+#include <cstdint>
+#include <string>
+#include <tavcore/ISRDOService.hpp>
+#include <tavcore/ISafeMotionService.hpp>
+#include <vector>
+
+#include "SafetyBench.hpp"
+
+namespace tavtest {
+
+/**
+ * The safety operations written out access by access, without the library's step engine, tables and CRC: what
+ * the library is compared with under every pattern of failures.
+ *
+ * Makes its accesses on a recording client of its own, which is scripted as the library's client is.
+ */
+class Reference {
+ public:
+  using Safe = nkr::tavcore::ISafeMotionService;
+  using Srdo = nkr::tavcore::ISRDOService;
+  using Bytes = std::vector<std::uint8_t>;
+
+  explicit Reference(RecordingClient& client) : client_(client), description_(safety_description()) {}
+
+  nkr_error_t get_sto(Safe::STOParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sls(int n, Safe::SLSParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sdi(int n, Safe::SDIParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sbc(int n, Safe::SBCParameters& parameters, std::uint16_t& signature);
+
+  nkr_error_t set_sto(const Safe::STOParameters& parameters);
+  nkr_error_t set_sls(int n, const Safe::SLSParameters& parameters);
+  nkr_error_t set_sdi(int n, const Safe::SDIParameters& parameters);
+  nkr_error_t set_sbc(int n, const Safe::SBCParameters& parameters);
+
+  nkr_error_t update_sto(const Safe::STOParameters& parameters);
+  nkr_error_t update_sls(int n, const Safe::SLSParameters& parameters);
+  nkr_error_t update_sdi(int n, const Safe::SDIParameters& parameters);
+  nkr_error_t update_sbc(int n, const Safe::SBCParameters& parameters);
+  nkr_error_t update_all();
+
+  /** Appends the mapping's bytes when all was read at once. */
+  nkr_error_t read_mapping(Bytes& bytes);
+
+  /** Writes codes to mapping objects in turn, then refreshes. */
+  nkr_error_t set_mapping(const std::vector<std::pair<std::string, std::uint32_t>>& codes);
+
+  nkr_error_t get_srdo(int n, Srdo::SRDODirection& direction, Srdo::SRDOParameters& parameters,
+                       std::uint16_t& signature);
+  nkr_error_t set_srdo(int n, const Srdo::SRDOParameters& parameters);
+  nkr_error_t get_srdo_mapping(int n, Srdo::SRDOMapping& mapping);
+
+ private:
+  template <class T>
+  nkr_error_t read(const std::string& name, T& value) {
+    return client_.getValue(DispatcherBench::kNode, description_.address(name), value);
+  }
+  template <class T>
+  nkr_error_t write(const std::string& name, const T& value) {
+    return client_.setValue(DispatcherBench::kNode, description_.address(name), value);
+  }
+  template <class T>
+  nkr_error_t read_at(std::uint32_t index, int subindex, T& value) {
+    return client_.getValue(DispatcherBench::kNode, at(index, static_cast<std::uint32_t>(subindex)), value);
+  }
+  template <class T>
+  nkr_error_t write_at(std::uint32_t index, int subindex, const T& value) {
+    return client_.setValue(DispatcherBench::kNode, at(index, static_cast<std::uint32_t>(subindex)), value);
+  }
+  /** The instance's own bytes, the mapping's, and the signature to index:n. */
+  nkr_error_t sign(Bytes bytes, std::uint32_t index, int n);
+
+  RecordingClient& client_;
+  EdsFixture description_;
+};
+
+}  // namespace tavtest
+
+#endif

@@ -1,0 +1,325 @@
+// Every safety operation beside its literal form, with a failure at every access: same accesses, same values
+// written, same result, same outputs.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <sstream>
+
+#include "Reference.hpp"
+#include "support/RecordingLog.hpp"
+
+namespace {
+
+using nkr::tavcore::CANOpenDispatcher;
+using nkr::tavcore::SafetyConfiguration;
+using nkr::tavcore::SRDOConfiguration;
+using tavtest::RecordingClient;
+using tavtest::Reference;
+using tavtest::SafetyBench;
+using Safe = nkr::tavcore::ISafeMotionService;
+using Srdo = nkr::tavcore::ISRDOService;
+
+constexpr nkr_error_t kTimeout = 0x05040000;
+constexpr nkr_error_t kDeviceState = 0x08000022;
+
+/** A result, and the outputs as text. */
+struct Observed {
+  nkr_error_t result;
+  std::string outputs;
+};
+
+struct Case {
+  std::string name;
+  std::function<Observed(CANOpenDispatcher&)> library;
+  std::function<Observed(Reference&)> reference;
+};
+
+void PrintTo(const Case& c, std::ostream* out) {
+  *out << c.name;
+}
+
+template <class... Fields>
+std::string text(const Fields&... fields) {
+  std::ostringstream out;
+  ((out << +fields << ' '), ...);
+  return out.str();
+}
+
+std::string text_of(const Safe::STOParameters& p) {
+  return text(p.restartAcknowledgeBehavior, p.activateSBC);
+}
+std::string text_of(const Safe::SLSParameters& p) {
+  return text(p.timeToVelocityMonitoring, p.velocityLimit, p.timeForVelocityInLimits, p.errorReaction);
+}
+std::string text_of(const Safe::SDIParameters& p) {
+  return text(p.velocityZeroWindow);
+}
+std::string text_of(const Safe::SBCParameters& p) {
+  return text(p.brakeTimeDelay);
+}
+std::string text_of(const Srdo::SRDOParameters& p) {
+  return text(p.enabled, p.refreshTime, p.validationTime, p.transmissionType, p.cobId1, p.cobId2);
+}
+std::string text_of(const Srdo::SRDOMapping& m) {
+  std::string all = text(m.count);
+  for (const std::uint32_t entry : m.entries) all += text(entry);
+  return all;
+}
+
+/** A getter of parameters and a signature, both filled with something else before. */
+template <class Parameters, class Call>
+Observed run_getter(Parameters before, Call call) {
+  std::uint16_t signature = 0xBEEF;
+  const nkr_error_t result = call(before, signature);
+  return {result, text_of(before) + text(signature)};
+}
+
+const Safe::STOParameters kSTO{true, 5};
+const Safe::SLSParameters kSLS{100, 200000, 300, true};
+const Safe::SDIParameters kSDI{70000};
+const Safe::SBCParameters kSBC{250};
+const Srdo::SRDOParameters kSRDO{true, 25, 20, 254, 0x101, 0x102};
+
+std::vector<Case> getters() {
+  return {
+      {"getSTOParameters",
+       [](CANOpenDispatcher& d) {
+         return run_getter(kSTO, [&](auto& p, auto& s) { return d.getSTOParameters(Safe::STOId{1}, p, s); });
+       },
+       [](Reference& r) { return run_getter(kSTO, [&](auto& p, auto& s) { return r.get_sto(p, s); }); }},
+      {"getSLSParameters",
+       [](CANOpenDispatcher& d) {
+         return run_getter(kSLS, [&](auto& p, auto& s) { return d.getSLSParameters(Safe::SLSId{8}, p, s); });
+       },
+       [](Reference& r) { return run_getter(kSLS, [&](auto& p, auto& s) { return r.get_sls(8, p, s); }); }},
+      {"getSDIParameters",
+       [](CANOpenDispatcher& d) {
+         return run_getter(kSDI, [&](auto& p, auto& s) { return d.getSDIParameters(Safe::SDIId{2}, p, s); });
+       },
+       [](Reference& r) { return run_getter(kSDI, [&](auto& p, auto& s) { return r.get_sdi(2, p, s); }); }},
+      {"getSBCParameters",
+       [](CANOpenDispatcher& d) {
+         return run_getter(kSBC, [&](auto& p, auto& s) { return d.getSBCParameters(Safe::SBCId{3}, p, s); });
+       },
+       [](Reference& r) { return run_getter(kSBC, [&](auto& p, auto& s) { return r.get_sbc(3, p, s); }); }},
+      {"getSRDOParameters",
+       [](CANOpenDispatcher& d) {
+         Srdo::SRDODirection direction{};
+         Observed run = run_getter(
+             kSRDO, [&](auto& p, auto& s) { return d.getSRDOParameters(Srdo::SRDOId{2}, direction, p, s); });
+         return Observed{run.result, run.outputs + text(static_cast<int>(direction))};
+       },
+       [](Reference& r) {
+         Srdo::SRDODirection direction{};
+         Observed run = run_getter(kSRDO, [&](auto& p, auto& s) { return r.get_srdo(2, direction, p, s); });
+         return Observed{run.result, run.outputs + text(static_cast<int>(direction))};
+       }},
+      {"getSRDOMapping",
+       [](CANOpenDispatcher& d) {
+         Srdo::SRDOMapping mapping{9, {1, 2, 3}};
+         const nkr_error_t result = d.getSRDOMapping(Srdo::SRDOId{2}, mapping);
+         return Observed{result, text_of(mapping)};
+       },
+       [](Reference& r) {
+         Srdo::SRDOMapping mapping{9, {1, 2, 3}};
+         const nkr_error_t result = r.get_srdo_mapping(2, mapping);
+         return Observed{result, text_of(mapping)};
+       }},
+  };
+}
+
+template <class Library, class Ref>
+Case setter(const std::string& name, Library library, Ref reference) {
+  return {name,
+          [=](CANOpenDispatcher& d) {
+            return Observed{library(d), {}};
+          },
+          [=](Reference& r) {
+            return Observed{reference(r), {}};
+          }};
+}
+
+std::vector<Case> signature_updates() {
+  return {
+      setter(
+          "updateSignature_STO", [](auto& d) { return d.updateSignature_STO(Safe::STOId{1}, kSTO); },
+          [](auto& r) { return r.update_sto(kSTO); }),
+      setter(
+          "updateSignature_SLS", [](auto& d) { return d.updateSignature_SLS(Safe::SLSId{3}, kSLS); },
+          [](auto& r) { return r.update_sls(3, kSLS); }),
+      setter(
+          "updateSignature_SDI", [](auto& d) { return d.updateSignature_SDI(Safe::SDIId{2}, kSDI); },
+          [](auto& r) { return r.update_sdi(2, kSDI); }),
+      setter(
+          "updateSignature_SBC", [](auto& d) { return d.updateSignature_SBC(Safe::SBCId{3}, kSBC); },
+          [](auto& r) { return r.update_sbc(3, kSBC); }),
+      setter(
+          "updateAllSafetySignatures", [](auto& d) { return d.updateAllSafetySignatures(); },
+          [](auto& r) { return r.update_all(); }),
+  };
+}
+
+std::vector<Case> setters() {
+  return {
+      setter(
+          "setSTOParameters", [](auto& d) { return d.setSTOParameters(Safe::STOId{1}, kSTO); },
+          [](auto& r) { return r.set_sto(kSTO); }),
+      setter(
+          "setSLSParameters", [](auto& d) { return d.setSLSParameters(Safe::SLSId{8}, kSLS); },
+          [](auto& r) { return r.set_sls(8, kSLS); }),
+      setter(
+          "setSDIParameters", [](auto& d) { return d.setSDIParameters(Safe::SDIId{1}, kSDI); },
+          [](auto& r) { return r.set_sdi(1, kSDI); }),
+      setter(
+          "setSBCParameters", [](auto& d) { return d.setSBCParameters(Safe::SBCId{2}, kSBC); },
+          [](auto& r) { return r.set_sbc(2, kSBC); }),
+      setter(
+          "setSRDOParameters", [](auto& d) { return d.setSRDOParameters(Srdo::SRDOId{2}, kSRDO); },
+          [](auto& r) { return r.set_srdo(2, kSRDO); }),
+  };
+}
+
+std::vector<Case> mapping_setters() {
+  using Function = Safe::SafetyFunctionId;
+  const auto none = Function::NONE;
+  const Safe::SafetyWordMapping output{
+      Function::STO, none, Function::SLS_8, Function::RESTART_ACKNOWLEDGE, none, none, none, none};
+  const std::string base = "nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit";
+  const std::vector<std::pair<std::string, std::uint32_t>> codes = {
+      {base + "0", 0x26400000}, {base + "1", 0}, {base + "2", 0x26900800}, {base + "3", 0x26310000}};
+  return {setter(
+      "setSafetyStatusWordMapping",
+      [=](auto& d) { return d.setSafetyStatusWordMapping(Safe::SafetyStatusWordId::SAFE_OUTPUT, output); },
+      [=](auto& r) { return r.set_mapping(codes); })};
+}
+
+SafetyConfiguration drive_configuration() {
+  SafetyConfiguration c;
+  c.units = {0xFD030000, 0x00B50000, 0x00B44700, 0x00B45700};
+  c.sto = {true, 0x12345678};
+  for (std::uint16_t i = 0; i < 8; ++i) {
+    const bool reacts = i % 2 == 0;
+    c.sls[i] = {static_cast<std::uint16_t>(1000 + i), 70000U + i, static_cast<std::uint16_t>(300 + i),
+                reacts ? 0x66400000U : 0U};
+  }
+  c.sdi = {{{111111}, {222222}}};
+  c.sbc = {{{401}, {402}, {403}}};
+  for (std::uint32_t i = 0; i < 128; ++i) c.mapping[i] = 0x66900000 + 0x01010101 * i;
+  return c;
+}
+
+SRDOConfiguration drive_srdo() {
+  return {2, 1, 25, 20, 254, 0x101, 0x102, {0x62100108, 0x62110108, 0x62100208, 0x62110208}};
+}
+
+/** A drive that answers as the configuration says. */
+class FailurePatterns : public testing::TestWithParam<Case> {
+ protected:
+  FailurePatterns() {
+    log_.disable();
+    bench_.hold(drive_configuration());
+    bench_.hold(nkr::tavcore::compute_safety_signatures(drive_configuration()));
+    bench_.hold(drive_srdo());
+    bench_.hold_at(0x13FF, 2, std::uint16_t{0x4711});
+  }
+
+  /** The same faults for both; everything that can be seen must be the same. */
+  void compare(const std::function<void(RecordingClient&)>& break_it) {
+    RecordingClient& client = *bench_.client;
+    const Observed expected = run(client, break_it, [&] {
+      Reference reference(client);
+      return GetParam().reference(reference);
+    });
+    const std::vector<tavtest::Access> expected_accesses = client.accesses;
+    const Observed actual = run(client, break_it, [&] { return GetParam().library(*bench_.dispatcher); });
+    EXPECT_EQ(actual.result, expected.result);
+    EXPECT_EQ(actual.outputs, expected.outputs);
+    EXPECT_TRUE(client.accesses == expected_accesses);
+    accesses_ = expected_accesses;
+  }
+
+  /** Numbers of the accesses worth failing: of a long operation not every read of the mapping. */
+  [[nodiscard]] std::vector<std::size_t> places() {
+    constexpr std::size_t kShort = 150;
+    compare([](RecordingClient&) {});
+    std::vector<std::size_t> all;
+    for (std::size_t i = 0; i < accesses_.size(); ++i) {
+      if (accesses_.size() <= kShort || !is_inner_mapping_read(accesses_[i].address)) all.push_back(i + 1);
+    }
+    return all;
+  }
+
+  std::vector<tavtest::Access> accesses_;
+
+ private:
+  /** A read of the mapping other than the first, one in the middle and the last. */
+  static bool is_inner_mapping_read(std::uint32_t address) {
+    const bool reads_mapping = address >= tavtest::at(0x66F0, 1) && address <= tavtest::at(0x66FF, 8);
+    return reads_mapping && address != tavtest::at(0x66F0, 1) && address != tavtest::at(0x66F7, 3) &&
+           address != tavtest::at(0x66FF, 8);
+  }
+
+  template <class Call>
+  static Observed run(RecordingClient& client, const std::function<void(RecordingClient&)>& break_it,
+                      Call call) {
+    client.clear();
+    break_it(client);
+    return call();
+  }
+
+  tavtest::RecordingLog log_;
+  SafetyBench bench_;
+};
+
+TEST_P(FailurePatterns, WithoutAFailure) {
+  compare([](RecordingClient&) {});
+  EXPECT_FALSE(accesses_.empty());
+}
+
+TEST_P(FailurePatterns, EachAccessFailingOnceTwiceThriceOrForGood) {
+  for (const std::size_t nth : places()) {
+    SCOPED_TRACE("failing access " + std::to_string(nth));
+    for (std::size_t times = 1; times <= 3; ++times) {
+      compare([&](RecordingClient& client) {
+        client.fail_access(nth, kTimeout);
+        if (times > 1) client.fail_access(nth + 1, kDeviceState);
+        if (times > 2) client.fail_access(nth + 2, NKR_CAN_BUS_OFF);
+      });
+    }
+    compare([&](RecordingClient& client) { client.fail_from(nth, kDeviceState); });
+    if (HasFailure()) return;
+  }
+}
+
+// A step that failed is made again as a whole: its second attempt can fail elsewhere.
+TEST_P(FailurePatterns, ASecondFailureInTheRepeatedStep) {
+  const std::vector<std::size_t> all = places();
+  for (std::size_t i = 0; i < all.size(); i += 5) {
+    const std::size_t nth = all[i];
+    for (std::size_t later = nth + 2; later <= nth + 300; later += 67) {
+      SCOPED_TRACE("failing accesses " + std::to_string(nth) + " and " + std::to_string(later));
+      for (std::size_t times = 1; times <= 2; ++times) {
+        compare([&](RecordingClient& client) {
+          client.fail_access(nth, kTimeout);
+          client.fail_access(nth + 1, kTimeout);
+          client.fail_access(later, kDeviceState);
+          if (times > 1) client.fail_access(later + 1, kDeviceState);
+        });
+      }
+      if (HasFailure()) return;
+    }
+  }
+}
+
+std::string case_name(const testing::TestParamInfo<Case>& info) {
+  return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Getters, FailurePatterns, testing::ValuesIn(getters()), case_name);
+INSTANTIATE_TEST_SUITE_P(Signatures, FailurePatterns, testing::ValuesIn(signature_updates()), case_name);
+INSTANTIATE_TEST_SUITE_P(Setters, FailurePatterns, testing::ValuesIn(setters()), case_name);
+INSTANTIATE_TEST_SUITE_P(MappingSetters, FailurePatterns, testing::ValuesIn(mapping_setters()), case_name);
+
+}  // namespace
