@@ -34,6 +34,7 @@ struct Case {
   std::string name;
   std::function<Observed(CANOpenDispatcher&)> library;
   std::function<Observed(Reference&)> reference;
+  bool guarded = true;
 };
 
 void PrintTo(const Case& c, std::ostream* out) {
@@ -131,33 +132,34 @@ std::vector<Case> getters() {
 }
 
 template <class Library, class Ref>
-Case setter(const std::string& name, Library library, Ref reference) {
+Case setter(const std::string& name, Library library, Ref reference, bool guarded = true) {
   return {name,
           [=](CANOpenDispatcher& d) {
             return Observed{library(d), {}};
           },
           [=](Reference& r) {
             return Observed{reference(r), {}};
-          }};
+          },
+          guarded};
 }
 
 std::vector<Case> signature_updates() {
   return {
       setter(
           "updateSignature_STO", [](auto& d) { return d.updateSignature_STO(Safe::STOId{1}, kSTO); },
-          [](auto& r) { return r.update_sto(kSTO); }),
+          [](auto& r) { return r.update_sto(kSTO); }, false),
       setter(
           "updateSignature_SLS", [](auto& d) { return d.updateSignature_SLS(Safe::SLSId{3}, kSLS); },
-          [](auto& r) { return r.update_sls(3, kSLS); }),
+          [](auto& r) { return r.update_sls(3, kSLS); }, false),
       setter(
           "updateSignature_SDI", [](auto& d) { return d.updateSignature_SDI(Safe::SDIId{2}, kSDI); },
-          [](auto& r) { return r.update_sdi(2, kSDI); }),
+          [](auto& r) { return r.update_sdi(2, kSDI); }, false),
       setter(
           "updateSignature_SBC", [](auto& d) { return d.updateSignature_SBC(Safe::SBCId{3}, kSBC); },
-          [](auto& r) { return r.update_sbc(3, kSBC); }),
+          [](auto& r) { return r.update_sbc(3, kSBC); }, false),
       setter(
           "updateAllSafetySignatures", [](auto& d) { return d.updateAllSafetySignatures(); },
-          [](auto& r) { return r.update_all(); }),
+          [](auto& r) { return r.update_all(); }, false),
   };
 }
 
@@ -189,10 +191,20 @@ std::vector<Case> mapping_setters() {
   const std::string base = "nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit";
   const std::vector<std::pair<std::string, std::uint32_t>> codes = {
       {base + "0", 0x26400000}, {base + "1", 0}, {base + "2", 0x26900800}, {base + "3", 0x26310000}};
+  const Safe::SafetyWordMapping word1{none, Function::SBC_2, none, none, none, Function::SDIN_1, none, none};
+  const std::string bit = "nkr_safety_word_scw_mapping_cw1 scw_cw_can_1_bit";
+  const std::vector<std::pair<std::string, std::uint32_t>> word1_codes = {
+      {bit + "1", 0x66600200}, {bit + "2", 0}, {bit + "3", 0}, {bit + "4", 0}, {bit + "5", 0x66D10100}};
   return {setter(
-      "setSafetyStatusWordMapping",
-      [=](auto& d) { return d.setSafetyStatusWordMapping(Safe::SafetyStatusWordId::SAFE_OUTPUT, output); },
-      [=](auto& r) { return r.set_mapping(codes); })};
+              "setSafetyControlWordMapping",
+              [=](auto& d) { return d.setSafetyControlWordMapping(Safe::SafetyControlWordId::CAN_1, word1); },
+              [=](auto& r) { return r.set_mapping(word1_codes); }),
+          setter(
+              "setSafetyStatusWordMapping",
+              [=](auto& d) {
+                return d.setSafetyStatusWordMapping(Safe::SafetyStatusWordId::SAFE_OUTPUT, output);
+              },
+              [=](auto& r) { return r.set_mapping(codes); })};
 }
 
 SafetyConfiguration drive_configuration() {
@@ -253,6 +265,9 @@ class FailurePatterns : public testing::TestWithParam<Case> {
 
   std::vector<tavtest::Access> accesses_;
 
+  tavtest::RecordingLog log_;
+  SafetyBench bench_;
+
  private:
   /** A read of the mapping other than the first, one in the middle and the last. */
   static bool is_inner_mapping_read(std::uint32_t address) {
@@ -268,28 +283,62 @@ class FailurePatterns : public testing::TestWithParam<Case> {
     break_it(client);
     return call();
   }
-
-  tavtest::RecordingLog log_;
-  SafetyBench bench_;
 };
 
-TEST_P(FailurePatterns, WithoutAFailure) {
+TEST_P(FailurePatterns, SucceedsWithItsAccessesInOrder) {
   compare([](RecordingClient&) {});
   EXPECT_FALSE(accesses_.empty());
 }
 
-TEST_P(FailurePatterns, EachAccessFailingOnceTwiceThriceOrForGood) {
+TEST_P(FailurePatterns, EndsWithTheRepeatOfTheAccessThatFailedOnce) {
   for (const std::size_t nth : places()) {
-    SCOPED_TRACE("failing access " + std::to_string(nth));
-    for (std::size_t times = 1; times <= 3; ++times) {
-      compare([&](RecordingClient& client) {
-        client.fail_access(nth, kTimeout);
-        if (times > 1) client.fail_access(nth + 1, kDeviceState);
-        if (times > 2) client.fail_access(nth + 2, NKR_CAN_BUS_OFF);
-      });
-    }
+    compare([&](RecordingClient& client) { client.fail_access(nth, kTimeout); });
+    ASSERT_FALSE(HasFailure()) << "failing access " << nth;
+  }
+}
+
+TEST_P(FailurePatterns, AnswersTheSecondCodeOfTheAccessThatFailedTwice) {
+  for (const std::size_t nth : places()) {
+    compare([&](RecordingClient& client) {
+      client.fail_access(nth, kTimeout);
+      client.fail_access(nth + 1, kDeviceState);
+    });
+    ASSERT_FALSE(HasFailure()) << "failing access " << nth;
+  }
+}
+
+TEST_P(FailurePatterns, MakesTheWholeStepAgainThatFailedByAnAccessFailingThrice) {
+  for (const std::size_t nth : places()) {
+    compare([&](RecordingClient& client) {
+      client.fail_access(nth, kTimeout);
+      client.fail_access(nth + 1, kDeviceState);
+      client.fail_access(nth + 2, NKR_CAN_BUS_OFF);
+    });
+    ASSERT_FALSE(HasFailure()) << "failing access " << nth;
+  }
+}
+
+TEST_P(FailurePatterns, EndsAtTheAccessThatFailsForGood) {
+  for (const std::size_t nth : places()) {
     compare([&](RecordingClient& client) { client.fail_from(nth, kDeviceState); });
-    if (HasFailure()) return;
+    ASSERT_FALSE(HasFailure()) << "failing access " << nth;
+  }
+}
+
+TEST_P(FailurePatterns, BeforeInitIsRefusedOrNeedsNoDescription) {
+  CANOpenDispatcher fresh(bench_.config, bench_.client);
+  log_.answer_enabled(NKR_OK);
+  const Observed observed = GetParam().library(fresh);
+  const auto records = log_.records();
+  if (GetParam().guarded) {
+    EXPECT_EQ(observed.result, NKR_NOT_AVAILABLE);
+    EXPECT_TRUE(bench_.client->accesses.empty());
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records[0].function, GetParam().name);
+    EXPECT_EQ(records[0].text, "TAV CANOpenDispatcher is not initialized");
+  } else {
+    for (const auto& record : records) EXPECT_NE(record.text, "TAV CANOpenDispatcher is not initialized");
+    for (const auto& access : bench_.client->accesses) EXPECT_EQ(access.node, 0xFF);
   }
 }
 
