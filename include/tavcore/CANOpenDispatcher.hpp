@@ -278,7 +278,8 @@ class CANOpenDispatcher : public ICANOpenDispatcher {
   /** @name Configuration signatures of the safety functions (CRC-16-CCITT, least significant byte first)
    * Each update reads the units and the 128 mapping objects and writes one signature. A mapping read that
    * fails once and then succeeds ends the mapping's part early: the signature written is then short, and the
-   * answer NKR_OK.
+   * answer NKR_OK. A unit read that does so leaves the signature unwritten, with NKR_OK too. See
+   * verify_safety().
    * @{ */
   /** Step table of CRC-16-CCITT (polynomial 0x1021, most significant bit first). */
   static const std::array<std::uint16_t, 256> CRC_PRECOMPUTED_VALUE;

@@ -100,20 +100,22 @@ class ICommunicationService {
       const SDOId& sdo, const SDOCommunicationParameters& parameters) = 0;
   [[nodiscard]] virtual nkr_error_t getRPDOCommunicationParameters(
       const PDOId& pdo, PDOCommunicationParameters& parameters) const = 0;
-  /** Makes the PDO invalid, writes, and gives it the caller's validity. */
+  /** Makes the PDO invalid, writes, and gives it the caller's validity. A step that failed, or that succeeded
+   * only on its repeat (NKR_OK), leaves it invalid: read it back. */
   [[nodiscard]] virtual nkr_error_t setRPDOCommunicationParameters(
       const PDOId& pdo, const PDOCommunicationParameters& parameters) = 0;
   [[nodiscard]] virtual nkr_error_t getTPDOCommunicationParameters(
       const PDOId& pdo, PDOCommunicationParameters& parameters) const = 0;
-  /** Makes the PDO invalid, writes, and gives it the caller's validity. */
+  /** As setRPDOCommunicationParameters(). */
   [[nodiscard]] virtual nkr_error_t setTPDOCommunicationParameters(
       const PDOId& pdo, const PDOCommunicationParameters& parameters) = 0;
   /** The mapping; entries are appended: pass an empty record. */
   [[nodiscard]] virtual nkr_error_t getRPDOMappingParameters(const PDOId& pdo,
                                                              PDOMappingParameters& parameters) const = 0;
   /**
-   * Disables the PDO, writes the mapping and enables the PDO, also when it was disabled before. A failure
-   * leaves it disabled. NKR_ERROR, with nothing sent, for fewer entries than `count`.
+   * Disables the PDO, writes the mapping and enables the PDO, also when it was disabled before. A step that
+   * failed, or that succeeded only on its repeat (NKR_OK), leaves it disabled: read it back. NKR_ERROR, with
+   * nothing sent, for fewer entries than `count`.
    */
   [[nodiscard]] virtual nkr_error_t setRPDOMappingParameters(const PDOId& pdo,
                                                              const PDOMappingParameters& parameters) = 0;

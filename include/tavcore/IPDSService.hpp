@@ -126,7 +126,9 @@ class IPDSService {
 
   /** @name Commands of the state machine (control word 0x6040)
    * Each reads the vendor id first and answers NKR_NOT_AVAILABLE, with nothing sent, for a drive of another
-   * vendor. They change the remote drive, never the object: hence const.
+   * vendor. NKR_OK does not say that the drive changed state, nor, when the vendor id was read only at the
+   * second attempt, that the control word was sent: read the state back. They change the remote drive, never
+   * the object: hence const.
    * @{ */
   [[nodiscard]] virtual nkr_error_t disableVoltage() const = 0;
   [[nodiscard]] virtual nkr_error_t shutdown() const = 0;

@@ -49,14 +49,18 @@ class ISRDOService {
   /**
    * Writes the parameters, then the signature over them and the mapping that the drive holds.
    * An access that fails once and then succeeds answers NKR_OK with the later writes and the signature left
-   * out: read parameters and signature back.
+   * out; mapping entries that were not read are signed as 0. Read parameters and signature back. Any write
+   * clears the drive's "Configuration valid".
    */
   [[nodiscard]] virtual nkr_error_t setSRDOParameters(const SRDOId& srdo,
                                                       const SRDOParameters& parameters) = 0;
+  /** The mapping; `entries` has `count` entries. After a repeated read the later ones are 0, and after a
+   * repeat of the count's read `entries` is as it was. */
   [[nodiscard]] virtual nkr_error_t getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const = 0;
   /** Whether the drive's SRDO configuration is declared valid (0x13FE holds 0xA5). */
   [[nodiscard]] virtual nkr_error_t getSRDOConfigurationValidity(bool& valid) const = 0;
-  /** Declares the SRDO configuration valid; the drive then checks the signatures. */
+  /** Declares the SRDO configuration valid; the drive then checks the signatures. NKR_OK says that 0xA5 was
+   * written, not that they are right: read the validity back. */
   [[nodiscard]] virtual nkr_error_t setSRDOConfigurationValidity() = 0;
 };
 

@@ -141,6 +141,9 @@ class ISafeMotionService {
   /** @} */
 
   /** @name Commands, statuses and words
+   * `active` is the stored bit as it is: a command that reads true is not demanded, for commands are
+   * active-low. Function NONE answers NKR_OK and false with nothing read. NKR_OK of a written word says that
+   * the drive took the word, not that a function is performed or released.
    * An identifier outside its enumeration throws std::out_of_range.
    * @{ */
   [[nodiscard]] virtual nkr_error_t getSafetyFunctionCommand(const SafetyFunctionId& function,
@@ -156,10 +159,11 @@ class ISafeMotionService {
   /** @} */
 
   /** @name Parameters of the safety functions
-   * A getter reads the parameters and the signature that the drive holds; it computes none.
+   * A getter reads the parameters and the signature that the drive holds; it computes none. A stored SLS
+   * error reaction other than 0x66400000 reads as false.
    * A setter writes the parameters, then computes and writes the signature over the record given, the drive's
    * units and the whole mapping. Its NKR_OK does not say that the signature was written: the result of that
-   * last step is dropped. Read parameters and signature back and compare.
+   * last step is dropped. Read parameters and signature back and compare, or call verify_safety().
    * @{ */
   [[nodiscard]] virtual nkr_error_t getSTOParameters(const STOId& id, STOParameters& parameters,
                                                      unsigned short& signature) const = 0;

@@ -41,7 +41,8 @@ class IVelocityModeService {
 
   virtual ~IVelocityModeService() = default;
 
-  /** Target velocity, object 0x6042. */
+  /** Target velocity, object 0x6042. NKR_OK says that the drive took the value, not that the motor follows.
+   */
   [[nodiscard]] virtual nkr_error_t setTargetVelocity(const short& velocity) = 0;
   [[nodiscard]] virtual nkr_error_t getTargetVelocity(short& velocity) const = 0;
   /** Actual velocity. */
