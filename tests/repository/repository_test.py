@@ -5,6 +5,7 @@ import pathlib
 import re
 import subprocess
 import tempfile
+import textwrap
 import unittest
 
 import include_rules
@@ -74,6 +75,19 @@ class BuildLists(unittest.TestCase):
 
     def test_name_every_source_of_the_product(self):
         self.assertEqual(self.missing("platform", "src", "canopen", "drive", "tavctl", "examples", "bench"), [])
+
+
+class Readme(unittest.TestCase):
+    def test_shows_the_example_as_it_is_built(self):
+        example = (ROOT / "examples" / "first_program.cpp").read_text()
+        shown = re.search(r"  // README: begin\n(.*?)  // README: end\n", example, re.DOTALL).group(1)
+        self.assertIn("```cpp\n" + textwrap.dedent(shown) + "```\n", (ROOT / "README.md").read_text())
+
+    def test_links_to_files_that_exist(self):
+        for page in (*ROOT.glob("*.md"), *ROOT.glob("docs/*.md")):
+            for link in re.findall(r"\]\(([^)#:]+)\)", page.read_text()):
+                with self.subTest(f"{page.name}: {link}"):
+                    self.assertTrue((page.parent / link).exists())
 
 
 class Scripts(unittest.TestCase):
