@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -161,6 +162,41 @@ TEST_F(Failure, TheTextNamesTheObjectByTheApplicationsResolver) {
   for (const char* const part : {"Reading 0x6041:00 (statusword) of node 10", "0x06020000",
                                  "does not exist in the object dictionary", "virtual: error active"})
     EXPECT_NE(text.find(part), std::string::npos) << part << " in: " << text;
+}
+
+TEST_F(Failure, TheLastFramesHangOnTheRecord) {
+  const RequestFailure failure = read_fails();
+  ASSERT_TRUE(failure.frames);
+  ASSERT_GE(failure.frames->size(), 2U);
+  EXPECT_EQ(to_string(failure.frames->front().frame), "60A#4041600000000000");
+  EXPECT_EQ(to_string(failure.frames->back().frame), "60A#8041600000000405");
+}
+
+TEST_F(Failure, TheLastFramesAreWrittenAsALogAtAnyTime) {
+  node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
+  std::uint16_t value = 0;
+  ASSERT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
+  std::ostringstream log;
+  client.writeFrames(log);
+  const auto request = log.str().find(" virtual 60A#4041600000000000");
+  const auto reply = log.str().find(" virtual 58A#4B41600037020000");
+  EXPECT_NE(request, std::string::npos) << log.str();
+  EXPECT_NE(reply, std::string::npos) << log.str();
+  EXPECT_LT(request, reply);
+}
+
+TEST_F(Failure, NoFramesAreKeptWhenNotWanted) {
+  nkr::canopen::ClientOptions options = short_times();
+  options.frame_history = 0;
+  nkr::canopen::Client forgetful(bus, options);
+  std::uint16_t value = 0;
+  ASSERT_EQ(forgetful.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
+  RequestFailure failure;
+  ASSERT_EQ(forgetful.getLastFailure(kNode, failure), NKR_OK);
+  EXPECT_FALSE(failure.frames);
+  std::ostringstream log;
+  forgetful.writeFrames(log);
+  EXPECT_EQ(log.str(), "");
 }
 
 TEST(LikelyCause, WhatExplainsMostComesFirst) {

@@ -131,6 +131,10 @@ nkr_error_t Client::getLastFailureText(const std::uint8_t& nodeId, std::string& 
   return result;
 }
 
+void Client::writeFrames(std::ostream& log) const {
+  core_->write_frames(log);
+}
+
 void Client::setObjectNameResolver(ObjectNameResolver resolver) {
   core_->failures().set_resolver(std::move(resolver));
 }

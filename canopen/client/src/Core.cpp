@@ -28,11 +28,23 @@ std::chrono::milliseconds milliseconds(Clock::duration duration) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
 }
 
+std::unique_ptr<can::FrameHistory> make_history(std::size_t frames) {
+  return frames == 0 ? nullptr : std::make_unique<can::FrameHistory>(frames);
+}
+
+/** The bus, with all frames of our own ports kept in the history. */
+std::shared_ptr<can::Bus> recorded(std::shared_ptr<can::Bus> bus, can::FrameHistory* history) {
+  if (!bus || history == nullptr) return bus;
+  return std::make_shared<can::TracingBus>(
+      std::move(bus), [history](const can::TracedFrame& frame) { history->record(frame); });
+}
+
 }  // namespace
 
 Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
-    : bus_(std::move(bus)),
-      options_(options),
+    : options_(options),
+      history_(make_history(options.frame_history)),
+      bus_(recorded(std::move(bus), history_.get())),
       timeouts_(options.sdo_timeout, options.store_timeout),
       nmt_(options.heartbeat_timeout) {
   if (!bus_) return;
@@ -87,7 +99,8 @@ nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool
   const TimePoint start = Clock::now();
   const auto object = sdo::Object::of_address(address);
   TransferResult result{refusal(), false, {}};
-  if (result.code == NKR_OK) result = transfer(*channels_.at(node), object, timeouts_.of(node, object));
+  if (result.code == NKR_OK)
+    result = transfer(*channels_.at(node), TransferRequest{object, timeouts_.of(node, object), start});
   if (result.code == NKR_OK) {
     failures_.succeeded(node, object.address());
   } else if (result.code != NKR_CAN_WOULD_DEADLOCK) {
@@ -97,16 +110,16 @@ nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool
 }
 
 nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block) {
-  return request(node, address, false, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
-    return channel.upload(object, timeout, sink, by_block);
+  return request(node, address, false, [&](NodeChannel& channel, const TransferRequest& wanted) {
+    return channel.upload(wanted, sink, by_block);
   });
 }
 
 nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes,
                                    std::size_t size) {
   const nkr_error_t result =
-      request(node, address, true, [&](NodeChannel& channel, sdo::Object object, Duration timeout) {
-        return channel.download(object, timeout, bytes, size);
+      request(node, address, true, [&](NodeChannel& channel, const TransferRequest& wanted) {
+        return channel.download(wanted, bytes, size);
       });
   if (is_pdo_parameter(sdo::Object::of_address(address)) && is_node(node)) forget_pdos(node);
   return result;
@@ -132,6 +145,8 @@ void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_w
   }
   failure.nmt_state = nmt_.state(node, now);
   failure.cause = likely_cause(failure, circumstances(node, result, now));
+  if (history_ && failure.cause != FailureCause::refused_by_node)
+    failure.frames = std::make_shared<const std::vector<can::TracedFrame>>(history_->frames());
   failures_.failed(std::move(failure));
 }
 
@@ -162,6 +177,10 @@ nkr_error_t Client::Core::send_nmt(std::uint8_t command, std::uint8_t node, bool
 nkr_error_t Client::Core::send_sync() {
   const nkr_error_t refused = refusal();
   return refused == NKR_OK ? producers_->send_sync(Clock::now() + options_.sdo_timeout) : refused;
+}
+
+void Client::Core::write_frames(std::ostream& log) const {
+  if (history_) history_->write(log, bus_ ? bus_->name() : "none");
 }
 
 ProcessData* Client::Core::usable_pdos(std::uint8_t node) {

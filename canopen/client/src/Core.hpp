@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <nkr/can/trace.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <ostream>
 
 #include "Diagnosis.hpp"
 #include "EmergencyHistory.hpp"
@@ -51,6 +53,7 @@ class Client::Core {
   /** NKR_OK when requests to the node can be made. */
   [[nodiscard]] nkr_error_t refusal(std::uint8_t node) const;
 
+  void write_frames(std::ostream& log) const;
   /** The node's process data; null when PDOs cannot be relied on: it is not known to be operational. */
   ProcessData* usable_pdos(std::uint8_t node);
 
@@ -82,8 +85,9 @@ class Client::Core {
   void post(const NmtMonitor::Events& events);
   void watch_heartbeats();
 
-  const std::shared_ptr<can::Bus> bus_;
   const ClientOptions options_;
+  const std::unique_ptr<can::FrameHistory> history_;  ///< null when none is kept
+  const std::shared_ptr<can::Bus> bus_;
   nkr_error_t opening_result_ = NKR_CAN_NOT_CONNECTED;
   std::atomic<bool> closed_{false};
   bool bus_failed_ = false;  ///< of the listener's thread

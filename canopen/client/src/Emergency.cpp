@@ -153,7 +153,7 @@ std::string emergency_text(std::uint16_t code) {
 std::vector<std::string> error_register_names(std::uint8_t error_register) {
   std::vector<std::string> names;
   for (unsigned bit = 0; bit < 8; ++bit) {
-    if ((error_register >> bit & 1U) != 0) names.emplace_back(kRegisterBits[bit]);
+    if ((static_cast<unsigned>(error_register) >> bit & 1U) != 0) names.emplace_back(kRegisterBits[bit]);
   }
   return names;
 }

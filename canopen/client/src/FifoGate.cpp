@@ -8,44 +8,56 @@ thread_local int gates_entered = 0;
 
 }  // namespace
 
-nkr_error_t FifoGate::enter() {
+nkr_error_t FifoGate::enter(bool& waited) {
+  State expected = State::free;
+  waited = !state_.compare_exchange_strong(expected, State::busy);
+  const nkr_error_t result = waited ? wait() : NKR_OK;
+  if (result == NKR_OK) ++gates_entered;
+  return result;
+}
+
+nkr_error_t FifoGate::wait() {
   std::unique_lock<std::mutex> lock(mutex_);
-  if (closed_) return NKR_CAN_CLOSED;
-  if (busy_) {
+  while (true) {
+    State state = state_;
+    if (state == State::closed) return NKR_CAN_CLOSED;
+    if (state == State::free) {
+      if (state_.compare_exchange_strong(state, State::busy)) return NKR_OK;
+      continue;
+    }
     if (gates_entered > 0) return NKR_CAN_WOULD_DEADLOCK;
-    Waiter self;
-    (last_ == nullptr ? first_ : last_->next) = &self;
-    last_ = &self;
-    self.turn.wait(lock, [&] { return self.called; });
-    if (closed_) return NKR_CAN_CLOSED;
+    if (state == State::contended || state_.compare_exchange_strong(state, State::contended)) break;
   }
-  busy_ = true;
-  ++gates_entered;
-  return NKR_OK;
+  Waiter self;
+  (last_ == nullptr ? first_ : last_->next) = &self;
+  last_ = &self;
+  self.turn.wait(lock, [&] { return self.called; });
+  return state_ == State::closed ? NKR_CAN_CLOSED : NKR_OK;
 }
 
 void FifoGate::leave() {
   --gates_entered;
+  State expected = State::busy;
+  if (state_.compare_exchange_strong(expected, State::free)) return;
   const std::lock_guard<std::mutex> lock(mutex_);
-  busy_ = first_ != nullptr;
-  if (first_ == nullptr) return;
-  Waiter* const next = first_;
-  first_ = next->next;
+  if (first_ == nullptr) return;  // closed
+  call_first();
+  if (first_ == nullptr) state_ = State::busy;
+}
+
+/** Under the lock: the waiter is on the stack of a thread that may leave at once. */
+void FifoGate::call_first() {
+  Waiter* const waiter = first_;
+  first_ = waiter->next;
   if (first_ == nullptr) last_ = nullptr;
-  next->called = true;
-  next->turn.notify_one();  // under the lock: the waiter is on the stack of a thread that may leave at once
+  waiter->called = true;
+  waiter->turn.notify_one();
 }
 
 void FifoGate::close() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  closed_ = true;
-  while (first_ != nullptr) {
-    Waiter* const waiter = first_;
-    first_ = waiter->next;
-    waiter->called = true;
-    waiter->turn.notify_one();
-  }
-  last_ = nullptr;
+  state_ = State::closed;
+  while (first_ != nullptr) call_first();
 }
 
 }  // namespace nkr::canopen

@@ -3,6 +3,7 @@
 
 #include <nkr/error.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -14,32 +15,43 @@ class FifoGate {
   /**
    * Waits for its turn. A thread that is already inside a gate, of this or another node, does not wait: two
    * such threads could wait for each other.
+   * @param waited set when it was not let in at once
    * @return NKR_OK; NKR_CAN_CLOSED; NKR_CAN_WOULD_DEADLOCK when the caller may not wait and would have to
    */
-  nkr_error_t enter();
+  nkr_error_t enter(bool& waited);
   /** Lets the next one in. */
   void leave();
   /** Wakes and refuses everybody who waits or comes later. */
   void close();
 
  private:
+  /** With nobody waiting, entering and leaving is one step without the lock. */
+  enum class State {
+    free,
+    busy,
+    contended,  ///< busy, and somebody waits: whoever leaves lets the first of them in
+    closed,
+  };
+
   struct Waiter {
     std::condition_variable turn;
     bool called = false;
     Waiter* next = nullptr;
   };
 
-  std::mutex mutex_;
+  nkr_error_t wait();
+  void call_first();
+
+  std::atomic<State> state_{State::free};
+  std::mutex mutex_;  ///< of the waiters, and of every change of the state but free to busy and back
   Waiter* first_ = nullptr;
   Waiter* last_ = nullptr;
-  bool busy_ = false;
-  bool closed_ = false;
 };
 
 /** One stay inside a gate. */
 class GateStay {
  public:
-  explicit GateStay(FifoGate& gate) : gate_(gate), result_(gate.enter()) {}
+  explicit GateStay(FifoGate& gate) : gate_(gate), result_(gate.enter(waited_)) {}
   ~GateStay() {
     if (result_ == NKR_OK) gate_.leave();
   }
@@ -47,9 +59,11 @@ class GateStay {
   GateStay& operator=(const GateStay&) = delete;
 
   [[nodiscard]] nkr_error_t result() const { return result_; }
+  [[nodiscard]] bool has_waited() const { return waited_; }
 
  private:
   FifoGate& gate_;
+  bool waited_ = false;
   const nkr_error_t result_;
 };
 

@@ -1,6 +1,7 @@
 #include "NodeChannel.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "sdo/BlockDownload.hpp"
 #include "sdo/BlockUpload.hpp"
@@ -19,15 +20,16 @@ NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& 
       heard_(heard) {}
 
 template <class Transfer>
-TransferResult NodeChannel::transfer(sdo::Object object, Duration timeout, Transfer run) {
+TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer run) {
   const GateStay stay(gate_);
   if (stay.result() != NKR_OK) return {stay.result(), false, {}};
-  const nkr_error_t prepared = prepare(object);
+  now_ = stay.has_waited() ? Clock::now() : request.now;
+  const nkr_error_t prepared = prepare(request.object);
   if (prepared != NKR_OK) return {prepared, false, {}};
-  timeout_ = timeout;
+  timeout_ = request.timeout;
   answer_owed_ = false;
   last_reply_ = sdo::Reply::unknown;
-  return finish(object, run());
+  return finish(request.object, run());
 }
 
 TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
@@ -41,18 +43,19 @@ TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
   return result;
 }
 
-TransferResult NodeChannel::upload(sdo::Object object, Duration timeout, sdo::Sink& sink, bool by_block) {
-  return transfer(object, timeout, [&] {
+TransferResult NodeChannel::upload(const TransferRequest& request, sdo::Sink& sink, bool by_block) {
+  return transfer(request, [&] {
     const bool try_block = by_block && block_threshold_ > 0 && !knows_no_block_;
-    return try_block ? upload_by_block(object, sink) : sdo::upload(*this, object, sink);
+    return try_block ? upload_by_block(request.object, sink) : sdo::upload(*this, request.object, sink);
   });
 }
 
-TransferResult NodeChannel::download(sdo::Object object, Duration timeout, const std::uint8_t* bytes,
+TransferResult NodeChannel::download(const TransferRequest& request, const std::uint8_t* bytes,
                                      std::size_t size) {
-  return transfer(object, timeout, [&] {
+  return transfer(request, [&] {
     const bool try_block = block_threshold_ > 0 && size >= block_threshold_ && !knows_no_block_;
-    return try_block ? download_by_block(object, bytes, size) : sdo::download(*this, object, bytes, size);
+    return try_block ? download_by_block(request.object, bytes, size)
+                     : sdo::download(*this, request.object, bytes, size);
   });
 }
 
@@ -119,10 +122,12 @@ void NodeChannel::drop_what_is_left() {
 }
 
 nkr_error_t NodeChannel::await_late_reply(sdo::Object object) {
+  if (late_replies_.empty()) return NKR_OK;
   can::Frame frame;
   Clock::time_point until;
-  while (late_replies_.is_expected(object, Clock::now(), until)) {
+  while (late_replies_.is_expected(object, now_, until)) {
     if (receive_until(frame, until) == NKR_CAN_CLOSED) return NKR_CAN_CLOSED;
+    now_ = Clock::now();
   }
   return NKR_OK;
 }
@@ -140,7 +145,8 @@ nkr_error_t NodeChannel::receive(can::Frame& frame) {
 }
 
 void NodeChannel::wait_anew() {
-  deadline_ = Clock::now() + timeout_;
+  const bool first = now_ != Clock::time_point{};
+  deadline_ = (first ? std::exchange(now_, {}) : Clock::now()) + timeout_;
   overdue_ = false;
 }
 

@@ -20,6 +20,13 @@
 
 namespace nkr::canopen {
 
+/** What is asked of a channel. */
+struct TransferRequest {
+  sdo::Object object;
+  std::chrono::milliseconds timeout{};
+  can::Clock::time_point now;  ///< when it was asked
+};
+
 /** How a transfer ended. */
 struct TransferResult {
   nkr_error_t code = NKR_OK;
@@ -38,15 +45,15 @@ class NodeChannel final : private sdo::Link {
   NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard);
 
   /** `by_block`: the object may be long, so that a block transfer is worth trying. */
-  TransferResult upload(sdo::Object object, Duration timeout, sdo::Sink& sink, bool by_block);
-  TransferResult download(sdo::Object object, Duration timeout, const std::uint8_t* bytes, std::size_t size);
+  TransferResult upload(const TransferRequest& request, sdo::Sink& sink, bool by_block);
+  TransferResult download(const TransferRequest& request, const std::uint8_t* bytes, std::size_t size);
 
   /** Wakes and refuses everybody. */
   void close();
 
  private:
   template <class Transfer>
-  TransferResult transfer(sdo::Object object, Duration timeout, Transfer run);
+  TransferResult transfer(const TransferRequest& request, Transfer run);
   nkr_error_t upload_by_block(sdo::Object object, sdo::Sink& sink);
   nkr_error_t download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size);
   TransferResult finish(sdo::Object object, nkr_error_t code);
@@ -75,6 +82,8 @@ class NodeChannel final : private sdo::Link {
 
   // Of the transfer that is inside the gate.
   Duration timeout_{};
+  can::Clock::time_point
+      now_;  ///< when the transfer began, until its first frame is sent: a look at the clock less
   can::Clock::time_point deadline_;
   bool overdue_ = false;         ///< the last frame came after the deadline: one such is looked at, not many
   bool answer_owed_ = false;     ///< the wait for the last answer ended without one

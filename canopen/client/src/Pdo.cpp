@@ -87,7 +87,8 @@ std::uint64_t value_in(const can::Frame& frame, const PdoEntry& entry) {
   std::uint64_t value = 0;
   for (unsigned bit = 0; bit < entry.bits; ++bit) {
     const unsigned position = entry.offset + bit;
-    const std::uint64_t is_set = frame.data.at(position / 8) >> (position % 8) & 1U;
+    const unsigned byte = frame.data.at(position / 8);
+    const std::uint64_t is_set = byte >> (position % 8) & 1U;
     value |= is_set << bit;
   }
   return value;

@@ -12,13 +12,11 @@ constexpr std::uint16_t kRestoreDefaults = 0x1011;
 }  // namespace
 
 void Timeouts::set_client(Duration timeout) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  client_ = timeout;
+  client_ = timeout.count();
 }
 
 void Timeouts::set_node(std::uint8_t node, Duration timeout) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  nodes_.at(node) = timeout;
+  nodes_.at(node) = timeout.count();
 }
 
 void Timeouts::set_object(sdo::Object object, Duration timeout) {
@@ -28,17 +26,24 @@ void Timeouts::set_object(sdo::Object object, Duration timeout) {
   } else {
     objects_[object] = timeout;
   }
+  has_objects_ = !objects_.empty();
+}
+
+/** 0: the object has none of its own. */
+Timeouts::Duration Timeouts::of_object(sdo::Object object) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = objects_.find(object);
+  return found == objects_.end() ? Duration::zero() : found->second;
 }
 
 Timeouts::Duration Timeouts::of(std::uint8_t node, sdo::Object object) const {
   if (const SdoTimeoutScope* const scope = SdoTimeoutScope::innermost()) return scope->timeout();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (!objects_.empty()) {
-    const auto found = objects_.find(object);
-    if (found != objects_.end()) return found->second;
+  if (has_objects_.load()) {
+    const Duration own = of_object(object);
+    if (own != Duration::zero()) return own;
   }
-  const Duration own = nodes_.at(node);
-  const Duration usual = own == Duration::zero() ? client_ : own;
+  const Ticks of_node = nodes_.at(node).load();
+  const Duration usual(of_node == 0 ? client_.load() : of_node);
   const bool stores = object.index == kStoreParameters || object.index == kRestoreDefaults;
   return stores ? std::max(usual, store_) : usual;
 }

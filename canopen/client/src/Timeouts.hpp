@@ -2,6 +2,7 @@
 #define NKR_CANOPEN_TIMEOUTS_HPP
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -17,7 +18,7 @@ class Timeouts {
  public:
   using Duration = std::chrono::milliseconds;
 
-  Timeouts(Duration client, Duration store) : client_(client), store_(store) {}
+  Timeouts(Duration client, Duration store) : client_(client.count()), store_(store) {}
 
   void set_client(Duration timeout);
   void set_node(std::uint8_t node, Duration timeout);
@@ -26,10 +27,14 @@ class Timeouts {
   [[nodiscard]] Duration of(std::uint8_t node, sdo::Object object) const;
 
  private:
-  mutable std::mutex mutex_;
-  Duration client_;
+  using Ticks = Duration::rep;
+  [[nodiscard]] Duration of_object(sdo::Object object) const;
+
+  std::atomic<Ticks> client_;
   const Duration store_;
-  std::array<Duration, 128> nodes_{};  ///< 0: none of its own
+  std::array<std::atomic<Ticks>, 128> nodes_{};  ///< 0: none of its own
+  std::atomic<bool> has_objects_{false};         ///< spares every request the lock
+  mutable std::mutex mutex_;
   std::map<sdo::Object, Duration> objects_;
 };
 

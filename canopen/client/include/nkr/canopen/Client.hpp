@@ -11,6 +11,7 @@
 #include <nkr/canopen/RequestFailure.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <nkr/canopencore/IService.hpp>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,8 @@ class Client final : public canopencore::IService {
   /** The last request to the node that failed; NKR_NOT_AVAILABLE when none did. */
   nkr_error_t getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const;
   nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) override;
+  /** Writes the last frames that this client sent and received as a candump log. */
+  void writeFrames(std::ostream& log) const;
   /** How objects are named in failures: the client itself knows no EDS. */
   void setObjectNameResolver(ObjectNameResolver resolver);
 

@@ -20,6 +20,9 @@ struct ClientOptions {
   /** Values of at least so many bytes are written by block transfer, and getBytes asks for one, where the
    * node knows it; where not, in segments. 0: no block transfers. */
   std::size_t block_threshold = 64;
+  /** So many of the last frames are kept, to be written as a log and to go with the record of a failure. 0:
+   * none. */
+  std::size_t frame_history = 4096;
   /** A node whose heartbeat was heard counts as lost after this silence, unless it has a time of its own. */
   std::chrono::milliseconds heartbeat_timeout{1000};
   /** The host's own node id, under which it produces a heartbeat; 0: it produces none. A drive that consumes

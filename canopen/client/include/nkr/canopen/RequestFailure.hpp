@@ -6,10 +6,13 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/trace.hpp>
 #include <nkr/canopencore/NMT.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace nkr::canopen {
 
@@ -46,6 +49,9 @@ struct RequestFailure {
   canopencore::NMTState nmt_state = canopencore::NMTState::UNKNOWN;
   std::uint8_t other_node = 0;  ///< a node that was heard although this one never was; 0: none
   FailureCause cause = FailureCause::never_heard;
+  /** The client's last frames up to the failure, oldest first; null for what the node itself refused, and
+   * when the client keeps none. */
+  std::shared_ptr<const std::vector<can::TracedFrame>> frames;
 };
 
 /** The cause in a sentence that says what to look at. */
