@@ -51,6 +51,10 @@ std::string spelling_of(std::string_view name) {
   return spelling;
 }
 
+std::string value_list(ObjectID object) {
+  return object_section(object) + "Value";
+}
+
 /** True when the text may stand in one line of the file. */
 bool can_stand(std::string_view text) {
   const auto is_control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
@@ -152,7 +156,7 @@ std::string DCFDocument::Content::section_of(ObjectID object) const {
   if (parent != nullptr && !composite && object.subindex() == 0) return object_section(object);
   if (find(sub_section(object)) != nullptr) return sub_section(object);
   const bool compact = object.subindex() != 0 && object.subindex() <= compact_count(object);
-  return compact ? object_section(object) + "Value" : std::string();
+  return compact ? value_list(object) : std::string();
 }
 
 DCFDocument::DCFDocument() : content_(std::make_unique<Content>()) {}
@@ -218,15 +222,14 @@ bool DCFDocument::remove(std::string_view section, std::string_view key) {
 std::optional<std::string> DCFDocument::getParameterValue(ObjectID object) const {
   const std::string section = content_->section_of(object);
   if (section.empty()) return std::nullopt;
-  if (const auto own = get(section, kParameterValue)) return own;
-  return get(object_section(object) + "Value", std::to_string(object.subindex()));
+  const auto own = section == value_list(object) ? std::nullopt : get(section, kParameterValue);
+  return own ? own : get(value_list(object), std::to_string(object.subindex()));
 }
 
 bool DCFDocument::setParameterValue(ObjectID object, std::string_view value) {
   const std::string section = content_->section_of(object);
   if (section.empty()) return false;
-  const bool in_list = section.size() > 5 && section.compare(4, 5, "Value") == 0;
-  if (!in_list) return set(section, kParameterValue, value);
+  if (section != value_list(object)) return set(section, kParameterValue, value);
   if (!can_stand(value)) return false;
   if (!hasSection(section)) set(section, kEntries, "0");
   DocumentSection& list = *content_->find(section);

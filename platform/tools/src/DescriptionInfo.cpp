@@ -5,7 +5,6 @@
 #include <nkr/tools/ObjectValue.hpp>
 
 #include "IniLines.hpp"
-#include "SectionName.hpp"
 #include "TextEncoding.hpp"
 
 namespace nkr::tools {
@@ -52,7 +51,8 @@ DescriptionInfo::DescriptionInfo(const DescriptionText& text, Diagnostics& diagn
 
 void DescriptionInfo::add(const DescriptionText& text, const Section& section, Diagnostics& diagnostics) {
   if (section.name.size() > kMostOfName) return;
-  of_canopen_ = of_canopen_ || is_known_section(section.name);
+  of_canopen_ = of_canopen_ || equal_without_case(section.name, "FileInfo") ||
+                equal_without_case(section.name, "DeviceInfo");
   const auto [at, added] = sections_.try_emplace(to_utf8(section.name));
   if (!added) {
     diagnostics.report(Problem::DOUBLE_SECTION, section.place(), section.name, "the first one");

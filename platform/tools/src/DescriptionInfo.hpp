@@ -18,7 +18,7 @@ class DescriptionInfo {
   [[nodiscard]] std::optional<std::string> find(std::string_view section, std::string_view key) const;
   /** The node id that a DCF commissions; 1 to 127. */
   [[nodiscard]] std::optional<std::uint8_t> node_id() const;
-  /** True when any section is one that CiA 306 knows. */
+  /** True when the file names itself a device description: file, device or object lists stand in it. */
   [[nodiscard]] bool is_of_canopen() const { return of_canopen_; }
 
  private:

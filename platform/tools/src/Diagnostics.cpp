@@ -36,7 +36,7 @@ constexpr std::array kRows = {
     Row{Problem::MARKUP, kError, "XML or HTML, not EDS", "use the EDS or DCF file of the device"},
     Row{Problem::OTHER_DIALECT, kError, "not a CANopen EDS: no object, and sections of another kind",
         "use the CANopen EDS of the device"},
-    Row{Problem::NO_OBJECTS, kError, "no object is described", "use a complete file"},
+    Row{Problem::NO_OBJECTS, kWarning, "no object is described", "use a complete file"},
     Row{Problem::TOO_MANY_OBJECTS, kError, "more than 262144 objects", "use a device description"},
     Row{Problem::NUL_PADDING, kWarning, "NUL bytes at the end", "cut the file after its text"},
     Row{Problem::AFTER_END_OF_FILE, kWarning, "text after an end-of-file mark (0x1A)", "remove the mark"},

@@ -30,9 +30,11 @@ void index_names(const Objects& objects, Names& names, Diagnostics& diagnostics)
   }
 }
 
-void report_no_objects(const DescriptionInfo& info, Diagnostics& diagnostics) {
-  if (diagnostics.failed()) return;
+/** Reports a description without objects; true when it is one all the same. */
+bool accept_no_objects(const DescriptionInfo& info, Diagnostics& diagnostics) {
+  if (diagnostics.failed()) return false;
   diagnostics.report(info.is_of_canopen() ? Problem::NO_OBJECTS : Problem::OTHER_DIALECT, {});
+  return info.is_of_canopen();
 }
 
 }  // namespace
@@ -60,10 +62,7 @@ bool EDSParser::read(std::istream& stream, Content& content, Diagnostics& diagno
   content.info = DescriptionInfo(*text, diagnostics);
   const ObjectLists lists(*text, diagnostics);
   content.objects = build_objects(*text, lists, diagnostics);
-  if (content.objects.empty()) {
-    report_no_objects(content.info, diagnostics);
-    return false;
-  }
+  if (content.objects.empty()) return accept_no_objects(content.info, diagnostics);
   index_names(content.objects, content.names, diagnostics);
   return true;
 }

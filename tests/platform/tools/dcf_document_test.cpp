@@ -85,6 +85,12 @@ TEST(DCFDocument, SetsCompactEntriesInTheListOfValues) {
   EXPECT_EQ(dcf.getParameterValue(ObjectID(0x2001, 2)), std::nullopt);
 }
 
+TEST(DCFDocument, TakesNoOtherKeyOfAListForAValue) {
+  const DCFDocument dcf = document(kText + "[2001Value]\r\nParameterValue=5\r\n2=6\r\n");
+  EXPECT_EQ(dcf.getParameterValue(ObjectID(0x2001, 1)), std::nullopt);
+  EXPECT_EQ(dcf.getParameterValue(ObjectID(0x2001, 2)), "6");
+}
+
 TEST(DCFDocument, SetsNoValueOfAnObjectThatIsNotDescribed) {
   DCFDocument dcf = document(kText);
   for (const ObjectID id : {ObjectID(0x3000, 0), ObjectID(0x2000, 0), ObjectID(0x2000, 1),

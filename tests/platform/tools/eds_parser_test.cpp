@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "EdsText.hpp"
+#include "platform/log/counting_new.hpp"
 
 using nkr::tools::AccessType;
 using nkr::tools::DataType;
@@ -96,6 +97,17 @@ TEST(EDSParser, IsEmptyBeforeTheFirstParse) {
   EXPECT_EQ(parser.getObjectByName("Speed"), nullptr);
   EXPECT_TRUE(parser.objects().empty());
   EXPECT_TRUE(parser.diagnostics().empty());
+}
+
+TEST(EDSParser, FindsByNameWithoutAnAllocation) {
+  const Parsed eds(kIdentity);
+  const std::string_view name = "Identity object Vendor-ID";
+  const int before = allocations;
+  const auto* object = eds.parser.find(name);
+  const auto* none = eds.parser.find("no object of that name");
+  EXPECT_EQ(allocations, before);
+  EXPECT_NE(object, nullptr);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST(ObjectAddress, CountsBitsAsTheDrivesAddressesDo) {

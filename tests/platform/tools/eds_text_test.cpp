@@ -159,7 +159,6 @@ TEST(EDSText, RejectsWhatIsNoDescriptionAndSaysWhy) {
       {"<?xml version=\"1.0\"?><ISO15745Profile/>", "XML or HTML"},
       {"\xEF\xBB\xBF \r\n<!DOCTYPE html><html></html>", "XML or HTML"},
       {"[File]\nDescText = \"Adapter\";\n[Params]\nParam1 =\n 0,\n", "not a CANopen EDS"},
-      {"[FileInfo]\nFileName=a.eds\n[DeviceInfo]\nVendorName=b\n", "no object"},
       {"[1018]\nParameterName=Identity\nObjectType=9\n", "no object"},
   };
   for (const auto& [text, reason] : texts) {
@@ -172,6 +171,15 @@ TEST(EDSText, RejectsWhatIsNoDescriptionAndSaysWhy) {
                       d.problem.find(reason) != std::string::npos);
     }
     EXPECT_TRUE(said) << reason << '\n' << eds.all();
+  }
+}
+
+TEST(EDSText, AcceptsADescriptionWithoutObjectsWithAWarning) {
+  for (const std::string text : {"[FileInfo]\nFileName=a.eds\n", "[DeviceInfo]\nVendorName=b\n",
+                                 "[MandatoryObjects]\nSupportedObjects=0\n"}) {
+    EXPECT_TRUE(Parsed(text).ok) << text;
+    EXPECT_TRUE(Parsed(text).says(0, "no object is described")) << text;
+    EXPECT_FALSE(Parsed(text, true).ok) << text;
   }
 }
 
