@@ -197,13 +197,13 @@ std::optional<std::string> read_stream(std::istream& stream, Diagnostics& diagno
 }
 
 std::optional<std::string_view> description_text(std::string_view bytes, Diagnostics& diagnostics) {
-  if (looks_like_utf16(bytes)) {
-    diagnostics.report(Problem::UTF16, {});
-    return std::nullopt;
-  }
   if (starts_with(bytes, "\xEF\xBB\xBF")) bytes.remove_prefix(3);
   const std::size_t last = bytes.find_last_not_of('\0');
   const std::string_view text = bytes.substr(0, last == std::string_view::npos ? 0 : last + 1);
+  if (looks_like_utf16(text)) {
+    diagnostics.report(Problem::UTF16, {});
+    return std::nullopt;
+  }
   if (text.find('\0') != std::string_view::npos || (text.empty() && !bytes.empty())) {
     diagnostics.report(Problem::BINARY, {});
     return std::nullopt;
