@@ -1,0 +1,42 @@
+#ifndef TAVCTL_CLI_FAILURE_HPP
+#define TAVCTL_CLI_FAILURE_HPP
+
+#include <nkr/error.h>
+
+#include <exception>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "cli/ExitCode.hpp"
+
+namespace tavctl {
+
+/** Why a command ended: what failed, the result code behind it, and what to do about it. */
+class Failure : public std::exception {
+ public:
+  Failure(ExitCode exit_code, std::string what, std::string hint = {},
+          std::optional<nkr_error_t> code = std::nullopt)
+      : exit_code_(exit_code), what_(std::move(what)), hint_(std::move(hint)), code_(code) {}
+
+  [[nodiscard]] const char* what() const noexcept override { return what_.c_str(); }
+  [[nodiscard]] ExitCode exit_code() const { return exit_code_; }
+  [[nodiscard]] const std::string& hint() const { return hint_; }
+  [[nodiscard]] std::optional<nkr_error_t> code() const { return code_; }
+
+ private:
+  ExitCode exit_code_;
+  std::string what_;
+  std::string hint_;
+  std::optional<nkr_error_t> code_;
+};
+
+/** The exit code that a result code of the library or the client stands for. */
+[[nodiscard]] ExitCode exit_code_of(nkr_error_t code);
+
+/** What usually helps against a result code of the drive; empty when nothing general can be said. */
+[[nodiscard]] std::string hint_for(nkr_error_t code);
+
+}  // namespace tavctl
+
+#endif

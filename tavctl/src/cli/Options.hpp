@@ -1,0 +1,21 @@
+#ifndef TAVCTL_CLI_OPTIONS_HPP
+#define TAVCTL_CLI_OPTIONS_HPP
+
+#include <optional>
+#include <string>
+
+namespace tavctl {
+
+/** The options that every command knows. */
+struct Options {
+  std::string bus;              ///< "virtual", "can0", "unix:PATH"; empty: none given
+  std::string config;           ///< configuration file; empty: the usual places
+  std::optional<int> node;      ///< node id instead of the configuration's
+  std::optional<unsigned> log;  ///< show the library's log up to this level
+  bool trace = false;           ///< show every frame with its meaning
+  bool json = false;            ///< answer as JSON
+};
+
+}  // namespace tavctl
+
+#endif

@@ -1,0 +1,65 @@
+#include "cli/Output.hpp"
+
+#include <cstddef>
+#include <ostream>
+
+#include "model/Format.hpp"
+
+namespace tavctl {
+
+namespace {
+
+constexpr std::size_t kLabelWidth = 24;
+
+/** JSON as one line; text that is no UTF-8 is replaced, not refused. */
+std::string dump(const Json& value, int indent) {
+  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void Output::fact(std::string_view label, const std::string& text, const std::string& key, Json value) {
+  put(key, std::move(value));
+  line(padded(label, kLabelWidth) + text);
+}
+
+void Output::line(const std::string& text) {
+  if (json_) return;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  out_ << text << '\n';
+}
+
+void Output::put(const std::string& key, Json value) {
+  if (json_) document_[key] = std::move(value);
+}
+
+void Output::event(const std::string& text, const Json& value) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  live_ = true;
+  out_ << (json_ ? dump(value, -1) : text) << std::endl;
+}
+
+void Output::note(const std::string& text) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  err_ << text << std::endl;
+}
+
+void Output::failure(const Failure& failure) {
+  const std::string code = failure.code() ? result_text(*failure.code()) : std::string{};
+  if (json_) {
+    Json error = {{"what", failure.what()}, {"exit_code", static_cast<int>(failure.exit_code())}};
+    if (failure.code()) error["code"] = code;
+    if (!failure.hint().empty()) error["hint"] = failure.hint();
+    document_["error"] = std::move(error);
+  }
+  err_ << "tavctl: " << failure.what() << '\n';
+  if (failure.code()) err_ << "  code: " << code << '\n';
+  if (!failure.hint().empty()) err_ << "  hint: " << failure.hint() << '\n';
+}
+
+void Output::finish() {
+  if (!json_ || (live_ && document_.empty())) return;
+  out_ << dump(document_, live_ ? -1 : 2) << '\n';
+}
+
+}  // namespace tavctl

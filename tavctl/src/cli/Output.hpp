@@ -1,0 +1,57 @@
+#ifndef TAVCTL_CLI_OUTPUT_HPP
+#define TAVCTL_CLI_OUTPUT_HPP
+
+#include <iosfwd>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "cli/Failure.hpp"
+
+namespace tavctl {
+
+using Json = nlohmann::ordered_json;
+
+/**
+ * What a command has to say, once for people and once for programs.
+ *
+ * With --json a command prints one JSON document at its end (live commands: one document a line as things
+ * happen), and nothing else on standard output. Warnings go to standard error in both cases. Lines, events
+ * and notes may come from any thread.
+ */
+class Output {
+ public:
+  Output(std::ostream& out, std::ostream& err, bool json) : out_(out), err_(err), json_(json) {}
+
+  [[nodiscard]] bool json() const { return json_; }
+
+  /** One named value: `label` and `text` for people, `key` and `value` for programs. */
+  void fact(std::string_view label, const std::string& text, const std::string& key, Json value);
+  /** A line for people alone. */
+  void line(const std::string& text);
+  /** A member of the document for programs alone. */
+  void put(const std::string& key, Json value);
+  /** The document, for commands that build it themselves. */
+  [[nodiscard]] Json& document() { return document_; }
+  /** Something that happened just now: printed at once. */
+  void event(const std::string& text, const Json& value);
+  /** A warning or a remark, on standard error. */
+  void note(const std::string& text);
+  /** The end of a command that failed. */
+  void failure(const Failure& failure);
+  /** Prints the document when there is one to print. */
+  void finish();
+
+ private:
+  std::ostream& out_;
+  std::ostream& err_;
+  bool json_;
+  bool live_ = false;
+  std::mutex mutex_;
+  Json document_ = Json::object();
+};
+
+}  // namespace tavctl
+
+#endif

@@ -1,0 +1,103 @@
+#include "cli/Run.hpp"
+
+#include <nkr/log_setup.h>
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+
+#include "cli/Commands.hpp"
+#include "commands/AllCommands.hpp"
+
+namespace tavctl {
+
+namespace {
+
+constexpr const char* kFooter =
+    R"(Objects are named as the description names them (tavctl list), or by address: 0x6041, 0x1018:1.
+
+Examples:
+  tavctl --bus virtual info                      a drive inside this program: nothing to wire
+  tavctl --bus can0 read "Identity Object Vendor Id"
+  tavctl --bus can0 --trace read statusword      the same, every frame with its meaning
+  tavctl list velocity                           objects whose name holds "velocity"
+
+Exit codes: 0 done; 1 done, and something wrong was found; 2 command line; 3 configuration, description or
+unknown object; 4 bus; 5 no answer from the drive; 6 refused; 7 drive in the wrong state; 130 interrupted.)";
+
+void add_options(CLI::App& app, Options& options) {
+  app.add_option(
+         "-b,--bus", options.bus,
+         "Bus: an interface (can0), unix:PATH (between processes), or virtual (a drive inside tavctl)")
+      ->envname("TAVCTL_BUS");
+  app.add_option("-c,--config", options.config,
+                 "Configuration file [share/tav/tav.ini, or the installed one]")
+      ->envname("TAVCTL_CONFIG");
+  app.add_option("-n,--node", options.node, "Node id of the drive instead of the configuration's")
+      ->check(CLI::Range(1, 127));
+  app.add_flag("-t,--trace", options.trace, "Show every frame on the bus with its meaning (standard error)");
+  app.add_option("--log", options.log,
+                 "Show the library's log up to this level: 2 failures, 3 warnings, 4 notices, 5 every access")
+      ->check(CLI::Range(2, 5));
+  app.add_flag("-j,--json", options.json, "Answer as JSON");
+}
+
+/** The library's log on standard error while it lives, when a level was asked for. */
+class LogOnStandardError {
+ public:
+  explicit LogOnStandardError(std::optional<unsigned> level) {
+    if (!level) return;
+    nkr_log_add_stderr(*level, &sink_);
+    nkr_log_set_enabled(1);
+  }
+  ~LogOnStandardError() {
+    if (sink_ != 0) nkr_log_remove_sink(sink_);
+  }
+  LogOnStandardError(const LogOnStandardError&) = delete;
+  LogOnStandardError& operator=(const LogOnStandardError&) = delete;
+
+ private:
+  nkr_log_sink_t sink_ = 0;
+};
+
+ExitCode act(const Action& action, Context& context) {
+  try {
+    return action(context);
+  } catch (const Failure& failure) {
+    context.output.failure(failure);
+    return failure.exit_code();
+  } catch (const std::exception& exception) {
+    context.output.failure(Failure(ExitCode::FINDINGS, std::string("unexpected: ") + exception.what()));
+    return ExitCode::FINDINGS;
+  }
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+  CLI::App app{"Looks at, configures and drives a TAV unit on a CANopen bus.", "tavctl"};
+  app.set_version_flag("--version", std::string("tavctl ") + TAV_VERSION);
+  app.require_subcommand(1);
+  app.footer(kFooter);
+  app.get_formatter()->column_width(34);
+  Options options;
+  add_options(app, options);
+  Commands commands(app);
+  add_all(commands);
+
+  try {
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    app.parse(reversed);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error, out, err) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
+  }
+
+  const LogOnStandardError log(options.log);
+  Output output(out, err, options.json);
+  Context context{options, output};
+  const ExitCode code = act(commands.chosen(), context);
+  output.finish();
+  return static_cast<int>(code);
+}
+
+}  // namespace tavctl

@@ -1,0 +1,39 @@
+#ifndef TAVCTL_COMMANDS_ALLCOMMANDS_HPP
+#define TAVCTL_COMMANDS_ALLCOMMANDS_HPP
+
+#include "cli/Commands.hpp"
+
+namespace tavctl {
+
+void add_doctor(Commands& commands);
+void add_eds(Commands& commands);
+void add_errors(Commands& commands);
+void add_info(Commands& commands);
+void add_list(Commands& commands);
+void add_nmt(Commands& commands);
+void add_power(Commands& commands);
+void add_read_write(Commands& commands);
+void add_settings(Commands& commands);
+void add_state(Commands& commands);
+void add_velocity(Commands& commands);
+void add_watch(Commands& commands);
+
+/** Adds every command, in the order in which --help lists them. */
+inline void add_all(Commands& commands) {
+  add_doctor(commands);
+  add_info(commands);
+  add_state(commands);
+  add_watch(commands);
+  add_read_write(commands);
+  add_list(commands);
+  add_eds(commands);
+  add_power(commands);
+  add_velocity(commands);
+  add_errors(commands);
+  add_nmt(commands);
+  add_settings(commands);
+}
+
+}  // namespace tavctl
+
+#endif

@@ -1,0 +1,184 @@
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "commands/AllCommands.hpp"
+#include "model/DriveWords.hpp"
+#include "model/Format.hpp"
+#include "session/BusInfo.hpp"
+#include "session/DriveState.hpp"
+#include "session/HostMonitoring.hpp"
+#include "session/ObjectAccess.hpp"
+
+namespace tavctl {
+
+namespace {
+
+using nkr::tavcore::CANOpenDispatcher;
+using NMTState = nkr::tavcore::INMTService::NMTState;
+
+constexpr std::chrono::milliseconds kFirstHeartbeat{1500};
+
+/** The list of what was looked at: each line with its cure when something is wrong. */
+class Report {
+ public:
+  explicit Report(Output& output) : output_(output) {}
+
+  void good(const std::string& what, const std::string& found) { add("ok", what, found, ""); }
+  void warning(const std::string& what, const std::string& found, const std::string& cure) {
+    add("warning", what, found, cure);
+  }
+  void problem(const std::string& what, const std::string& found, const std::string& cure) {
+    ++problems_;
+    add("problem", what, found, cure);
+  }
+  [[nodiscard]] ExitCode finish() {
+    output_.put("checks", std::move(checks_));
+    return problems_ == 0 ? ExitCode::OK : ExitCode::FINDINGS;
+  }
+
+ private:
+  void add(const char* verdict, const std::string& what, const std::string& found, const std::string& cure) {
+    output_.line(padded(verdict, 9) + padded(what, 20) + found);
+    if (!cure.empty()) output_.line(padded("", 29) + "-> " + cure);
+    checks_.push_back({{"verdict", verdict}, {"check", what}, {"found", found}, {"cure", cure}});
+  }
+
+  Output& output_;
+  Json checks_ = Json::array();
+  int problems_ = 0;
+};
+
+void check_interface(Session& session, Report& report) {
+  report.good("interface", session.bus().name() + " is open");
+  const auto bit_rate = bit_rate_of(session.bus().name());
+  report.good("bit rate", bit_rate ? std::to_string(*bit_rate) + " bit/s" : "none to be told for this bus");
+}
+
+/** False when there is no use in asking on. */
+bool check_node(Session& session, Report& report) {
+  const NMTState nmt = heard_nmt_state(session, kFirstHeartbeat);
+  const std::string who = "node " + std::to_string(session.node());
+  if (nmt == NMTState::STOPPED) {
+    report.problem("node", who + " is stopped: it answers no SDO", "tavctl nmt pre-operational");
+    return false;
+  }
+  if (nmt != NMTState::UNKNOWN) {
+    report.good("node", who + " is heard, " + nmt_name(nmt));
+    return true;
+  }
+  unsigned int device_type = 0;
+  if (session.dispatcher()->get_value_by_address(0x10000000U, device_type) == NKR_OK) {
+    report.warning("node", who + " answers but sends no heartbeat",
+                   "tavctl write \"Producer Heartbeat Time\" 100");
+    return true;
+  }
+  report.problem(
+      "node", who + " is silent",
+      "is it powered, is the node id right (--node), is its bit rate the bus's, is the bus terminated?");
+  return false;
+}
+
+void check_identity(Session& session, Report& report) {
+  CANOpenDispatcher::IdentityParameters identity{};
+  session.check(session.dispatcher()->getIdentityParameters(identity), "read the identity");
+  const auto expect = [&](const char* key, std::uint32_t found, const std::string& what) {
+    const auto text = session.description().getInfo("DeviceInfo", key);
+    const auto number = text ? nkr::tools::number_of(*text) : std::nullopt;
+    if (!number || static_cast<std::uint32_t>(*number) == found) {
+      report.good(what, hex(found, 8));
+    } else {
+      report.problem(what, hex(found, 8) + ", but the description is for " + *text,
+                     "use the description of this drive (CANOpenEDSFile in the configuration)");
+    }
+  };
+  expect("VendorNumber", identity.vendor_id, "vendor id");
+  expect("ProductNumber", identity.product_code, "product code");
+  const auto revision = session.description().getInfo("DeviceInfo", "RevisionNumber");
+  const auto number = revision ? nkr::tools::number_of(*revision) : std::nullopt;
+  if (!number || static_cast<std::uint32_t>(*number) == identity.revision_number) {
+    report.good("revision", hex(identity.revision_number, 8));
+  } else {
+    report.warning("revision", hex(identity.revision_number, 8) + ", the description is for " + *revision,
+                   "objects may be missing on one side: compare the release notes");
+  }
+}
+
+void check_heartbeats(Session& session, Report& report) {
+  CANOpenDispatcher::CommunicationParameters communication{};
+  session.check(session.dispatcher()->getCommunicationParameters(communication),
+                "read the communication parameters");
+  const unsigned time = communication.producer_heartbeat_time;
+  if (time == 0) {
+    report.warning("drive's heartbeat", "off", "tavctl write \"Producer Heartbeat Time\" 100");
+  } else {
+    report.good("drive's heartbeat", "every " + std::to_string(time) + " ms");
+  }
+  const HostMonitoring monitoring = read_host_monitoring(session);
+  const auto watched = std::find_if(monitoring.consumers.begin(), monitoring.consumers.end(),
+                                    [](const HostMonitoring::Consumer& c) { return c.active(); });
+  if (watched == monitoring.consumers.end()) {
+    report.warning("host's heartbeat", "the drive watches none at this moment",
+                   "commands that move the drive arrange it; your own program must do the same (0x1016)");
+  } else {
+    report.good("host's heartbeat", "the drive expects node " + std::to_string(watched->node) + " within " +
+                                        std::to_string(watched->time_ms) + " ms");
+  }
+  const std::string weakness = monitoring.weakness();
+  if (weakness.empty()) {
+    report.good("death of the host", "the drive stops");
+  } else {
+    report.warning("death of the host", "the drive would not stop: " + weakness,
+                   "enter the host in 0x1016, keep 0x1029:1 at 0 or 2 and 0x6007 at 1 to 3");
+  }
+}
+
+void check_state(Session& session, Report& report) {
+  const Snapshot now = read_snapshot(session);
+  const std::string state = status_word_text(now.status_word);
+  if (!now.state) {
+    report.problem("state", "status word " + hex(now.status_word, 4) + " is no state of CiA 402",
+                   "is this drive a CiA 402 drive, and the description its own?");
+  } else if (*now.state == CANOpenDispatcher::PDSState::FAULT) {
+    report.problem("state", state + ", last error " + last_error_text(session),
+                   "remove the cause, then tavctl fault-reset");
+  } else {
+    report.good("state", state);
+  }
+  if (sto_demanded(session)) {
+    report.warning("safe torque off", "demanded: the drive cannot be enabled", "release the safety input");
+  } else {
+    report.good("safe torque off", "not demanded");
+  }
+  if (now.error_register != 0) {
+    report.problem("errors", error_register_text(now.error_register), "tavctl errors");
+  } else if (now.errors != 0) {
+    report.good("errors", "none present, " + std::to_string(now.errors) + " in the list (tavctl errors)");
+  } else {
+    report.good("errors", "none");
+  }
+}
+
+ExitCode doctor(Context& context) {
+  Session session(context);
+  Report report(session.output());
+  check_interface(session, report);
+  if (check_node(session, report)) {
+    check_identity(session, report);
+    check_heartbeats(session, report);
+    check_state(session, report);
+  }
+  return report.finish();
+}
+
+}  // namespace
+
+void add_doctor(Commands& commands) {
+  CLI::App& command = commands.add(
+      "doctor",
+      "Look at everything between this host and a turning motor; each problem with its cure (1 if any)");
+  commands.on(command, doctor);
+}
+
+}  // namespace tavctl

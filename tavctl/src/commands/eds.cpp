@@ -1,0 +1,95 @@
+#include <fstream>
+#include <memory>
+#include <nkr/tools/EDSParser.hpp>
+#include <string>
+
+#include "commands/AllCommands.hpp"
+#include "model/Description.hpp"
+#include "model/ObjectTable.hpp"
+
+namespace tavctl {
+
+namespace {
+
+using nkr::tools::Diagnostic;
+
+Json json_of(const Diagnostic& diagnostic) {
+  return {{"severity", diagnostic.severity == Diagnostic::Severity::ERROR ? "error" : "warning"},
+          {"line", diagnostic.line},
+          {"section", diagnostic.section},
+          {"problem", diagnostic.problem},
+          {"taken", diagnostic.taken}};
+}
+
+/** "tav.eds:12: warning: [6041] problem (what was taken)", as compilers write it. */
+std::string line_of(const std::string& file, const Diagnostic& diagnostic) {
+  std::string line = file + ':';
+  if (diagnostic.line > 0) line += std::to_string(diagnostic.line) + ':';
+  line += diagnostic.severity == Diagnostic::Severity::ERROR ? " error: " : " warning: ";
+  if (!diagnostic.section.empty()) line += '[' + diagnostic.section + "] ";
+  line += diagnostic.problem;
+  return diagnostic.taken.empty() ? line : line + " (" + diagnostic.taken + ')';
+}
+
+ExitCode lint(Context& context, const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + file);
+  nkr::tools::EDSParser description;
+  const bool readable = description.parse(stream, false);
+  Json problems = Json::array();
+  for (const Diagnostic& diagnostic : description.diagnostics()) {
+    context.output.line(line_of(file, diagnostic));
+    problems.push_back(json_of(diagnostic));
+  }
+  const std::size_t count = problems.size();
+  context.output.put("file", file);
+  context.output.put("readable", readable);
+  context.output.put("objects", description.objects().size());
+  context.output.put("problems", std::move(problems));
+  context.output.line(
+      file + ": " + std::to_string(count) + (count == 1 ? " problem, " : " problems, ") +
+      (readable ? std::to_string(description.objects().size()) + " objects" : "not readable"));
+  return readable && count == 0 ? ExitCode::OK : ExitCode::FINDINGS;
+}
+
+void print_device(Output& output, const nkr::tools::EDSParser& description) {
+  struct Info {
+    const char* label;
+    const char* key;
+    const char* json;
+  };
+  constexpr Info kInfos[] = {
+      {"Vendor", "VendorName", "vendor"},         {"Vendor id", "VendorNumber", "vendor_id"},
+      {"Product", "ProductName", "product"},      {"Product code", "ProductNumber", "product_code"},
+      {"Revision", "RevisionNumber", "revision"}, {"Order code", "OrderCode", "order_code"}};
+  for (const Info& info : kInfos) {
+    const auto value = description.getInfo("DeviceInfo", info.key);
+    if (value) output.fact(info.label, *value, info.json, *value);
+  }
+  output.line("");
+}
+
+ExitCode show(Context& context, const std::string& file) {
+  const auto description = load_description(file);
+  print_device(context.output, *description);
+  print_objects(context.output, *description, "");
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_eds(Commands& commands) {
+  CLI::App& eds = commands.add("eds", "Check and show description files (EDS, DCF)");
+  eds.require_subcommand(1);
+  auto file = std::make_shared<std::string>();
+  CLI::App& lint_command = Commands::add_below(
+      eds, "lint",
+      "Every deviation from CiA 306, with its line and what is taken instead; exit code 1 if any");
+  lint_command.add_option("FILE", *file, "EDS or DCF")->required();
+  commands.on(lint_command, [file](Context& context) { return lint(context, *file); });
+  CLI::App& show_command = Commands::add_below(eds, "show", "The device and all its objects");
+  show_command.add_option("FILE", *file, "EDS or DCF")->required();
+  commands.on(show_command, [file](Context& context) { return show(context, *file); });
+}
+
+}  // namespace tavctl

@@ -1,0 +1,38 @@
+#include <memory>
+#include <string>
+
+#include "commands/AllCommands.hpp"
+#include "model/Description.hpp"
+#include "model/ObjectTable.hpp"
+#include "session/Configuration.hpp"
+
+namespace tavctl {
+
+namespace {
+
+struct ListOptions {
+  std::string pattern;
+  std::string file;
+};
+
+ExitCode list(Context& context, const ListOptions& options) {
+  const std::string path =
+      options.file.empty() ? load_configuration(context.options)->getCANOpenEDSFilePath() : options.file;
+  const auto description = load_description(path);
+  const std::size_t count = print_objects(context.output, *description, options.pattern);
+  if (count == 0) context.output.note("no object fits \"" + options.pattern + "\" in " + path);
+  return count == 0 ? ExitCode::FINDINGS : ExitCode::OK;
+}
+
+}  // namespace
+
+void add_list(Commands& commands) {
+  auto options = std::make_shared<ListOptions>();
+  CLI::App& command = commands.add("list", "List the drive's objects, from its description; no bus needed");
+  command.add_option("PATTERN", options->pattern,
+                     "Part of a name or address; * and ? as wildcards for the whole");
+  command.add_option("--eds", options->file, "Description to read instead of the configuration's");
+  commands.on(command, [options](Context& context) { return list(context, *options); });
+}
+
+}  // namespace tavctl

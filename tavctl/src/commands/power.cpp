@@ -1,0 +1,110 @@
+// Commands that walk the power drive state machine.
+#include <chrono>
+#include <string>
+
+#include "commands/AllCommands.hpp"
+#include "model/DriveWords.hpp"
+#include "session/DriveState.hpp"
+#include "session/Motion.hpp"
+
+namespace tavctl {
+
+namespace {
+
+using nkr::tavcore::CANOpenDispatcher;
+using State = CANOpenDispatcher::PDSState;
+
+constexpr std::chrono::milliseconds kSettle{100};
+constexpr std::chrono::milliseconds kLongestChange{5000};
+
+State read_state(Session& session) {
+  State state{};
+  session.check(session.dispatcher()->getPDSState(state), "read the state");
+  return state;
+}
+
+void print_state(Session& session) {
+  const std::string name = state_name(read_state(session));
+  session.output().fact("State", name, "state", name);
+}
+
+/** Waits until `reached` holds for the drive's state; the state it ended in. */
+template <class Reached>
+State wait_for_state(Session& session, const Motion& motion, Reached reached) {
+  const auto deadline = std::chrono::steady_clock::now() + kLongestChange;
+  State state = read_state(session);
+  while (!reached(state) && std::chrono::steady_clock::now() < deadline) {
+    if (!motion.interrupt().wait_for(std::chrono::milliseconds(20))) break;
+    state = read_state(session);
+  }
+  return state;
+}
+
+[[noreturn]] void stalled(Session& session, const std::string& what) {
+  throw Failure(ExitCode::WRONG_STATE, what + " (" + session.where() + ")", explain_stall(session));
+}
+
+ExitCode enable(Context& context) {
+  Session session(context);
+  Motion motion(session, AtEnd::LEAVE_ENABLED);
+  motion.enable();
+  print_state(session);
+  session.output().note(
+      "the drive stays enabled at velocity 0, and from now on watches no host; tavctl disable");
+  return ExitCode::OK;
+}
+
+ExitCode disable(Context& context) {
+  Session session(context);
+  Motion motion(session, AtEnd::LEAVE_ENABLED);
+  if (read_state(session) == State::OPERATION_ENABLED) motion.stop();
+  session.check(motion.controller().disableVoltage(), "disable the drive");
+  const State state = wait_for_state(
+      session, motion, [](State s) { return s == State::SWITCH_ON_DISABLED || s == State::FAULT; });
+  print_state(session);
+  if (state != State::SWITCH_ON_DISABLED) stalled(session, "the drive was not disabled");
+  return ExitCode::OK;
+}
+
+ExitCode quick_stop(Context& context) {
+  Session session(context);
+  Motion motion(session, AtEnd::LEAVE_ENABLED);
+  session.check(motion.controller().quickStop(), "command a quick stop");
+  wait_for_state(session, motion, [&session](State s) {
+    int velocity = 0;
+    session.check(session.dispatcher()->getVelocityActualValue(velocity), "read the velocity");
+    return velocity == 0 && s != State::OPERATION_ENABLED;
+  });
+  print_state(session);
+  return ExitCode::OK;
+}
+
+ExitCode fault_reset(Context& context) {
+  Session session(context);
+  Motion motion(session, AtEnd::LEAVE_ENABLED);
+  // The drive resets on the rising edge of bit 7 alone, and a bit left at 1 would be no edge the next time.
+  for (const bool level : {false, true, false}) {
+    session.check(motion.controller().faultReset(level), "reset the fault");
+    if (!motion.interrupt().wait_for(kSettle)) return ExitCode::INTERRUPTED;
+  }
+  const State state = wait_for_state(
+      session, motion, [](State s) { return s != State::FAULT && s != State::FAULT_REACTION_ACTIVE; });
+  print_state(session);
+  if (state == State::FAULT || state == State::FAULT_REACTION_ACTIVE) {
+    stalled(session, "the fault was not reset");
+  }
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_power(Commands& commands) {
+  commands.on(commands.add("enable", "Take the drive to OPERATION_ENABLED at velocity 0 and leave it there"),
+              enable);
+  commands.on(commands.add("disable", "Stop the drive and take its power stage off"), disable);
+  commands.on(commands.add("fault-reset", "Clear a fault whose cause has gone: bit 7 false, true, false"),
+              fault_reset);
+  commands.on(commands.add("quick-stop", "Stop as the quick stop option code says"), quick_stop);
+}
+
+}  // namespace tavctl

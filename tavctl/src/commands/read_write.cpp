@@ -1,0 +1,72 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/AllCommands.hpp"
+#include "model/Format.hpp"
+#include "session/ObjectAccess.hpp"
+#include "session/Session.hpp"
+
+namespace tavctl {
+
+namespace {
+
+constexpr const char* kObjectHelp =
+    "Name in the description, or 0xINDEX[:SUB] (SUB decimal or 0x hexadecimal)";
+
+void print_value(Session& session, const ObjectReference& reference, const Value& value) {
+  const nkr::tools::ObjectEntry* object = find_object(session.description(), reference);
+  Json row = Json::object();
+  if (object != nullptr) {
+    row["name"] = object->getName();
+    row["type"] = data_type_name(object->getDataType());
+  }
+  row["address"] = object != nullptr ? address_text(object->getObjectID()) : address_text(*reference.address);
+  row["value"] = value.json;
+  session.output().line((object != nullptr ? object_text(*object) : address_text(*reference.address)) + ": " +
+                        value.text);
+  if (session.output().json()) session.output().document()["objects"].push_back(std::move(row));
+}
+
+ExitCode read(Context& context, const std::vector<std::string>& names) {
+  Session session(context);
+  for (const std::string& name : names) {
+    const ObjectReference reference = parse_reference(name);
+    print_value(session, reference, read_object(session, reference));
+  }
+  return ExitCode::OK;
+}
+
+ExitCode write(Context& context, const std::string& name, const std::string& text) {
+  Session session(context);
+  const ObjectReference reference = parse_reference(name);
+  write_object(session, reference, text);
+  const nkr::tools::ObjectEntry* object = find_object(session.description(), reference);
+  if (object == nullptr || !is_readable(object->getAccessType())) {
+    session.output().line("written; the object cannot be read back");
+    return ExitCode::OK;
+  }
+  print_value(session, reference, read_object(session, reference));
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_read_write(Commands& commands) {
+  auto names = std::make_shared<std::vector<std::string>>();
+  CLI::App& read_command = commands.add("read", "Read objects of the drive, by name or address");
+  read_command.add_option("OBJECT", *names, kObjectHelp)->required();
+  commands.on(read_command, [names](Context& context) { return read(context, *names); });
+
+  auto name = std::make_shared<std::string>();
+  auto value = std::make_shared<std::string>();
+  CLI::App& write_command = commands.add(
+      "write",
+      "Write one object and read it back. The value is checked against the description's type and limits");
+  write_command.add_option("OBJECT", *name, kObjectHelp)->required();
+  write_command.add_option("VALUE", *value, "Number (decimal, 0x hexadecimal), text, or bytes \"01 02\"")
+      ->required();
+  commands.on(write_command, [name, value](Context& context) { return write(context, *name, *value); });
+}
+
+}  // namespace tavctl

@@ -1,0 +1,214 @@
+// Units, polarity and option codes: shown, or set and read back.
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/AllCommands.hpp"
+#include "model/Format.hpp"
+#include "model/UnitText.hpp"
+#include "session/Session.hpp"
+
+namespace tavctl {
+
+namespace {
+
+using nkr::tavcore::CANOpenDispatcher;
+
+[[noreturn]] void not_kept(const Session& session, const std::string& what) {
+  throw Failure(ExitCode::REFUSED, "the drive did not keep " + what + " (" + session.where() + ")");
+}
+
+// --- units
+
+struct UnitOptions {
+  std::optional<unsigned> time, position, velocity, acceleration;
+  [[nodiscard]] bool any() const { return time || position || velocity || acceleration; }
+};
+
+CANOpenDispatcher::UnitParameters read_units(Session& session) {
+  CANOpenDispatcher::UnitParameters units{};
+  session.check(session.dispatcher()->getUnitParameters(units), "read the units");
+  return units;
+}
+
+void set_units(Session& session, const UnitOptions& options) {
+  CANOpenDispatcher::UnitParameters units = read_units(session);
+  units.time_unit = options.time.value_or(units.time_unit);
+  units.position_unit = options.position.value_or(units.position_unit);
+  units.velocity_unit = options.velocity.value_or(units.velocity_unit);
+  units.acceleration_unit = options.acceleration.value_or(units.acceleration_unit);
+  session.check(session.dispatcher()->setUnitParameters(units), "set the units");
+  const CANOpenDispatcher::UnitParameters kept = read_units(session);
+  if (kept.time_unit != units.time_unit || kept.position_unit != units.position_unit ||
+      kept.velocity_unit != units.velocity_unit || kept.acceleration_unit != units.acceleration_unit) {
+    not_kept(session, "the units");
+  }
+  // The safety functions' signatures cover the units, and setting units refreshes none.
+  session.check(session.dispatcher()->updateAllSafetySignatures(), "refresh the safety signatures");
+  session.output().note("the safety configuration signatures were refreshed: units are part of them");
+}
+
+ExitCode units(Context& context, const UnitOptions& options) {
+  Session session(context);
+  if (options.any()) set_units(session, options);
+  const CANOpenDispatcher::UnitParameters present = read_units(session);
+  const auto print = [&session](const char* label, const char* key, std::uint32_t unit) {
+    session.output().fact(label, padded(unit_text(unit), 12) + hex(unit, 8), key, unit);
+  };
+  print("Time unit", "time_unit", present.time_unit);
+  print("Position unit", "position_unit", present.position_unit);
+  print("Velocity unit", "velocity_unit", present.velocity_unit);
+  print("Acceleration unit", "acceleration_unit", present.acceleration_unit);
+  return ExitCode::OK;
+}
+
+// --- polarity
+
+struct PolarityOptions {
+  std::optional<bool> velocity, position;
+};
+
+CANOpenDispatcher::PolarityParameters read_polarity(Session& session) {
+  CANOpenDispatcher::PolarityParameters polarity{};
+  session.check(session.dispatcher()->getPolarityParameters(polarity), "read the polarity");
+  return polarity;
+}
+
+ExitCode polarity(Context& context, const PolarityOptions& options) {
+  Session session(context);
+  CANOpenDispatcher::PolarityParameters wanted = read_polarity(session);
+  if (options.velocity || options.position) {
+    wanted.velocity_polarity = options.velocity.value_or(wanted.velocity_polarity);
+    wanted.position_polarity = options.position.value_or(wanted.position_polarity);
+    session.check(session.dispatcher()->setPolarityParameters(wanted), "set the polarity");
+  }
+  const CANOpenDispatcher::PolarityParameters present = read_polarity(session);
+  const auto text = [](bool inverted) { return inverted ? "inverted" : "normal"; };
+  session.output().fact("Velocity polarity", text(present.velocity_polarity), "velocity_inverted",
+                        present.velocity_polarity);
+  session.output().fact("Position polarity", text(present.position_polarity), "position_inverted",
+                        present.position_polarity);
+  if (present.velocity_polarity != wanted.velocity_polarity ||
+      present.position_polarity != wanted.position_polarity) {
+    not_kept(session, "the polarity");
+  }
+  return ExitCode::OK;
+}
+
+// --- option codes
+
+/** One option code: its object's name in short, its accesses, and the meaning of its values from 0 on. */
+struct OptionCode {
+  const char* name;
+  const char* label;
+  nkr_error_t (*get)(const CANOpenDispatcher&, int&);
+  nkr_error_t (*set)(const CANOpenDispatcher&, int);
+  std::vector<const char*> meanings;
+};
+
+template <class Code, nkr_error_t (CANOpenDispatcher::*kGet)(Code&) const>
+nkr_error_t get_code(const CANOpenDispatcher& drive, int& value) {
+  Code code{};
+  const nkr_error_t result = (drive.*kGet)(code);
+  value = static_cast<int>(code);
+  return result;
+}
+
+template <class Code, nkr_error_t (CANOpenDispatcher::*kSet)(const Code&) const>
+nkr_error_t set_code(const CANOpenDispatcher& drive, int value) {
+  return (drive.*kSet)(static_cast<Code>(value));
+}
+
+const std::array<OptionCode, 6>& option_codes() {
+  using D = CANOpenDispatcher;
+  const std::vector<const char*> ramps = {"coast", "slow-down ramp", "quick-stop ramp", "current limit",
+                                          "voltage limit"};
+  const std::vector<const char*> off = {"coast", "slow-down ramp"};
+  static const std::array<OptionCode, 6> codes = {{
+      {"abort-connection",
+       "Abort connection",
+       get_code<D::AbortConnectionOptionCode, &D::getAbortConnectionOptionCode>,
+       set_code<D::AbortConnectionOptionCode, &D::setAbortConnectionOptionCode>,
+       {"no action", "fault", "disable voltage", "quick stop"}},
+      {"quick-stop",
+       "Quick stop",
+       get_code<D::QuickStopOptionCode, &D::getQuickStopOptionCode>,
+       set_code<D::QuickStopOptionCode, &D::setQuickStopOptionCode>,
+       {"coast", "slow-down ramp, then off", "quick-stop ramp, then off", "current limit, then off",
+        "voltage limit, then off", "slow-down ramp and stay", "quick-stop ramp and stay",
+        "current limit and stay", "voltage limit and stay"}},
+      {"shutdown", "Shutdown", get_code<D::ShutdownOptionCode, &D::getShutdownOptionCode>,
+       set_code<D::ShutdownOptionCode, &D::setShutdownOptionCode>, off},
+      {"disable-operation", "Disable operation",
+       get_code<D::DisableOperationOptionCode, &D::getDisableOperationOptionCode>,
+       set_code<D::DisableOperationOptionCode, &D::setDisableOperationOptionCode>, off},
+      {"halt", "Halt", get_code<D::HaltOptionCode, &D::getHaltOptionCode>,
+       set_code<D::HaltOptionCode, &D::setHaltOptionCode>, ramps},
+      {"fault-reaction", "Fault reaction",
+       get_code<D::FaultReactionOptionCode, &D::getFaultReactionOptionCode>,
+       set_code<D::FaultReactionOptionCode, &D::setFaultReactionOptionCode>, ramps},
+  }};
+  return codes;
+}
+
+using CodeOptions = std::array<std::optional<int>, 6>;
+
+std::string meaning_of(const OptionCode& code, int value) {
+  if (value < 0) return "manufacturer specific";
+  return static_cast<std::size_t>(value) < code.meanings.size()
+             ? code.meanings[static_cast<std::size_t>(value)]
+             : "reserved";
+}
+
+ExitCode show_option_codes(Context& context, const CodeOptions& options) {
+  Session session(context);
+  const CANOpenDispatcher& drive = *session.dispatcher();
+  for (std::size_t i = 0; i < options.size(); ++i) {
+    const OptionCode& code = option_codes()[i];
+    const std::string what = std::string(code.name) + " option code";
+    if (options[i]) session.check(code.set(drive, *options[i]), "set the " + what);
+    int value = 0;
+    session.check(code.get(drive, value), "read the " + what);
+    session.output().fact(code.label, padded(std::to_string(value), 4) + meaning_of(code, value), code.name,
+                          value);
+    if (options[i] && value != *options[i]) not_kept(session, "the " + what);
+  }
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_settings(Commands& commands) {
+  auto unit_options = std::make_shared<UnitOptions>();
+  CLI::App& unit_command =
+      commands.add("units", "Show the drive's units; set them (safety signatures follow)");
+  unit_command.add_option("--time", unit_options->time, "Raw unit, such as 0xFD030000 (ms)");
+  unit_command.add_option("--position", unit_options->position, "Raw unit");
+  unit_command.add_option("--velocity", unit_options->velocity, "Raw unit");
+  unit_command.add_option("--acceleration", unit_options->acceleration, "Raw unit");
+  commands.on(unit_command, [unit_options](Context& context) { return units(context, *unit_options); });
+
+  auto polarity_options = std::make_shared<PolarityOptions>();
+  CLI::App& polarity_command = commands.add("polarity", "Show or set the sense of velocity and position");
+  const std::map<std::string, bool> senses = {{"normal", false}, {"inverted", true}};
+  polarity_command.add_option("--velocity", polarity_options->velocity, "normal or inverted")
+      ->transform(CLI::CheckedTransformer(senses));
+  polarity_command.add_option("--position", polarity_options->position, "normal or inverted")
+      ->transform(CLI::CheckedTransformer(senses));
+  commands.on(polarity_command,
+              [polarity_options](Context& context) { return polarity(context, *polarity_options); });
+
+  auto code_options = std::make_shared<CodeOptions>();
+  CLI::App& code_command =
+      commands.add("option-codes", "Show or set what the drive does on stop, halt, fault and lost host");
+  for (std::size_t i = 0; i < code_options->size(); ++i) {
+    code_command.add_option(std::string("--") + option_codes()[i].name, (*code_options)[i], "New value")
+        ->check(CLI::Range(-32768, 32767));
+  }
+  commands.on(code_command,
+              [code_options](Context& context) { return show_option_codes(context, *code_options); });
+}
+
+}  // namespace tavctl

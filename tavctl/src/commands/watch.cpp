@@ -1,0 +1,71 @@
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "commands/AllCommands.hpp"
+#include "model/DriveWords.hpp"
+#include "session/DriveState.hpp"
+#include "session/Interrupt.hpp"
+
+namespace tavctl {
+
+namespace {
+
+struct WatchOptions {
+  double interval = 0.5;
+  long count = 0;
+};
+
+Json json_of(const Snapshot& now, double seconds) {
+  return {{"seconds", seconds},
+          {"nmt_state", nmt_name(now.nmt)},
+          {"state", status_word_text(now.status_word)},
+          {"status_word", now.status_word},
+          {"target_velocity", now.target_velocity},
+          {"velocity_demand", now.velocity_demand},
+          {"velocity", now.velocity},
+          {"position", now.position},
+          {"error_register", now.error_register},
+          {"errors", now.errors}};
+}
+
+std::string line_of(const Snapshot& now, double seconds) {
+  char line[160];
+  std::snprintf(line, sizeof line,
+                "%8.1f s  %-22s  velocity %6d (demand %6d, target %6d)  position %11d  errors %d", seconds,
+                status_word_text(now.status_word).c_str(), now.velocity, now.velocity_demand,
+                now.target_velocity, now.position, now.errors);
+  return line;
+}
+
+ExitCode watch(Context& context, const WatchOptions& options) {
+  Session session(context);
+  const Interrupt interrupt;
+  const auto interval = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+      std::chrono::duration<double>(options.interval));
+  const auto start = std::chrono::steady_clock::now();
+  auto next = start;
+  for (long done = 0; options.count == 0 || done < options.count; ++done) {
+    if (!interrupt.wait_until(next)) return ExitCode::OK;
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const Snapshot now = read_snapshot(session);
+    session.output().event(line_of(now, seconds), json_of(now, seconds));
+    next += interval;
+  }
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_watch(Commands& commands) {
+  auto options = std::make_shared<WatchOptions>();
+  CLI::App& command = commands.add("watch", "State, velocity, position and errors, live, until Ctrl-C");
+  command.add_option("--interval", options->interval, "Seconds between two readings [0.5]")
+      ->check(CLI::Range(0.01, 3600.0));
+  command.add_option("--count", options->count, "End after so many readings")
+      ->check(CLI::Range(1L, 1000000000L));
+  commands.on(command, [options](Context& context) { return watch(context, *options); });
+}
+
+}  // namespace tavctl

@@ -1,0 +1,70 @@
+#include "session/Interrupt.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+namespace tavctl {
+
+namespace {
+
+/** A pipe whose write end the handler uses: the one thing that is safe there and wakes a waiter. */
+int wake_pipe[2] = {-1, -1};
+volatile std::sig_atomic_t end_requested = 0;
+struct sigaction previous_int;
+struct sigaction previous_term;
+
+void on_signal(int /*signal*/) {
+  const int saved = errno;
+  end_requested = 1;
+  const char byte = 0;
+  [[maybe_unused]] const ssize_t written = ::write(wake_pipe[1], &byte, 1);
+  errno = saved;
+}
+
+}  // namespace
+
+Interrupt::Interrupt() {
+  end_requested = 0;
+  if (::pipe2(wake_pipe, O_NONBLOCK | O_CLOEXEC) != 0) wake_pipe[0] = wake_pipe[1] = -1;
+  struct sigaction action = {};
+  action.sa_handler = on_signal;
+  sigemptyset(&action.sa_mask);
+  ::sigaction(SIGINT, &action, &previous_int);
+  ::sigaction(SIGTERM, &action, &previous_term);
+}
+
+Interrupt::~Interrupt() {
+  ::sigaction(SIGINT, &previous_int, nullptr);
+  ::sigaction(SIGTERM, &previous_term, nullptr);
+  for (int& end : wake_pipe) {
+    if (end >= 0) ::close(end);
+    end = -1;
+  }
+}
+
+bool Interrupt::requested() const {
+  return end_requested != 0;
+}
+
+bool Interrupt::wait_for(std::chrono::milliseconds time) const {
+  return wait_until(std::chrono::steady_clock::now() + time);
+}
+
+bool Interrupt::wait_until(std::chrono::steady_clock::time_point time) const {
+  using std::chrono::milliseconds;
+  while (!requested()) {
+    const auto left = std::chrono::ceil<milliseconds>(time - std::chrono::steady_clock::now());
+    if (left <= milliseconds::zero()) return true;
+    pollfd wake = {wake_pipe[0], POLLIN, 0};
+    ::poll(&wake, 1, static_cast<int>(std::min(left, milliseconds(60000)).count()));
+  }
+  return false;
+}
+
+}  // namespace tavctl

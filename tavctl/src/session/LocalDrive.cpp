@@ -1,0 +1,26 @@
+#include "session/LocalDrive.hpp"
+
+#include <string>
+#include <tav/drive/Runner.hpp>
+#include <tav/drive/VirtualDrive.hpp>
+
+#include "cli/Failure.hpp"
+
+namespace tavctl {
+
+LocalDrive::LocalDrive(nkr::can::Bus& bus, const nkr::tavcore::Config& config, std::uint8_t node) {
+  tav::drive::Settings settings;
+  settings.node_id = node;
+  settings.mechanics.steps_per_electrical_revolution = config.getNbStepRevolutionElec();
+  settings.mechanics.pole_pairs = config.getNbPolePair();
+  std::string problem;
+  drive_ = tav::drive::VirtualDrive::from_file(config.getCANOpenEDSFilePath(), settings, problem);
+  if (!drive_) throw Failure(ExitCode::CONFIGURATION, "no virtual drive: " + problem);
+  runner_ = std::make_unique<tav::drive::Runner>(*drive_);
+  const nkr_error_t result = runner_->start(bus);
+  if (result != NKR_OK) throw Failure(ExitCode::CONNECTION, "the virtual drive gets no port", "", result);
+}
+
+LocalDrive::~LocalDrive() = default;
+
+}  // namespace tavctl

@@ -1,0 +1,145 @@
+#include "tavctl/Tool.hpp"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <nkr/can/open_bus.hpp>
+#include <sstream>
+#include <utility>
+
+#include "cli/Run.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr std::uint32_t kSdoRequest = 0x60A;
+/** An identifier that nobody on a test's bus uses. */
+constexpr std::uint32_t kMarker = 0x7E0;
+
+std::string own_bus_name() {
+  static std::atomic<int> count{0};
+  return "unix:/tmp/tavctl-test-" + std::to_string(::getpid()) + '-' + std::to_string(++count) + ".sock";
+}
+
+}  // namespace
+
+nlohmann::json Result::json() const {
+  nlohmann::json value = nlohmann::json::parse(out, nullptr, false);
+  EXPECT_FALSE(value.is_discarded()) << out;
+  return value;
+}
+
+Result tavctl(const std::vector<std::string>& arguments) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const int code = tavctl::run(arguments, out, err);
+  return {code, out.str(), err.str()};
+}
+
+DriveOnBus::DriveOnBus() : name_(own_bus_name()) {
+  nkr_error_t result = NKR_OK;
+  std::string text;
+  bus_ = nkr::can::open_bus(name_, result, text);
+  if (!bus_) throw std::runtime_error(text);
+  port_ = bus_->open({}, result);
+  tav::drive::Settings settings;
+  settings.node_id = 10;
+  drive_ = tav::drive::VirtualDrive::from_file("share/tav/tav.eds", settings, text);
+  if (!drive_) throw std::runtime_error(text);
+  runner_ = std::make_unique<tav::drive::Runner>(*drive_);
+  if (runner_->start(*bus_) != NKR_OK) throw std::runtime_error("no port for the drive");
+  recorder_ = std::thread([this] { record(); });
+}
+
+DriveOnBus::~DriveOnBus() {
+  runner_->stop();
+  port_->close();
+  recorder_.join();
+}
+
+void DriveOnBus::record() {
+  nkr::can::Frame frame;
+  while (true) {
+    const nkr_error_t result = port_->receive(frame, nkr::can::Clock::now() + std::chrono::seconds(1));
+    if (result == NKR_CAN_CLOSED) return;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (result == NKR_OK) frames_.push_back(frame);
+    recorded_.notify_all();
+  }
+}
+
+Result DriveOnBus::tavctl(std::vector<std::string> arguments) const {
+  arguments.insert(arguments.begin(), {"--bus", name_});
+  return tool::tavctl(arguments);
+}
+
+void DriveOnBus::settle() const {
+  nkr_error_t result = NKR_OK;
+  const auto port = bus_->open({{kMarker, 0x7FF}}, result);
+  ASSERT_NE(port, nullptr);
+  const nkr::can::Frame marker(kMarker, {++markers_});
+  ASSERT_EQ(port->send(marker, nkr::can::Clock::now() + std::chrono::seconds(5)), NKR_OK);
+  std::unique_lock<std::mutex> lock(mutex_);
+  EXPECT_TRUE(recorded_.wait_for(lock, std::chrono::seconds(20), [&] {
+    return std::find(frames_.rbegin(), frames_.rend(), marker) != frames_.rend();
+  }));
+}
+
+int DriveOnBus::requests(unsigned command) const {
+  settle();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return static_cast<int>(std::count_if(frames_.begin(), frames_.end(), [command](const auto& frame) {
+    return frame.id == kSdoRequest && frame.data[0] >> 5U == command;
+  }));
+}
+
+int DriveOnBus::downloads() const {
+  constexpr unsigned kDownload = 1;
+  constexpr unsigned kBlockDownload = 6;
+  return requests(kDownload) + requests(kBlockDownload);
+}
+
+int DriveOnBus::uploads() const {
+  constexpr unsigned kUpload = 2;
+  constexpr unsigned kBlockUpload = 5;
+  return requests(kUpload) + requests(kBlockUpload);
+}
+
+Process::Process(const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = arguments;
+  words.insert(words.begin(), TAVCTL_PROGRAM);
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  pid_ = ::fork();
+  if (pid_ == 0) {
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+}
+
+Process::~Process() {
+  if (pid_ <= 0) return;
+  ::kill(pid_, SIGKILL);
+  ::waitpid(pid_, nullptr, 0);
+}
+
+void Process::send(int signal) const {
+  if (pid_ > 0) ::kill(pid_, signal);
+}
+
+int Process::wait() {
+  int status = 0;
+  if (pid_ <= 0 || ::waitpid(pid_, &status, 0) != pid_) return -1;
+  pid_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+}  // namespace tool

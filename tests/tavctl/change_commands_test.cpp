@@ -1,0 +1,228 @@
+// Commands that change a drive: settings, network management, power and motion.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <nkr/canopen/Client.hpp>
+#include <string>
+#include <thread>
+
+#include "tavctl/Tool.hpp"
+
+namespace {
+
+using tool::DriveOnBus;
+using tool::Process;
+using tool::tavctl;
+
+constexpr std::uint8_t kNode = 10;
+constexpr std::uint32_t kStatusWord = 0x60410000;
+constexpr std::uint32_t kVelocity = 0x606C0000;
+constexpr std::uint32_t kConsumerHeartbeat = 0x10160100;
+
+/** An observer beside the tool: reads the drive on a port of its own. */
+class Observer {
+ public:
+  explicit Observer(DriveOnBus& drive)
+      : client_(std::shared_ptr<nkr::can::Bus>(&drive.bus(), [](nkr::can::Bus*) {})) {}
+
+  int velocity() { return read<std::int32_t>(kVelocity); }
+  unsigned state_bits() { return read<std::uint16_t>(kStatusWord) & 0x6FU; }
+  std::uint32_t consumer_heartbeat() { return read<std::uint32_t>(kConsumerHeartbeat); }
+
+  /** Waits until the condition holds, at most ten seconds. */
+  template <class Condition>
+  bool sees(Condition condition) {
+    for (int i = 0; i < 500; ++i) {
+      if (condition()) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+  }
+
+ private:
+  template <class T>
+  T read(std::uint32_t address) {
+    T value{};
+    EXPECT_EQ(client_.getValue(kNode, address, value), NKR_OK) << std::hex << address;
+    return value;
+  }
+
+  nkr::canopen::Client client_;
+};
+
+TEST(Write, WritesAndReadsBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--json", "write", "vl_target_velocity", "-300"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["objects"][0]["value"], -300);
+  EXPECT_EQ(drive.downloads(), 1);
+}
+
+TEST(Write, RefusesBeforeAnythingIsSent) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"write", "statusword", "1"}).code, 6);
+  EXPECT_EQ(drive.tavctl({"write", "Node ID", "128"}).code, 6);
+  EXPECT_EQ(drive.tavctl({"write", "vl_target_velocity", "40000"}).code, 6);
+  EXPECT_EQ(drive.tavctl({"write", "0x2999:1", "1"}).code, 3);
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Write, WritesStrings) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"write", "Manufacturer device name", "left wheel of the cart"}).code, 0);
+  const auto json = drive.tavctl({"info", "--json"}).json();
+  EXPECT_EQ(json["device_name"], "left wheel of the cart");
+}
+
+TEST(Polarity, IsSetAndReadBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"polarity", "--velocity", "inverted", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["velocity_inverted"], true);
+  EXPECT_EQ(result.json()["position_inverted"], false);
+}
+
+TEST(OptionCodes, AreSetAndReadBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"option-codes", "--quick-stop", "6", "--halt", "-1", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["quick-stop"], 6);
+  EXPECT_EQ(result.json()["halt"], -1);
+}
+
+TEST(Nmt, WaitsForTheStateThatFollows) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"nmt", "start", "--json"}).json()["nmt_state"], "operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "pre-operational", "--json"}).json()["nmt_state"], "pre-operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "stop", "--json"}).json()["nmt_state"], "stopped");
+  EXPECT_EQ(drive.tavctl({"nmt", "reset", "--json"}).json()["nmt_state"], "pre-operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "sideways"}).code, 2);
+}
+
+TEST(Enable, TakesTheDriveToOperationEnabledAndDisableBack) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  const auto enabled = drive.tavctl({"enable", "--json"});
+  EXPECT_EQ(enabled.code, 0) << enabled.err;
+  EXPECT_EQ(enabled.json()["state"], "OPERATION_ENABLED");
+  EXPECT_EQ(observer.state_bits(), 0x27u);
+  const auto disabled = drive.tavctl({"disable", "--json"});
+  EXPECT_EQ(disabled.code, 0) << disabled.err;
+  EXPECT_EQ(disabled.json()["state"], "SWITCH_ON_DISABLED");
+}
+
+TEST(Velocity, TurnsForTheTimeAndLeavesTheDriveStoppedAndDisabled) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  const auto result = drive.tavctl({"velocity", "300", "--for", "1", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_NEAR(result.json()["velocity"].get<int>(), 300, 30);
+  EXPECT_EQ(observer.velocity(), 0);
+  EXPECT_NE(observer.state_bits(), 0x27u);
+}
+
+TEST(Velocity, FollowsAProfile) {
+  const auto result = tavctl({"--bus", "virtual", "--json", "velocity", "200", "-100", "--for", "0.8"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  const auto json = result.json();
+  int highest = 0;
+  int lowest = 0;
+  for (const auto& sample : json["samples"]) {
+    highest = std::max(highest, sample["actual"].get<int>());
+    lowest = std::min(lowest, sample["actual"].get<int>());
+  }
+  EXPECT_NEAR(highest, 200, 20);
+  EXPECT_NEAR(lowest, -100, 10);
+  EXPECT_EQ(json["samples"].back()["actual"], 0);
+}
+
+TEST(Velocity, AsksForATimeForSeveralVelocities) {
+  EXPECT_EQ(tavctl({"--bus", "virtual", "velocity", "200", "-100"}).code, 2);
+}
+
+TEST(Velocity, GivesTheDriveBackUnwatched) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  EXPECT_EQ(drive.tavctl({"velocity", "-200", "--for", "0.3"}).code, 0);
+  EXPECT_EQ(observer.consumer_heartbeat(), 0u);
+}
+
+TEST(Velocity, DrawsDemandAndActual) {
+  const auto result = tavctl({"--bus", "virtual", "velocity", "300", "--for", "0.5", "--plot"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_NE(result.out.find("- demanded   o actual"), std::string::npos) << result.out;
+}
+
+TEST(Velocity, IsStoppedByCtrlC) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 200; }));
+  process.send(SIGINT);
+  EXPECT_EQ(process.wait(), 130);
+  EXPECT_EQ(observer.velocity(), 0);
+  EXPECT_NE(observer.state_bits(), 0x27u);
+}
+
+TEST(Velocity, KilledHostMakesTheDriveStopByItself) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 200; }));
+  process.send(SIGKILL);
+  EXPECT_EQ(process.wait(), -SIGKILL);
+  EXPECT_TRUE(observer.sees([&] { return observer.velocity() == 0; }));
+  EXPECT_NE(observer.state_bits(), 0x27u);
+}
+
+TEST(Velocity, LeavesTheDriveRunningWhenTold) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300", "--leave-running"});
+  EXPECT_EQ(process.wait(), 0);
+  EXPECT_TRUE(observer.sees([&] { return observer.velocity() > 250; }));
+  EXPECT_EQ(drive.tavctl({"disable"}).code, 0);
+  EXPECT_EQ(observer.velocity(), 0);
+}
+
+TEST(Velocity, SaysWhyTheDriveCannotBeEnabled) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"write", "STO command", "0"}).code, 0);
+  const auto result = drive.tavctl({"velocity", "100", "--for", "1"});
+  EXPECT_EQ(result.code, 7);
+  EXPECT_NE(result.err.find("transition 2"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("STO is demanded"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("switch_on_disabled"), std::string::npos) << result.err;
+}
+
+TEST(FaultReset, ClearsTheFaultThatADeadHostLeft) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 200; }));
+  process.send(SIGKILL);
+  process.wait();
+  ASSERT_TRUE(observer.sees([&] { return observer.state_bits() == 0x08; }));
+  EXPECT_EQ(drive.tavctl({"errors"}).code, 1);
+  EXPECT_EQ(drive.tavctl({"state"}).code, 1);
+  const auto reset = drive.tavctl({"fault-reset", "--json"});
+  EXPECT_EQ(reset.code, 0) << reset.err;
+  EXPECT_EQ(reset.json()["state"], "SWITCH_ON_DISABLED");
+  const auto errors = drive.tavctl({"errors", "--clear", "--json"});
+  EXPECT_EQ(errors.code, 0) << errors.err;
+  EXPECT_EQ(errors.json()["count"], 0);
+}
+
+TEST(QuickStop, StopsARunningDrive) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300", "--leave-running"});
+  ASSERT_EQ(process.wait(), 0);
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 250; }));
+  EXPECT_EQ(drive.tavctl({"quick-stop"}).code, 0);
+  EXPECT_EQ(observer.velocity(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+// Commands that look at a drive and change nothing.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tavctl/Tool.hpp"
+
+namespace {
+
+using tool::DriveOnBus;
+using tool::tavctl;
+
+const std::vector<std::vector<std::string>> kLookCommands = {{"info"},
+                                                             {"state"},
+                                                             {"read", "statusword", "0x1018:1"},
+                                                             {"errors"},
+                                                             {"units"},
+                                                             {"polarity"},
+                                                             {"option-codes"},
+                                                             {"watch", "--count", "2", "--interval", "0.05"},
+                                                             {"doctor"}};
+
+TEST(LookCommands, SendNoDownload) {
+  const DriveOnBus drive;
+  for (const auto& command : kLookCommands) {
+    const int before = drive.uploads();
+    const auto result = drive.tavctl(command);
+    EXPECT_EQ(result.code, 0) << command[0] << '\n' << result.err << result.out;
+    EXPECT_GT(drive.uploads(), before) << command[0];
+    EXPECT_EQ(drive.downloads(), 0) << command[0];
+  }
+}
+
+TEST(LookCommands, AnswerOneJsonDocument) {
+  for (auto command : kLookCommands) {
+    if (command[0] == "watch") continue;
+    command.insert(command.begin(), {"--bus", "virtual", "--json"});
+    const auto result = tavctl(command);
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_TRUE(result.json().is_object()) << command[3];
+  }
+}
+
+TEST(Info, TellsIdentityAndStrings) {
+  const auto json = tavctl({"--bus", "virtual", "info", "--json"}).json();
+  EXPECT_EQ(json["vendor_id"], 2599);
+  EXPECT_EQ(json["device_name"], "TAV");
+  EXPECT_EQ(json["node"], 10);
+  EXPECT_EQ(json["bus"], "virtual");
+}
+
+TEST(Info, TalksToTheNodeThatIsAskedFor) {
+  const auto result = tavctl({"--bus", "virtual", "--node", "33", "info", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["node"], 33);
+}
+
+TEST(Read, ReadsByNameAndByAddress) {
+  const auto json =
+      tavctl({"--bus", "virtual", "--json", "read", "Identity Object Vendor Id", "0x1018:1", "0x1008"})
+          .json();
+  ASSERT_EQ(json["objects"].size(), 3u);
+  EXPECT_EQ(json["objects"][0]["value"], 2599);
+  EXPECT_EQ(json["objects"][1]["value"], 2599);
+  EXPECT_EQ(json["objects"][1]["name"], "Identity Object Vendor Id");
+  EXPECT_EQ(json["objects"][2]["value"], "TAV");
+}
+
+TEST(Read, SuggestsNamesForAnUnknownOne) {
+  const auto result = tavctl({"--bus", "virtual", "read", "Vendor Id"});
+  EXPECT_EQ(result.code, 3);
+  EXPECT_NE(result.err.find("Identity Object Vendor Id"), std::string::npos) << result.err;
+}
+
+TEST(Read, NamesObjectAndCodeWhenTheDriveRefuses) {
+  const auto result = tavctl({"--bus", "virtual", "read", "0x2999:7"});
+  EXPECT_EQ(result.code, 6);
+  EXPECT_NE(result.err.find("0x2999:07"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("0x06020000"), std::string::npos) << result.err;
+}
+
+TEST(Read, SaysThatNobodyAnswers) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--node", "11", "read", "statusword"});
+  EXPECT_EQ(result.code, 5);
+  EXPECT_NE(result.err.find("\"statusword\" (0x6041:00)"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("node 11"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("0x05040000"), std::string::npos) << result.err;
+}
+
+TEST(Bus, ThatDoesNotExistIsToldWithTheCommandThatHelps) {
+  const auto result = tavctl({"--bus", "nocan7", "info"});
+  EXPECT_EQ(result.code, 4);
+  EXPECT_NE(result.err.find("nocan7"), std::string::npos) << result.err;
+}
+
+TEST(Trace, ShowsEveryFrameWithItsMeaning) {
+  const auto result = tavctl({"--bus", "virtual", "--trace", "read", "Identity Object Vendor Id"});
+  EXPECT_EQ(result.code, 0);
+  const std::size_t request = result.err.find("read \"Identity Object Vendor Id\" (0x1018:01)");
+  const std::size_t reply = result.err.find("\"Identity Object Vendor Id\" (0x1018:01) is 2599");
+  EXPECT_NE(request, std::string::npos) << result.err;
+  EXPECT_NE(reply, std::string::npos) << result.err;
+  EXPECT_LT(request, reply);
+  EXPECT_NE(result.err.find("60A  40 18 10 01"), std::string::npos) << result.err;
+}
+
+TEST(State, OfADriveThatWasJustSwitchedOn) {
+  const auto json = tavctl({"--bus", "virtual", "state", "--json"}).json();
+  EXPECT_EQ(json["state"], "SWITCH_ON_DISABLED");
+  EXPECT_EQ(json["nmt_state"], "pre-operational");
+  EXPECT_EQ(json["velocity"], 0);
+  EXPECT_EQ(json["sto_demanded"], false);
+  EXPECT_EQ(json["last_error"], "none");
+  EXPECT_EQ(json["mode"], 2);
+}
+
+TEST(Watch, WritesOneLineAReading) {
+  const auto result = tavctl({"--bus", "virtual", "--json", "watch", "--count", "3", "--interval", "0.02"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 3) << result.out;
+  EXPECT_NE(result.out.find("\"state\":\"SWITCH_ON_DISABLED\""), std::string::npos);
+}
+
+TEST(Doctor, LooksAtEverythingOnTheWayToATurningMotor) {
+  const auto json = tavctl({"--bus", "virtual", "doctor", "--json"}).json();
+  std::string checks;
+  for (const auto& check : json["checks"]) {
+    checks += check["check"].get<std::string>() + ';';
+    EXPECT_NE(check["verdict"], "problem") << check;
+    EXPECT_EQ(check["verdict"] == "ok", check["cure"] == "") << check;
+  }
+  EXPECT_EQ(checks,
+            "interface;bit rate;node;vendor id;product code;revision;drive's heartbeat;host's heartbeat;"
+            "death of the host;state;safe torque off;errors;");
+}
+
+TEST(Doctor, FindsASilentNodeAndEndsThere) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--node", "11", "doctor"});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_NE(result.out.find("node 11 is silent"), std::string::npos) << result.out;
+  EXPECT_EQ(result.out.find("vendor id"), std::string::npos) << result.out;
+}
+
+}  // namespace
