@@ -1,0 +1,67 @@
+#ifndef TAVCTL_COMMANDS_RECORDCOMMAND_HPP
+#define TAVCTL_COMMANDS_RECORDCOMMAND_HPP
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/Commands.hpp"
+#include "model/DriveWords.hpp"
+#include "model/Record.hpp"
+#include "session/Session.hpp"
+
+namespace tavctl {
+
+/** Shows a record of the drive. `read` is called as read(session, record). */
+template <class Record, class Fields, class Read>
+ExitCode show_drive_record(Context& context, const std::string& what, Fields fields, Read read) {
+  Session session(context);
+  Record record{};
+  session.check(read(session, record), "read " + what);
+  show_record(session.output(), record, fields);
+  return ExitCode::OK;
+}
+
+/**
+ * Changes fields of a record of the drive: reads it, sets what the assignments say, writes it, reads it back
+ * and compares. Failure(REFUSED) when the drive then holds something else.
+ */
+template <class Record, class Fields, class Read, class Write>
+ExitCode set_drive_record(Context& context, const std::string& what,
+                          const std::vector<std::string>& assignments, Fields fields, Read read,
+                          Write write) {
+  Session session(context);
+  Record wanted{};
+  session.check(read(session, wanted), "read " + what);
+  assign_fields(assignments, wanted, fields);
+  session.check(write(session, wanted), "write " + what);
+  Record held{};
+  session.check(read(session, held), "read " + what + " back");
+  show_record(session.output(), held, fields);
+  const std::vector<std::string> different = differing_fields(wanted, held, fields);
+  if (!different.empty()) {
+    throw Failure(ExitCode::REFUSED, "the drive holds other values than were written: " + joined(different),
+                  "The drive may limit them, or take them over at its next reset.");
+  }
+  return ExitCode::OK;
+}
+
+/** Adds "NAME show" and "NAME set KEY=VALUE..." below `parent`. */
+template <class Record, class Fields, class Read, class Write>
+void add_record_commands(Commands& commands, CLI::App& parent, const std::string& what, Fields fields,
+                         Read read, Write write) {
+  parent.require_subcommand(1);
+  CLI::App& show = Commands::add_below(parent, "show", "Read and show " + what);
+  commands.on(show, [=](Context& context) { return show_drive_record<Record>(context, what, fields, read); });
+  auto assignments = std::make_shared<std::vector<std::string>>();
+  CLI::App& set = Commands::add_below(parent, "set", "Change fields of " + what + " and read them back");
+  set.add_option("KEY=VALUE", *assignments, "Fields as \"show\" lists them with --json")->required();
+  commands.on(set, [=](Context& context) {
+    return set_drive_record<Record>(context, what, *assignments, fields, read, write);
+  });
+}
+
+}  // namespace tavctl
+
+#endif

@@ -1,0 +1,140 @@
+// The whole configuration of a drive as a DCF: saved, loaded, compared, verified.
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "commands/AllCommands.hpp"
+#include "model/Format.hpp"
+#include "session/ConfigurationTransfer.hpp"
+#include "session/Session.hpp"
+
+namespace tavctl {
+
+namespace {
+
+using nkr::tools::DCFDocument;
+
+void print_failures(Output& output, const std::string& verb, const std::vector<TransferFailure>& failures) {
+  Json rows = Json::array();
+  for (const TransferFailure& failure : failures) {
+    output.note("not " + verb + ": " + object_text(*failure.object) + ": " + result_text(failure.result));
+    rows.push_back({{"object", failure.object->getName()},
+                    {"address", address_text(failure.object->getObjectID())},
+                    {"result", result_text(failure.result)}});
+  }
+  output.put("failures", std::move(rows));
+}
+
+void print_differences(Output& output, const std::vector<ConfigurationDifference>& differences) {
+  Json rows = Json::array();
+  for (const ConfigurationDifference& difference : differences) {
+    output.line(object_text(*difference.object) + ": the file says " + difference.wanted +
+                ", the drive holds " + difference.held);
+    rows.push_back({{"object", difference.object->getName()},
+                    {"address", address_text(difference.object->getObjectID())},
+                    {"file", difference.wanted},
+                    {"drive", difference.held}});
+  }
+  output.put("differences", std::move(rows));
+}
+
+/** The description as a document, which the values make a DCF. */
+DCFDocument document_of(const Session& session) {
+  const std::string path = session.config()->getCANOpenEDSFilePath();
+  std::ifstream stream(path, std::ios::binary);
+  DCFDocument document;
+  if (!stream || !document.parse(stream)) {
+    throw Failure(ExitCode::CONFIGURATION, "cannot read the description " + path);
+  }
+  return document;
+}
+
+void write_document(const DCFDocument& document, const std::string& path) {
+  std::ofstream stream(path, std::ios::binary);
+  const bool written = stream.is_open() && document.write(stream);
+  stream.close();
+  if (!written || !stream) throw Failure(ExitCode::CONFIGURATION, "cannot write " + path);
+}
+
+ExitCode save(Context& context, const std::string& path) {
+  Session session(context);
+  const ReadConfiguration configuration = read_configuration(session);
+  if (configuration.values.empty() && !configuration.failures.empty()) {
+    throw session.failure(configuration.failures.front().result, "read the configuration");
+  }
+  DCFDocument document = document_of(session);
+  bool complete = document.setNodeId(session.node()) &&
+                  document.set("FileInfo", "LastEDS", session.config()->getCANOpenEDSFilePath());
+  for (const ConfiguredValue& value : configuration.values) {
+    complete = document.setParameterValue(value.object->getObjectID(), value.text) && complete;
+  }
+  if (!complete) throw Failure(ExitCode::CONFIGURATION, "a value of the drive cannot stand in a DCF");
+  write_document(document, path);
+  print_failures(session.output(), "read", configuration.failures);
+  session.output().fact("Saved", std::to_string(configuration.values.size()) + " objects to " + path, "saved",
+                        configuration.values.size());
+  return configuration.failures.empty() ? ExitCode::OK : ExitCode::FINDINGS;
+}
+
+ExitCode load(Context& context, const std::string& path) {
+  using NMTCommand = nkr::tavcore::INMTService::NMTCommand;
+  Session session(context);
+  const std::vector<ConfiguredValue> values =
+      load_configured_values(path, session.description(), session.node());
+  session.output().note("entering pre-operational: a configuration is not taken while operational");
+  session.check(session.dispatcher()->setNMTState(NMTCommand::ENTER_PRE_OPERATIONAL),
+                "enter pre-operational");
+  const std::vector<TransferFailure> failures = write_configuration(session, values);
+  print_failures(session.output(), "written", failures);
+  const std::vector<ConfigurationDifference> differences = compare_configuration(session, values);
+  print_differences(session.output(), differences);
+  session.output().fact("Loaded", std::to_string(values.size()) + " objects from " + path, "loaded",
+                        values.size());
+  session.output().note("the drive forgets it at its next reset unless it is stored: tavctl store");
+  return failures.empty() && differences.empty() ? ExitCode::OK : ExitCode::FINDINGS;
+}
+
+ExitCode compare(Context& context, const std::string& path) {
+  Session session(context);
+  const std::vector<ConfiguredValue> values =
+      load_configured_values(path, session.description(), session.node());
+  const std::vector<ConfigurationDifference> differences = compare_configuration(session, values);
+  print_differences(session.output(), differences);
+  const bool equal = differences.empty();
+  session.output().fact(
+      "Compared",
+      std::to_string(values.size()) + " objects, " + std::to_string(differences.size()) + " differ", "equal",
+      equal);
+  return equal ? ExitCode::OK : ExitCode::FINDINGS;
+}
+
+ExitCode verify(Context& context, const std::string& path) {
+  const ExitCode result = compare(context, path);
+  if (result == ExitCode::OK) context.output.line("The drive holds this configuration.");
+  return result;
+}
+
+void add_file_command(Commands& commands, CLI::App& parent, const std::string& name,
+                      const std::string& description, ExitCode (*action)(Context&, const std::string&)) {
+  auto path = std::make_shared<std::string>();
+  CLI::App& command = Commands::add_below(parent, name, description);
+  command.add_option("FILE", *path, "DCF")->required();
+  commands.on(command, [path, action](Context& context) { return action(context, *path); });
+}
+
+}  // namespace
+
+void add_config(Commands& commands) {
+  CLI::App& config = commands.add("config", "The whole configuration of a drive as a file (DCF, CiA 306)");
+  config.require_subcommand(1);
+  add_file_command(commands, config, "save", "Read the drive's configuration and write it to FILE", save);
+  add_file_command(commands, config, "load",
+                   "Write the configuration in FILE to the drive, in a safe order, and read all of it back",
+                   load);
+  add_file_command(commands, config, "diff", "Where the drive differs from FILE; exit code 1 if anywhere",
+                   compare);
+  add_file_command(commands, config, "verify",
+                   "Whether the drive holds the configuration in FILE; exit code 1 if not", verify);
+}
+
+}  // namespace tavctl

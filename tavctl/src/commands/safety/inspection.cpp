@@ -1,0 +1,91 @@
+// What the safety functions are set to, and whether their signatures fit: from the drive, or from a file.
+#include <memory>
+#include <string>
+
+#include "commands/safety/SafetyCommands.hpp"
+#include "model/Format.hpp"
+#include "model/Record.hpp"
+#include "model/SafetyFields.hpp"
+#include "model/SafetyFile.hpp"
+#include "session/SafetyReading.hpp"
+
+namespace tavctl {
+
+namespace {
+
+template <class Record, class Fields>
+void print_record(Output& output, const std::string& title, Record record, Fields fields) {
+  output.line(title);
+  fields([&](const char* key,
+             const auto& field) { output.line("  " + padded(label_of(key), 32) + field_value(field).text); },
+         record);
+}
+
+template <class Records, class Fields>
+void print_records(Output& output, const std::string& function, const Records& records, Fields fields) {
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    print_record(output, function + " " + std::to_string(i + 1), records[i], fields);
+  }
+}
+
+void print_configuration(Output& output, const SafetyFile& file) {
+  output.put("configuration", json_of(file));
+  print_record(output, "Units", file.configuration.units, kUnitFields);
+  print_record(output, "STO 1", file.configuration.sto, kStoFields);
+  print_records(output, "SLS", file.configuration.sls, kHeldSlsFields);
+  print_records(output, "SDI", file.configuration.sdi, kSdiFields);
+  print_records(output, "SBC", file.configuration.sbc, kSbcFields);
+  output.line("");
+}
+
+ExitCode show(Context& context) {
+  Session session(context);
+  const nkr::tavcore::SafetyVerification verification = read_safety(session);
+  print_configuration(session.output(), file_of(verification));
+  print_checks(session.output(), verification);
+  return ExitCode::OK;
+}
+
+ExitCode verify(Context& context, const std::string& expected) {
+  std::optional<SafetyFile> file;
+  if (!expected.empty()) file = load_safety_file(expected);
+  Session session(context);
+  const nkr::tavcore::SafetyVerification verification = read_safety(session, file);
+  print_checks(session.output(), verification);
+  const bool passed = verification.passed();
+  session.output().fact("Verification", passed ? "passed" : "FAILED", "passed", passed);
+  return passed ? ExitCode::OK : ExitCode::FINDINGS;
+}
+
+ExitCode signatures(Context& context, const std::string& path) {
+  constexpr int kDigits = 4;
+  for (const NamedSignature& signature : computed_signatures(load_safety_file(path))) {
+    context.output.fact(signature.name, hex(signature.value, kDigits), signature.name,
+                        hex(signature.value, kDigits));
+  }
+  return ExitCode::OK;
+}
+
+}  // namespace
+
+void add_safety_inspection(Commands& commands, CLI::App& safety) {
+  CLI::App& show_command = Commands::add_below(
+      safety, "show",
+      "All parameters, units and signatures, stored and computed; --json makes a file of them");
+  commands.on(show_command, show);
+
+  auto expected = std::make_shared<std::string>();
+  CLI::App& verify_command = Commands::add_below(
+      safety, "verify", "Whether the drive's signatures fit what it holds; exit code 1 when not");
+  verify_command.add_option("--expected", *expected,
+                            "Compare with this configuration too (of safety show --json)");
+  commands.on(verify_command, [expected](Context& context) { return verify(context, *expected); });
+
+  auto from = std::make_shared<std::string>();
+  CLI::App& signatures_command = Commands::add_below(
+      safety, "signatures", "The signatures of a configuration in a file, without a drive");
+  signatures_command.add_option("--from", *from, "Configuration (of safety show --json)")->required();
+  commands.on(signatures_command, [from](Context& context) { return signatures(context, *from); });
+}
+
+}  // namespace tavctl

@@ -1,0 +1,130 @@
+#include "model/ConfigurationFile.hpp"
+
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <nkr/tools/ObjectValue.hpp>
+
+#include "cli/Failure.hpp"
+#include "model/ConfigurationObjects.hpp"
+#include "model/Format.hpp"
+#include "model/Value.hpp"
+
+namespace tavctl {
+
+using nkr::tools::DataType;
+using nkr::tools::DCFDocument;
+using nkr::tools::EDSParser;
+using nkr::tools::ObjectEntry;
+
+namespace {
+
+constexpr std::uint32_t kIdentifierMask = 0x7FF;  // 11-bit CAN identifier
+
+std::uint64_t number_in(const Bytes& bytes) {
+  std::uint64_t number = 0;
+  for (std::size_t i = bytes.size(); i-- > 0;) number = number << 8 | bytes[i];
+  return number;
+}
+
+std::int64_t signed_number_in(const Bytes& bytes) {
+  const unsigned unused = 64 - 8 * static_cast<unsigned>(bytes.size());
+  return static_cast<std::int64_t>(number_in(bytes) << unused) >> unused;
+}
+
+std::string real_text(const Bytes& bytes) {
+  char text[64];
+  std::to_chars_result end{};
+  if (bytes.size() == sizeof(float)) {
+    float number = 0;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    end = std::to_chars(text, text + sizeof text, number);
+  } else {
+    double number = 0;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    end = std::to_chars(text, text + sizeof text, number);
+  }
+  return std::string(text, end.ptr);
+}
+
+/** Whether the identifier in the value is the one of the description's default at this node id. */
+bool follows_node_id(const ObjectEntry& object, std::uint64_t value, std::uint8_t node) {
+  if (!nkr::tools::is_node_relative(object.getDefaultValue())) return false;
+  const auto expected = nkr::tools::number_of(object.getDefaultValue(), node);
+  return expected && (static_cast<std::uint64_t>(*expected) & kIdentifierMask) == (value & kIdentifierMask);
+}
+
+std::string integer_text(const ObjectEntry& object, const Bytes& bytes, std::uint8_t node) {
+  if (nkr::tools::is_signed(object.getDataType())) return std::to_string(signed_number_in(bytes));
+  const std::uint64_t value = number_in(bytes);
+  if (object.getDataType() == DataType::BOOLEAN) return value != 0 ? "1" : "0";
+  if (follows_node_id(object, value, node)) return "$NODEID+" + hex(value - node, 1);
+  return hex(value, static_cast<int>(2 * bytes.size()));
+}
+
+/** The device that a DCF is of must be the drive's: another one's objects mean other things. */
+void see_same_device(const std::string& path, const EDSParser& file, const EDSParser& description) {
+  for (const char* const key : {"VendorNumber", "ProductNumber"}) {
+    const auto number = [key](const EDSParser& one) {
+      return nkr::tools::number_of(one.getInfo("DeviceInfo", key).value_or(""));
+    };
+    if (number(file) && number(description) && number(file) != number(description)) {
+      throw Failure(ExitCode::CONFIGURATION, path + " is the configuration of another device: its " + key +
+                                                 " differs from the description's");
+    }
+  }
+}
+
+ConfiguredValue configured_value(const std::string& path, const ObjectEntry& object, const std::string& text,
+                                 std::uint8_t node) {
+  std::string value = text;
+  const auto number = nkr::tools::integer_of(text, object.getDataType(), node);
+  if (nkr::tools::is_node_relative(text) && number) value = std::to_string(*number);
+  try {
+    return {&object, encode_value(object, value, node), text};
+  } catch (const Failure& failure) {
+    throw Failure(ExitCode::CONFIGURATION, path + ": " + failure.what(), failure.hint());
+  }
+}
+
+}  // namespace
+
+std::string configured_text(const ObjectEntry& object, const Bytes& bytes, std::uint8_t node) {
+  const DataType type = object.getDataType();
+  if (nkr::tools::integer_bits(type) != 0 && !bytes.empty() && bytes.size() <= sizeof(std::uint64_t)) {
+    return integer_text(object, bytes, node);
+  }
+  if ((type == DataType::REAL32 && bytes.size() == sizeof(float)) ||
+      (type == DataType::REAL64 && bytes.size() == sizeof(double))) {
+    return real_text(bytes);
+  }
+  if (type == DataType::VISIBLE_STRING) return std::string(bytes.begin(), bytes.end());
+  std::string text;
+  for (const std::uint8_t byte : bytes) text += hex(byte, 2).substr(2);
+  return text;
+}
+
+std::vector<ConfiguredValue> load_configured_values(const std::string& path, const EDSParser& description,
+                                                    std::uint8_t node) {
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + path);
+  EDSParser file;
+  if (!file.parse(stream, false)) {
+    throw Failure(ExitCode::CONFIGURATION, path + " is no device configuration",
+                  "\"tavctl eds lint " + path + "\" tells what is wrong.");
+  }
+  see_same_device(path, file, description);
+  std::vector<ConfiguredValue> values;
+  for (const ObjectEntry* const object : configuration_objects(description)) {
+    const ObjectEntry* const configured = file.find(object->getObjectID());
+    if (configured == nullptr || !configured->description().parameter_value) continue;
+    values.push_back(configured_value(path, *object, *configured->description().parameter_value, node));
+  }
+  if (values.empty()) {
+    throw Failure(ExitCode::CONFIGURATION, path + " holds no value for any object of this drive",
+                  "\"tavctl config save\" writes such a file.");
+  }
+  return values;
+}
+
+}  // namespace tavctl

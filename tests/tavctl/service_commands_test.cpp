@@ -1,0 +1,132 @@
+// Communication, network, process data, manufacturer's values, store and restore, motion orders.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tavctl/Tool.hpp"
+
+namespace {
+
+using tool::DriveOnBus;
+
+TEST(Comm, IsChangedFieldByFieldAndReadBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"comm", "set", "producer_heartbeat_time=200", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["producer_heartbeat_time"], 200);
+  EXPECT_EQ(result.json()["cob_id_sync"], 0x80);
+}
+
+TEST(Comm, RefusesUnknownFieldsAndValuesThatDoNotFitBeforeAnythingIsWritten) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"comm", "set", "heartbeat=1"}).code, 2);
+  EXPECT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=65536"}).code, 2);
+  EXPECT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time"}).code, 2);
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Network, IsSetAndTheDriveFollowedToItsNewNodeId) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"network", "set", "--node-id", "12", "--termination", "true", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["node_id"], 12);
+  EXPECT_EQ(result.json()["termination"], true);
+  EXPECT_EQ(drive.tavctl({"network", "show", "--node", "12", "--json"}).json()["node_id"], 12);
+  EXPECT_EQ(drive.tavctl({"network", "show", "--node", "10"}).code, 5) << "nobody is at the old id";
+}
+
+TEST(Restore, BringsTheDriveBackToItsDefaultNodeId) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"network", "set", "--node-id", "12"}).code, 0);
+  const auto result = drive.tavctl({"restore", "all", "--node", "12", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["node_id"], 10);
+}
+
+TEST(Pdo, ShowsWhatEachCarries) {
+  const DriveOnBus drive;
+  const auto pdos = drive.tavctl({"pdo", "show", "--json"}).json()["pdos"];
+  ASSERT_FALSE(pdos.empty());
+  EXPECT_EQ(pdos[0]["pdo"], "rpdo");
+  EXPECT_EQ(pdos[0]["cob_id"], 0x20A);
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Pdo, IsMappedByNamesAndReadBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"pdo", "map", "tpdo", "2", "statusword", "position_value", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  const auto pdo = result.json()["pdos"][0];
+  EXPECT_EQ(pdo["mapping"][0]["entry"], "0x60410010");
+  EXPECT_EQ(pdo["mapping"][1]["entry"], "0x60640020");
+  EXPECT_EQ(pdo["valid"], true);
+}
+
+TEST(Pdo, RefusesWhatCannotBeMappedBeforeAnythingIsWritten) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"pdo", "map", "tpdo", "1", "Manufacturer device name"}).code, 6);
+  EXPECT_EQ(
+      drive.tavctl({"pdo", "map", "tpdo", "1", "position_value", "velocity_actual_value", "statusword"}).code,
+      6);
+  EXPECT_EQ(drive.tavctl({"pdo", "map", "rpdo", "1", "statusword"}).code, 6);
+  EXPECT_EQ(drive.tavctl({"pdo", "map", "rpdo", "99", "controlword"}).code, 3);
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Pdo, ParametersAreChangedWithTheIdentifierDisabledMeanwhile) {
+  const DriveOnBus drive;
+  const auto result =
+      drive.tavctl({"pdo", "set", "rpdo", "1", "transmission_type=1", "event_timer=50", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["transmission_type"], 1);
+  EXPECT_EQ(result.json()["event_timer"], 50);
+  EXPECT_EQ(result.json()["valid"], true);
+  EXPECT_EQ(drive.tavctl({"pdo", "set", "tpdo", "1", "event_timer=50"}).code, 2)
+      << "only receive PDO 1 to 5 have one";
+}
+
+TEST(Manufacturer, ParametersAreSetAndReadBack) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl(
+      {"manufacturer", "set", "use_internal_brake=off", "speed_pid_integral_gain=0x20", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["use_internal_brake"], false);
+  EXPECT_EQ(result.json()["speed_pid_integral_gain"], 0x20);
+}
+
+TEST(SystemErrors, ThresholdsAreSetAndStatesShown) {
+  const DriveOnBus drive;
+  EXPECT_EQ(drive.tavctl({"system-errors", "set", "phase_over_board_factor=1.5", "--json"})
+                .json()["phase_over_board_factor"],
+            1.5);
+  const auto states = drive.tavctl({"system-errors", "states", "--json"}).json();
+  EXPECT_TRUE(states.contains("battery_under_voltage"));
+  EXPECT_TRUE(states.contains("level_1_error"));
+}
+
+TEST(SelfTestAndCalibration, AreShownWithoutADownload) {
+  const DriveOnBus drive;
+  EXPECT_TRUE(drive.tavctl({"selftest", "--json"}).json().contains("auto_init"));
+  EXPECT_EQ(drive.tavctl({"calibration", "--json"}).json()["is_valid"], true);
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(DriveInfo, IsASnapshotWithoutADownload) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"drive-info", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["velocity"], 0);
+  EXPECT_EQ(result.json()["direction"], "stop");
+  EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Move, GoesAtAPercentageOfTheConfiguredSpeedAndStops) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"move", "50", "backward", "--for", "0.5", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["target_velocity"], -150) << "half of maxMaintenanceSpeedValue 300";
+  EXPECT_EQ(drive.tavctl({"read", "vl_target_velocity", "--json"}).json()["objects"][0]["value"], 0);
+  EXPECT_EQ(drive.tavctl({"move", "50", "sideways"}).code, 2);
+}
+
+}  // namespace
