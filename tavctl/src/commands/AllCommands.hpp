@@ -5,16 +5,24 @@
 
 namespace tavctl {
 
+void add_communication(Commands& commands);
+void add_config(Commands& commands);
 void add_doctor(Commands& commands);
 void add_eds(Commands& commands);
 void add_errors(Commands& commands);
 void add_info(Commands& commands);
 void add_list(Commands& commands);
+void add_manufacturer(Commands& commands);
+void add_motion(Commands& commands);
+void add_network(Commands& commands);
 void add_nmt(Commands& commands);
+void add_pdo(Commands& commands);
 void add_power(Commands& commands);
 void add_read_write(Commands& commands);
+void add_safety(Commands& commands);
 void add_settings(Commands& commands);
 void add_state(Commands& commands);
+void add_store_and_restore(Commands& commands);
 void add_velocity(Commands& commands);
 void add_watch(Commands& commands);
 
@@ -29,9 +37,17 @@ inline void add_all(Commands& commands) {
   add_eds(commands);
   add_power(commands);
   add_velocity(commands);
+  add_motion(commands);
   add_errors(commands);
   add_nmt(commands);
   add_settings(commands);
+  add_safety(commands);
+  add_network(commands);
+  add_communication(commands);
+  add_pdo(commands);
+  add_manufacturer(commands);
+  add_store_and_restore(commands);
+  add_config(commands);
 }
 
 }  // namespace tavctl

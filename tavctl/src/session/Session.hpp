@@ -35,6 +35,8 @@ class Session {
     return dispatcher_;
   }
   [[nodiscard]] nkr::canopen::Client& client() const { return *client_; }
+  /** The client, for another dispatcher beside this session's. */
+  [[nodiscard]] const std::shared_ptr<nkr::canopen::Client>& shared_client() const { return client_; }
   [[nodiscard]] nkr::can::Bus& bus() const { return *bus_; }
 
   /** Node id of the drive. */
