@@ -25,6 +25,10 @@ struct Here;
  * Carries every service operation out as reads and writes of the drive's object dictionary, through an
  * injected CANopen client, by the object's name in the device description or by its address.
  *
+ * An access that fails is made once more, and the operation ends with that second result: an operation that
+ * answers NKR_OK after a repeat has left its later accesses and outputs out. Read back what must be certain.
+ * Network management and emergency operations and the SYNC exchange are made once.
+ *
  * Address: index << 16 | subindex << 8 | length in bits. No lock is taken: operations may run at once when
  * the client allows it, but not together with init(), _setNodeId(), setNMTState() and setNetworkParameters()
  * or restoreDefaultParameters(), which change the node id.

@@ -116,6 +116,9 @@ class ICommunicationService {
    * Disables the PDO, writes the mapping and enables the PDO, also when it was disabled before. A step that
    * failed, or that succeeded only on its repeat (NKR_OK), leaves it disabled: read it back. NKR_ERROR, with
    * nothing sent, for fewer entries than `count`.
+   *
+   * When the very first read, that of the COB-ID, succeeds only on its repeat, the answer is NKR_OK too, and
+   * the PDO is enabled with COB-ID and transmission type 0: read the communication parameters back as well.
    */
   [[nodiscard]] virtual nkr_error_t setRPDOMappingParameters(const PDOId& pdo,
                                                              const PDOMappingParameters& parameters) = 0;

@@ -189,6 +189,7 @@ nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* bu
 
 void nkr_log_msg_free_buffer(nkr_log_msg_t* buffer) {
   const std::lock_guard<std::mutex> lock(state().mutex);
+  EXPECT_NE(buffer, nullptr) << "there is nothing to give back when no buffer was given";
   if (buffer != nullptr) ++state().freed;
   delete buffer;
 }

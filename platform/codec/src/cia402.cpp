@@ -5,7 +5,7 @@
 namespace {
 
 constexpr bool has_bit(std::uint16_t word, unsigned bit) {
-  return ((word >> bit) & 1U) != 0;
+  return ((static_cast<unsigned>(word) >> bit) & 1U) != 0;
 }
 
 constexpr unsigned bit_if(bool flag, unsigned bit) {
