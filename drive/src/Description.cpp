@@ -8,7 +8,6 @@
 namespace tav::drive {
 namespace {
 
-using nkr::tools::AccessType;
 using nkr::tools::DataType;
 
 /** Bytes and kind of a basic data type (CiA 301, 7.1.4; codes 7.4.7). */

@@ -103,6 +103,9 @@ std::uint32_t PDOParameters::entry(std::size_t number) const {
 }
 
 void PDOParameters::take() {
+  valid_ = (cob_id_.get() & kNotValid) == 0;
+  identifier_ = cob_id_.get() & kIdentifier;
+  transmission_type_ = type_.get();
   objects_.clear();
   size_ = 0;
   for (std::size_t i = 1; i <= count_.get(); ++i) {

@@ -25,11 +25,11 @@ class PDOParameters {
   /** Takes the values that the dictionary holds. */
   void take();
 
-  [[nodiscard]] bool valid() const { return (cob_id_.get() & kNotValid) == 0; }
-  [[nodiscard]] std::uint32_t identifier() const { return cob_id_.get() & kIdentifier; }
+  [[nodiscard]] bool valid() const { return valid_; }
+  [[nodiscard]] std::uint32_t identifier() const { return identifier_; }
   /** 1 to 240: with every n-th SYNC; 0: with a SYNC when there is news. */
-  [[nodiscard]] std::uint8_t transmission_type() const { return type_.get(); }
-  [[nodiscard]] bool synchronous() const { return type_.get() <= kLastSynchronous; }
+  [[nodiscard]] std::uint8_t transmission_type() const { return transmission_type_; }
+  [[nodiscard]] bool synchronous() const { return transmission_type_ <= kLastSynchronous; }
   [[nodiscard]] Duration inhibit_time() const { return inhibit_time_.get() * std::chrono::microseconds(100); }
   [[nodiscard]] Duration event_timer() const { return std::chrono::milliseconds(event_timer_.get()); }
   /** The mapped objects, in order. */
@@ -58,6 +58,9 @@ class PDOParameters {
   Variable<std::uint16_t> inhibit_time_;
   Variable<std::uint16_t> event_timer_;
   Variable<std::uint8_t> count_;
+  bool valid_ = false;
+  std::uint32_t identifier_ = 0;
+  std::uint8_t transmission_type_ = 0;
   std::vector<Object*> objects_;
   std::size_t size_ = 0;
 };

@@ -93,14 +93,20 @@ void PowerStateMachine::watch_objects() {
   for (Object* object : {halt_option_.object(), quick_stop_option_.object()}) {
     if (object != nullptr) object->when_written([this] { motion_.command(movement()); });
   }
+  for (Object* object : {statusword_.object(), unit_statusword_.object()}) {
+    if (object == nullptr) continue;
+    object->refresh = [this] {
+      show_statusword();
+      return Abort::NONE;
+    };
+  }
   for (Object* object :
-       {statusword_.object(), unit_statusword_.object(), mode_display_.object(),
-        peripherals_.brake_applied.object(), peripherals_.low_power_applied.object(),
+       {mode_display_.object(), peripherals_.brake_applied.object(), peripherals_.low_power_applied.object(),
         peripherals_.high_power_applied.object(), peripherals_.driver_enabled.object(),
         peripherals_.configuration_allowed.object(), peripherals_.communication_enabled.object()}) {
     if (object == nullptr) continue;
     object->refresh = [this] {
-      show();
+      show_peripherals();
       return Abort::NONE;
     };
   }
@@ -184,11 +190,12 @@ void PowerStateMachine::switch_on() {
 }
 
 void PowerStateMachine::enable_operation() {
-  if (state_ == PowerState::READY_TO_SWITCH_ON || state_ == PowerState::SWITCHED_ON) {
-    enter(PowerState::OPERATION_ENABLED);
-  } else if (state_ == PowerState::OPERATION_ENABLED) {
+  const bool quick_stop_ends =
+      state_ == PowerState::QUICK_STOP_ACTIVE && quick_stop_option_.get() >= kSlowDownAndStay;
+  if (state_ == PowerState::OPERATION_ENABLED) {
     after_stop_.reset();
-  } else if (state_ == PowerState::QUICK_STOP_ACTIVE && quick_stop_option_.get() >= kSlowDownAndStay) {
+  } else if (state_ == PowerState::READY_TO_SWITCH_ON || state_ == PowerState::SWITCHED_ON ||
+             quick_stop_ends) {
     enter(PowerState::OPERATION_ENABLED);
   }
 }
@@ -299,10 +306,13 @@ std::uint16_t PowerStateMachine::statusword() {
   return static_cast<std::uint16_t>(word);
 }
 
-void PowerStateMachine::show() {
+void PowerStateMachine::show_statusword() {
   const std::uint16_t word = statusword();
   statusword_.set(word);
   unit_statusword_.set(word);
+}
+
+void PowerStateMachine::show_peripherals() {
   mode_display_.set(mode_.get());
   peripherals_.brake_applied.set(has_torque() ? 0 : 1);
   peripherals_.low_power_applied.set(1);

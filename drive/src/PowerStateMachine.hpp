@@ -77,7 +77,8 @@ class PowerStateMachine : public Part {
   [[nodiscard]] Movement fault_movement() const;
   [[nodiscard]] bool has_torque() const;
   [[nodiscard]] std::uint16_t statusword();
-  void show();
+  void show_statusword();
+  void show_peripherals();
 
   Context& context_;
   Motion& motion_;

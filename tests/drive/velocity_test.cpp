@@ -76,7 +76,7 @@ TEST_F(VelocityTest, TheSizeOfTheTimeStepsMakesNoDifference) {
   EXPECT_NEAR(bench.read_signed(0x6064), coarse.read_signed(0x6064), 1);
 }
 
-TEST_F(VelocityTest, AWithoutRampTheSpeedJumps) {
+TEST_F(VelocityTest, WithoutARampTheSpeedJumps) {
   EXPECT_EQ(bench.write(0x6048, 2, 0, 2), 0U);
   set_point(500);
   EXPECT_EQ(velocity(), 500);
