@@ -157,7 +157,7 @@ void SafetyFunctions::take_commands_from_words() {
       for (std::size_t bit = 0; bit < word.mapping.size(); ++bit) {
         if (word.mapping[bit].get() != function.command_code) continue;
         mapped = true;
-        all_set = all_set && ((word.value.get() >> bit) & 1U) != 0;
+        all_set = all_set && ((unsigned{word.value.get()} >> bit) & 1U) != 0;
       }
     }
     if (mapped) function.command.set(all_set ? 1 : 0);
