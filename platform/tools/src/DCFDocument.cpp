@@ -57,7 +57,6 @@ std::string value_list(ObjectID object) {
 
 /** True when the text may stand in one line of the file. */
 bool can_stand(std::string_view text) {
-  const auto is_control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
   return std::none_of(text.begin(), text.end(), is_control) && is_utf8(text);
 }
 

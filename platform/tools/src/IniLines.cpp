@@ -30,7 +30,9 @@ std::string_view trim(std::string_view text) {
 }
 
 bool equal_without_case(std::string_view a, std::string_view b) {
-  return a.size() == b.size() &&
+  if (a.size() != b.size()) return false;
+  // Most files spell the names as the standard does.
+  return a == b ||
          std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lower(x) == lower(y); });
 }
 

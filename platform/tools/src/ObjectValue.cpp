@@ -26,12 +26,22 @@ std::string_view without_comment(std::string_view text) {
   return trim(text);
 }
 
-std::optional<std::uint64_t> digits(std::string_view text, int base) {
+std::optional<std::uint64_t> digits(std::string_view text, unsigned base) {
+  constexpr unsigned kNone = 99;
+  const auto digit_of = [](char c) {
+    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
+    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
+    return kNone;
+  };
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   std::uint64_t value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
-  return value;
+  for (const char c : text) {
+    const unsigned digit = digit_of(c);
+    if (digit >= base || value > (kMost - digit) / base) return std::nullopt;
+    value = value * base + digit;
+  }
+  return text.empty() ? std::nullopt : std::optional(value);
 }
 
 std::optional<Literal> literal_of(std::string_view text) {

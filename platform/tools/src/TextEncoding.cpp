@@ -88,6 +88,11 @@ std::size_t utf8_sequence_length(std::string_view text) {
   return overlong || surrogate || code > 0x10FFFF ? 0 : length;
 }
 
+bool is_control(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte < 0x20 && c != '\t') || byte == 0x7F;
+}
+
 bool is_ascii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }

@@ -12,6 +12,9 @@ namespace nkr::tools {
 [[nodiscard]] bool is_utf8(std::string_view text);
 [[nodiscard]] bool is_ascii(std::string_view text);
 
+/** A control character of ASCII, but for the tab. */
+[[nodiscard]] bool is_control(char c);
+
 /** The text as UTF-8: kept where it is valid, else read as windows-1252. */
 [[nodiscard]] std::string to_utf8(std::string_view text);
 /** A UTF-8 text in windows-1252; what that code lacks becomes a question mark. */
