@@ -1,19 +1,18 @@
-// What the library adds between an application's call and the client's virtual call. Compare ratios within one run:
-// bare call and look-up against the controller's operation, and the bare accesses of a refresh against the refresh.
+// What the library adds between an application's call and the client's virtual call. Compare ratios within
+// one run: bare call and look-up against the controller's operation, and the bare accesses of a refresh
+// against the refresh.
 #include <benchmark/benchmark.h>
-
 #include <nkr/log.h>
-#include <nkr/tools/EDSParser.hpp>
-
-#include <tavcore/CANOpenDispatcher.hpp>
-#include <tavcore/Controller.hpp>
 
 #include <fstream>
 #include <memory>
+#include <nkr/tools/EDSParser.hpp>
 #include <stdexcept>
 #include <string>
+#include <tavcore/CANOpenDispatcher.hpp>
+#include <tavcore/Controller.hpp>
 
-#include "Allocations.hpp"
+#include "allocations.hpp"
 
 namespace {
 
@@ -26,11 +25,13 @@ class IdleClient : public canopencore::IService {
   nkr_error_t sync(const canopenservice::TavIn&, canopenservice::TavOut&) override { return NKR_OK; }
   nkr_error_t getNMTState(const std::uint8_t&, canopencore::NMTState&) override { return NKR_OK; }
   nkr_error_t setNMTState(const std::uint8_t&, const canopencore::NMTCommand&) override { return NKR_OK; }
-#define IDLE_PAIR(T)                                                                                      \
-  nkr_error_t getValue(const std::uint8_t&, const std::uint32_t&, T&) override { return NKR_OK; }         \
-  nkr_error_t setValue(const std::uint8_t&, const std::uint32_t& address, const T&) override {            \
-    benchmark::DoNotOptimize(address);                                                                    \
-    return NKR_OK;                                                                                        \
+#define IDLE_PAIR(T)                                                                           \
+  nkr_error_t getValue(const std::uint8_t&, const std::uint32_t&, T&) override {               \
+    return NKR_OK;                                                                             \
+  }                                                                                            \
+  nkr_error_t setValue(const std::uint8_t&, const std::uint32_t& address, const T&) override { \
+    benchmark::DoNotOptimize(address);                                                         \
+    return NKR_OK;                                                                             \
   }
   IDLE_PAIR(std::string)
   IDLE_PAIR(std::int64_t)
@@ -54,7 +55,8 @@ struct Library {
   tavcore::Controller controller;
 
   Library() {
-    if (config->load("share/tav/tav.ini") != NKR_OK) throw std::runtime_error("run this in the source folder");
+    if (config->load("share/tav/tav.ini") != NKR_OK)
+      throw std::runtime_error("run this in the source folder");
     dispatcher = std::make_shared<tavcore::CANOpenDispatcher>(config, client);
     if (dispatcher->init() != NKR_OK || controller.init(config, dispatcher) != NKR_OK) {
       throw std::runtime_error("the library does not start");
@@ -67,9 +69,9 @@ Library& library() {
   return instance;
 }
 
-void count_allocations(benchmark::State& state, std::size_t before) {
+void count_allocations(benchmark::State& state, std::uint64_t before) {
   state.counters["allocations"] =
-      static_cast<double>(bench::allocations() - before) / static_cast<double>(state.iterations());
+      static_cast<double>(allocations() - before) / static_cast<double>(state.iterations());
 }
 
 void bare_call_and_lookup(benchmark::State& state) {
@@ -78,7 +80,7 @@ void bare_call_and_lookup(benchmark::State& state) {
   if (!description.parse(stream, false)) state.SkipWithError("no description");
   const std::shared_ptr<canopencore::IService> client = library().client;
   short velocity = 0;
-  const std::size_t before = bench::allocations();
+  const std::uint64_t before = allocations();
   for (auto _ : state) {
     const tools::ObjectEntry* const entry = description.find("vl_target_velocity");
     benchmark::DoNotOptimize(client->setValue(10, entry->getObjectAddress(), ++velocity));
@@ -90,7 +92,7 @@ BENCHMARK(bare_call_and_lookup);
 void controller_set_target_velocity(benchmark::State& state) {
   tavcore::Controller& controller = library().controller;
   short velocity = 0;
-  const std::size_t before = bench::allocations();
+  const std::uint64_t before = allocations();
   for (auto _ : state) benchmark::DoNotOptimize(controller.setTargetVelocity(++velocity));
   count_allocations(state, before);
 }
@@ -117,4 +119,3 @@ void update_all_safety_signatures(benchmark::State& state) {
 BENCHMARK(update_all_safety_signatures);
 
 }  // namespace
-

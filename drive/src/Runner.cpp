@@ -55,7 +55,7 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
   status = NKR_OK;
   drive.connect([this](const Frame& frame) {
     const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
-    if (sent == NKR_CAN_INTERFACE_GONE || sent == NKR_CAN_CLOSED) status = sent;
+    if (sent == NKR_CAN_CLOSED) status = sent;
   });
   drive.power_on(Clock::now());
   thread = std::thread([this, in_process] { in_process != nullptr ? run_timer() : run_queue_port(); });
@@ -106,10 +106,11 @@ void Runner::Impl::run_queue_port() {
     const nkr_error_t result = port->receive(frame, due);
     if (result == NKR_OK) {
       drive.receive(frame, Clock::now());
-    } else if (result == NKR_CAN_INTERFACE_GONE || result == NKR_CAN_CLOSED) {
+    } else if (result == NKR_CAN_CLOSED) {
       status = result;
       return;
-    }
+    }  // An interface that is gone comes back, or another member of the bus takes its place: the port
+       // rejoins.
   }
 }
 
