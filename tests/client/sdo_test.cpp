@@ -1,5 +1,6 @@
 #include <atomic>
 #include <cstdint>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -219,6 +220,86 @@ TEST_F(Sdo, OtherObjectsAreNotHeldUpByALateReply) {
   node.on(kRead, {kReply});
   EXPECT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_OK) << "its late reply came meanwhile";
   EXPECT_LT(Clock::now() - start, 20s);
+}
+
+TEST_F(Sdo, WhoWaitsForALateReplyHoldsUpNobodyElse) {
+  nkr::canopen::ClientOptions options = short_times();
+  options.late_reply_grace = 30s;
+  nkr::canopen::Client patient(bus, options);
+  ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
+  std::uint16_t held = 0;
+  auto waiting = std::async(std::launch::async, [&] { return patient.getValue(kNode, 0x60410010, held); });
+  std::this_thread::sleep_for(50ms);  // it waits for the late answer now
+  node.on("40 00 20 00 00 00 00 00", {"4B 00 20 00 01 00 00 00"});
+  const auto start = Clock::now();
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(patient.getValue(kNode, 0x20000000, value), NKR_OK);
+  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
+  node.on(kRead, {kReply});
+  node.reply("4B 41 60 00 99 99 00 00");
+  ASSERT_EQ(waiting.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(waiting.get(), NKR_OK);
+  EXPECT_EQ(held, 0x0237);
+}
+
+TEST_F(Sdo, WhatWaitsForALateReplyIsSentInTheOrderInWhichItCame) {
+  nkr::canopen::ClientOptions options = short_times();
+  options.late_reply_grace = 30s;
+  nkr::canopen::Client patient(bus, options);
+  ASSERT_EQ(patient.setValue(kNode, 0x60410010, std::uint16_t{9}), NKR_SDO_TIMED_OUT);
+  std::vector<std::future<nkr_error_t>> waiting;
+  for (std::uint16_t i = 1; i <= 3; ++i) {
+    node.on("2B 41 60 00 0" + std::to_string(i) + " 00 00 00", {"60 41 60 00 00 00 00 00"});
+    waiting.push_back(
+        std::async(std::launch::async, [&patient, i] { return patient.setValue(kNode, 0x60410010, i); }));
+    std::this_thread::sleep_for(50ms);
+  }
+  node.reply("60 41 60 00 00 00 00 00");
+  for (auto& result : waiting) EXPECT_EQ(result.get(), NKR_OK);
+  const Requests sent = node.requests();
+  ASSERT_EQ(sent.size(), 5U) << "one that timed out, its abort, and three";
+  for (std::size_t i = 1; i <= 3; ++i) EXPECT_EQ(sent[i + 1][13], static_cast<char>('0' + i)) << sent[i + 1];
+}
+
+TEST_F(Sdo, ALateSegmentIsNotTakenForOneOfTheNextTransfer) {
+  node.on(kRead, {"41 41 60 00 09 00 00 00"});
+  std::string text;
+  ASSERT_EQ(client.getValue(kNode, 0x60410000, text), NKR_SDO_TIMED_OUT);
+  node.on("40 08 10 00 00 00 00 00", {"41 08 10 00 03 00 00 00"});
+  node.on("60 00 00 00 00 00 00 00", {"09 54 61 76 00 00 00 00"});
+  std::thread late([this] {
+    ASSERT_TRUE(node.wait_for_requests(4));
+    node.reply("0B 58 59 00 00 00 00 00");  // "XY", of the first transfer
+  });
+  EXPECT_EQ(client.getValue(kNode, 0x10080000, text), NKR_OK);
+  late.join();
+  EXPECT_EQ(text, "Tav");
+}
+
+TEST_F(Sdo, DoubledSegmentsDoNotDisturbAnUpload) {
+  const auto twice = [](const std::string& reply) { return std::vector<std::string>{reply, reply}; };
+  node.on(kRead, twice("41 41 60 00 10 00 00 00"));
+  node.on("60 00 00 00 00 00 00 00", twice("00 54 61 76 20 64 72 69"));
+  node.on("60 00 00 00 00 00 00 00", twice("0B 74 77 00 00 00 00 00"));
+  node.on("70 00 00 00 00 00 00 00", twice("10 76 65 2C 20 6E 6F 2E"));
+  std::string text;
+  EXPECT_EQ(client.getValue(kNode, 0x60410000, text), NKR_OK);
+  EXPECT_EQ(text, "Tav drive, no.tw");
+}
+
+TEST_F(Sdo, DoubledAnswersDoNotDisturbADownload) {
+  node.on("21 41 60 00 09 00 00 00", {"60 41 60 00 00 00 00 00", "60 41 60 00 00 00 00 00"});
+  node.on("00 54 61 76 20 64 72 69", {"20 00 00 00 00 00 00 00", "20 00 00 00 00 00 00 00"});
+  node.on("1B 76 65 00 00 00 00 00", {"30 00 00 00 00 00 00 00"});
+  EXPECT_EQ(client.setValue(kNode, 0x60410000, std::string("Tav drive")), NKR_OK);
+}
+
+TEST_F(Sdo, AServerWhoseToggleStandsStillIsAborted) {
+  node.on("21 41 60 00 09 00 00 00", {"60 41 60 00 00 00 00 00"});
+  node.on("00 54 61 76 20 64 72 69", {"20 00 00 00 00 00 00 00"});
+  node.on("1B 76 65 00 00 00 00 00", {"20 00 00 00 00 00 00 00"});
+  EXPECT_EQ(client.setValue(kNode, 0x60410000, std::string("Tav drive")), NKR_SDO_TOGGLE_BIT);
+  EXPECT_EQ(node.requests().back(), "80 41 60 00 00 00 03 05");
 }
 
 TEST_F(Sdo, AServersOwnTimeOutAbortOwesNoLateReply) {

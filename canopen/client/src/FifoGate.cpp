@@ -35,6 +35,10 @@ nkr_error_t FifoGate::wait() {
   return state_ == State::closed ? NKR_CAN_CLOSED : NKR_OK;
 }
 
+bool FifoGate::caller_is_inside() {
+  return gates_entered > 0;
+}
+
 void FifoGate::leave() {
   --gates_entered;
   State expected = State::busy;

@@ -23,6 +23,8 @@ class FifoGate {
   void leave();
   /** Wakes and refuses everybody who waits or comes later. */
   void close();
+  /** Whether the calling thread is inside any gate: then it may not wait for another request. */
+  [[nodiscard]] static bool caller_is_inside();
 
  private:
   /** With nobody waiting, entering and leaving is one step without the lock. */

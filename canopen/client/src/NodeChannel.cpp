@@ -21,13 +21,48 @@ NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& 
 
 template <class Transfer>
 TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer run) {
-  const GateStay stay(gate_);
-  if (stay.result() != NKR_OK) return {stay.result(), false, {}};
-  now_ = stay.has_waited() ? Clock::now() : request.now;
-  const nkr_error_t prepared = prepare(request.object);
-  if (prepared != NKR_OK) return {prepared, false, {}};
+  HeldRequests::Place place(held_, request.object);
+  {
+    const GateStay stay(gate_);
+    if (stay.result() != NKR_OK) return {stay.result(), false, {}};
+    const nkr_error_t prepared = prepare(stay.has_waited() ? Clock::now() : request.now);
+    if (prepared != NKR_OK) return {prepared, false, {}};
+    Clock::time_point until;
+    if (!held_.holds(request.object) && !late_replies_.is_expected(request.object, now_, until))
+      return perform(request, run);
+    place.join();
+  }
+  return transfer_later(request, place, run);
+}
+
+template <class Transfer>
+TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldRequests::Place& place,
+                                           Transfer run) {
+  nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside());
+  if (result == NKR_OK) result = listen(place);
+  for (bool came = false; result == NKR_OK;) {
+    Clock::time_point until;
+    {
+      const GateStay stay(gate_);
+      result = stay.result();
+      if (result == NKR_OK) result = prepare(Clock::now());
+      if (result != NKR_OK) break;
+      if (came) take_late_reply(request.object);
+      if (!late_replies_.is_expected(request.object, now_, until)) return perform(request, run);
+    }
+    result = await_late_reply(place, request.object, until);
+    came = result == NKR_OK;
+    if (result != NKR_CAN_CLOSED) result = NKR_OK;
+  }
+  return {result, false, {}};
+}
+
+/** Inside the gate. */
+template <class Transfer>
+TransferResult NodeChannel::perform(const TransferRequest& request, Transfer run) {
   timeout_ = request.timeout;
   answer_owed_ = false;
+  within_ = false;
   last_reply_ = sdo::Reply::unknown;
   return finish(request.object, run());
 }
@@ -35,7 +70,9 @@ TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer ru
 TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
   TransferResult result{code, false, last_answer_};
   if (answer_owed_) {
-    late_replies_.expect(object, Clock::now() + late_reply_grace_);
+    const Clock::time_point until = Clock::now() + late_reply_grace_;
+    late_replies_.expect(object, until);
+    if (within_) nameless_until_ = until;
   } else {
     result.by_node = code != NKR_OK && last_reply_ == sdo::Reply::abort;
     last_answer_ = last_heard_;
@@ -77,25 +114,33 @@ nkr_error_t NodeChannel::download_by_block(sdo::Object object, const std::uint8_
   return result;
 }
 
-nkr_error_t NodeChannel::prepare(sdo::Object object) {
+nkr_error_t NodeChannel::prepare(Clock::time_point now) {
+  now_ = now;
   const nkr_error_t result = open_port();
-  if (result != NKR_OK) return result;
-  drop_what_is_left();
-  return await_late_reply(object);
+  if (result == NKR_OK) drop_what_is_left();
+  return result;
+}
+
+std::unique_ptr<can::Port> NodeChannel::new_port(nkr_error_t& result) {
+  result = NKR_CAN_NOT_CONNECTED;
+  auto port = bus_.open({{sdo::kReplyId + node_, 0x7FF}}, result);
+  if (port) result = NKR_OK;
+  return port;
 }
 
 nkr_error_t NodeChannel::open_port() {
   if (port_) return NKR_OK;
-  nkr_error_t result = NKR_CAN_NOT_CONNECTED;
-  auto port = bus_.open({{sdo::kReplyId + node_, 0x7FF}}, result);
+  nkr_error_t result = NKR_OK;
+  auto port = new_port(result);
   const std::lock_guard<std::mutex> lock(port_mutex_);
   if (closed_) return NKR_CAN_CLOSED;
   port_ = std::move(port);
-  return port_ ? NKR_OK : result;
+  return result;
 }
 
 void NodeChannel::close() {
   gate_.close();
+  held_.close();
   const std::lock_guard<std::mutex> lock(port_mutex_);
   closed_ = true;
   if (port_) port_->close();
@@ -121,15 +166,48 @@ void NodeChannel::drop_what_is_left() {
   }
 }
 
-nkr_error_t NodeChannel::await_late_reply(sdo::Object object) {
-  if (late_replies_.empty()) return NKR_OK;
+nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
+  nkr_error_t result = NKR_OK;
+  auto port = new_port(result);
+  return port ? place.listen(std::move(port)) : result;
+}
+
+/** Outside the gate: others go on meanwhile. */
+nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Object object,
+                                          Clock::time_point until) {
+  can::Frame frame;
+  nkr_error_t result = NKR_OK;
+  do {
+    result = place.receive(frame, until);
+  } while (result == NKR_OK && !sdo::LateReplies::answers(frame, object));
+  return result;
+}
+
+/** The late answer was seen on another port of the bus: it is on this one, or about to be. */
+void NodeChannel::take_late_reply(sdo::Object object) {
+  constexpr std::chrono::milliseconds kAbout{50};
+  const Clock::time_point bound = Clock::now() + kAbout;
   can::Frame frame;
   Clock::time_point until;
-  while (late_replies_.is_expected(object, now_, until)) {
-    if (receive_until(frame, until) == NKR_CAN_CLOSED) return NKR_CAN_CLOSED;
-    now_ = Clock::now();
+  while (late_replies_.is_expected(object, now_, until) && receive_until(frame, bound) == NKR_OK) continue;
+}
+
+/** Another transfer's answer that names no object would be taken for one of this transfer. */
+nkr_error_t NodeChannel::await_nameless_reply() {
+  can::Frame frame;
+  nkr_error_t result = NKR_OK;
+  while (result != NKR_CAN_TIMED_OUT) {
+    result = receive_until(frame, nameless_until_);
+    if (result == NKR_CAN_CLOSED) return result;
   }
+  nameless_until_ = {};
   return NKR_OK;
+}
+
+nkr_error_t NodeChannel::send_within(const can::Frame& frame) {
+  const nkr_error_t result = nameless_until_ == Clock::time_point{} ? NKR_OK : await_nameless_reply();
+  within_ = true;
+  return result == NKR_OK ? send(frame) : result;
 }
 
 nkr_error_t NodeChannel::send(const can::Frame& frame) {

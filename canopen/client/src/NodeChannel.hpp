@@ -13,6 +13,7 @@
 
 #include "FifoGate.hpp"
 #include "HeardTimes.hpp"
+#include "HeldRequests.hpp"
 #include "sdo/Frames.hpp"
 #include "sdo/LateReplies.hpp"
 #include "sdo/Link.hpp"
@@ -36,7 +37,8 @@ struct TransferResult {
 
 /**
  * The SDO channel to one node: one transfer at a time, in the order in which callers came. The caller's own
- * thread sends and takes the answers, from a port that only hears this node's server.
+ * thread sends and takes the answers, from a port that only hears this node's server. A request for an object
+ * to which an answer is owed steps aside until that came or its time is over; the others go on.
  */
 class NodeChannel final : private sdo::Link {
  public:
@@ -54,17 +56,27 @@ class NodeChannel final : private sdo::Link {
  private:
   template <class Transfer>
   TransferResult transfer(const TransferRequest& request, Transfer run);
+  template <class Transfer>
+  TransferResult transfer_later(const TransferRequest& request, HeldRequests::Place& place, Transfer run);
+  template <class Transfer>
+  TransferResult perform(const TransferRequest& request, Transfer run);
   nkr_error_t upload_by_block(sdo::Object object, sdo::Sink& sink);
   nkr_error_t download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size);
   TransferResult finish(sdo::Object object, nkr_error_t code);
-  nkr_error_t prepare(sdo::Object object);
+  nkr_error_t prepare(can::Clock::time_point now);
   nkr_error_t open_port();
+  std::unique_ptr<can::Port> new_port(nkr_error_t& result);
   void drop_what_is_left();
-  nkr_error_t await_late_reply(sdo::Object object);
+  nkr_error_t listen(HeldRequests::Place& place);
+  static nkr_error_t await_late_reply(HeldRequests::Place& place, sdo::Object object,
+                                      can::Clock::time_point until);
+  void take_late_reply(sdo::Object object);
+  nkr_error_t await_nameless_reply();
   nkr_error_t receive_until(can::Frame& frame, can::Clock::time_point deadline);
 
   [[nodiscard]] std::uint8_t node() const override { return node_; }
   nkr_error_t send(const can::Frame& frame) override;
+  nkr_error_t send_within(const can::Frame& frame) override;
   nkr_error_t receive(can::Frame& frame) override;
   void wait_anew() override;
   void send_abort(const can::Frame& frame) override;
@@ -75,6 +87,7 @@ class NodeChannel final : private sdo::Link {
   const std::size_t block_threshold_;
   HeardTimes& heard_;
   FifoGate gate_;
+  HeldRequests held_;
 
   std::mutex port_mutex_;  ///< opening against closing; whoever is inside the gate reads port_ without it
   std::unique_ptr<can::Port> port_;
@@ -92,6 +105,9 @@ class NodeChannel final : private sdo::Link {
   can::Clock::time_point last_heard_;
   can::Clock::time_point last_answer_;
   sdo::LateReplies late_replies_;
+  bool within_ = false;  ///< the transfer is opened: its answers name no object
+  /** An answer that names no object may still come until then. */
+  can::Clock::time_point nameless_until_;
 };
 
 }  // namespace nkr::canopen

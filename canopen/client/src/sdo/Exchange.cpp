@@ -16,7 +16,7 @@ nkr_error_t Exchange::next(can::Frame& frame) {
 
 nkr_error_t Exchange::initiate(const can::Frame& request, std::initializer_list<Reply> wanted,
                                can::Frame& reply) {
-  nkr_error_t result = send(request);
+  nkr_error_t result = link_.send(request);
   while (result == NKR_OK) {
     result = next(reply);
     if (result != NKR_OK) break;
@@ -45,12 +45,18 @@ bool Exchange::is_stray(const can::Frame& frame) const {
 
 nkr_error_t Exchange::continue_with(const can::Frame& request, Reply wanted, can::Frame& reply) {
   nkr_error_t result = send(request);
-  while (result == NKR_OK) {
-    result = next(reply);
+  for (bool doubled = false; result == NKR_OK;) {
+    result = link_.receive(reply);
+    if (result == NKR_SDO_TIMED_OUT) return fail(doubled ? NKR_SDO_TOGGLE_BIT : result);
     if (result != NKR_OK) break;
     if (is_stray(reply)) continue;
+    if (reply == last_segment_) {
+      doubled = true;
+      continue;
+    }
     const Reply kind = reply_kind(reply);
     if (kind == Reply::abort) return abort_result(reply);
+    if (kind == Reply::upload_segment || kind == Reply::download_segment) last_segment_ = reply;
     return kind == wanted ? NKR_OK : fail(NKR_SDO_UNKNOWN_COMMAND);
   }
   return result;

@@ -29,7 +29,7 @@ class Exchange {
   /** Sends within the opened transfer; the reply is of the kind `wanted` (these name no object). */
   nkr_error_t continue_with(const can::Frame& request, Reply wanted, can::Frame& reply);
   /** Sends within the opened transfer; the answer is taken by `next_segment`. */
-  nkr_error_t send(const can::Frame& request) { return link_.send(request); }
+  nkr_error_t send(const can::Frame& request) { return link_.send_within(request); }
   /** The next segment of a block upload. A segment may have any content: nothing is dropped but aborts of
    * other transfers. A time-out does not end the transfer: lost segments can be asked for. */
   nkr_error_t next_segment(can::Frame& segment);
@@ -42,7 +42,8 @@ class Exchange {
 
   Link& link_;
   const Object object_;
-  can::Frame opening_;  ///< the reply that opened the transfer: it may arrive doubled
+  can::Frame opening_;       ///< the reply that opened the transfer: it may arrive doubled
+  can::Frame last_segment_;  ///< may arrive doubled, too: the next one has another toggle bit
 };
 
 }  // namespace nkr::canopen::sdo

@@ -24,20 +24,29 @@ void LateReplies::expect(Object object, can::Clock::time_point until) {
   entries_[count_++] = {object, until};
 }
 
-void LateReplies::arrived(const can::Frame& frame) {
+/** Segments name no object. */
+bool LateReplies::answers(const can::Frame& frame, Object object) {
   const Reply kind = reply_kind(frame);
-  if (kind == Reply::upload_segment || kind == Reply::download_segment) return;
+  return kind != Reply::upload_segment && kind != Reply::download_segment && names_object(frame, object);
+}
+
+void LateReplies::arrived(const can::Frame& frame) {
   for (std::size_t i = 0; i < count_; ++i) {
-    if (names_object(frame, entries_[i].object)) return remove(i);
+    if (answers(frame, entries_[i].object)) return remove(i);
   }
 }
 
-bool LateReplies::is_expected(Object object, can::Clock::time_point now,
-                              can::Clock::time_point& until) const {
-  for (std::size_t i = 0; i < count_; ++i) {
-    if (entries_[i].object != object || entries_[i].until <= now) continue;
-    until = entries_[i].until;
-    return true;
+bool LateReplies::is_expected(Object object, can::Clock::time_point now, can::Clock::time_point& until) {
+  for (std::size_t i = 0; i < count_;) {
+    if (entries_[i].until <= now) {
+      remove(i);
+      continue;
+    }
+    if (entries_[i].object == object) {
+      until = entries_[i].until;
+      return true;
+    }
+    ++i;
   }
   return false;
 }

@@ -16,13 +16,14 @@ namespace nkr::canopen::sdo {
  */
 class LateReplies {
  public:
-  [[nodiscard]] bool empty() const { return count_ == 0; }
   /** An answer about the object may come until then. */
   void expect(Object object, can::Clock::time_point until);
+  /** Whether the frame may be the answer to a request about the object. */
+  static bool answers(const can::Frame& frame, Object object);
   /** A frame of the node's server arrived. */
   void arrived(const can::Frame& frame);
   /** Whether an answer about the object may still come, and until when. */
-  bool is_expected(Object object, can::Clock::time_point now, can::Clock::time_point& until) const;
+  bool is_expected(Object object, can::Clock::time_point now, can::Clock::time_point& until);
 
  private:
   struct Entry {

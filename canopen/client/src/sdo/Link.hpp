@@ -20,6 +20,9 @@ class Link {
 
   /** Sends a request; the time for its answer starts now. */
   virtual nkr_error_t send(const can::Frame& frame) = 0;
+  /** Sends within an opened transfer: the answer names no object, so it waits until no such answer is owed to
+   * an earlier transfer. */
+  virtual nkr_error_t send_within(const can::Frame& frame) = 0;
   /** The next frame of the node's server; NKR_SDO_TIMED_OUT when the last request's time is over. */
   virtual nkr_error_t receive(can::Frame& frame) = 0;
   /** The time for the next answer starts anew: the server sends many frames for one request. */
