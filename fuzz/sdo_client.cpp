@@ -25,6 +25,7 @@ class FuzzedServer final : public nkr::canopen::sdo::Link {
     if (frame.size != 8 || frame.id != 0x601) std::abort();
     return NKR_OK;
   }
+  nkr_error_t send_within(const Frame& frame) override { return send(frame); }
   nkr_error_t receive(Frame& frame) override {
     if (bytes_ == end_) return NKR_SDO_TIMED_OUT;
     frame = Frame();

@@ -197,6 +197,33 @@ TEST_F(WithDrive, AnUnexpectedRestartIsToldAndThePdosAreLookedUpAgain) {
   EXPECT_EQ(sync(out), NKR_OK) << "the mapping is as shipped again: everything comes by SDO";
 }
 
+TEST_F(WithDrive, ARestartedDriveGetsItsConfigurationBackAndStaysStill) {
+  using nkr::canopen::object_value;
+  ASSERT_EQ(client.setNodeConfiguration(
+                kNode, {object_value(0x18000100, 0xC000018AU), object_value(0x1A000000, std::uint8_t{0}),
+                        object_value(0x1A000100, 0x60410010U), object_value(0x1A000200, 0x606C0020U),
+                        object_value(0x1A000000, std::uint8_t{2}), object_value(0x18000200, std::uint8_t{1}),
+                        object_value(0x18000100, 0x4000018AU), object_value(0x10170000, std::uint16_t{50})}),
+            NKR_OK);
+  ASSERT_TRUE(came(Event::Kind::configured));
+  make_operational();
+  for (const std::uint8_t control_word : {std::uint8_t{0x06}, std::uint8_t{0x07}, std::uint8_t{0x0F}})
+    ASSERT_EQ(client.setValue(kNode, 0x60400010, std::uint16_t{control_word}), NKR_OK);
+  nkr_error_t result = NKR_ERROR;
+  const auto somebody_else = bus->open({{0x7FF}}, result);
+  somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max());
+  ASSERT_TRUE(came(Event::Kind::recovered));
+  std::uint32_t mapped = 0;
+  EXPECT_EQ(client.getValue(kNode, 0x1A000220, mapped), NKR_OK);
+  EXPECT_EQ(mapped, 0x606C0020U);
+  std::uint16_t status_word = 0;
+  EXPECT_EQ(client.getValue(kNode, 0x60410010, status_word), NKR_OK);
+  EXPECT_NE(status_word & 0x6F, 0x27) << "not enabled again";
+  make_operational();
+  TavOut out{};
+  EXPECT_EQ(sync(out), NKR_OK) << "by PDO again";
+}
+
 TEST_F(WithDrive, ManyThreadsShareTheDrive) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {

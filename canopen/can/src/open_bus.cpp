@@ -19,6 +19,14 @@ std::string bring_up(const std::string& interface) {
   return interface.rfind("vcan", 0) == 0 ? command : command + " type can bitrate 500000 restart-ms 100";
 }
 
+std::string path_of(const std::string& unix_name) {
+  return unix_name.substr(sizeof kUnixPrefix - 1);
+}
+
+bool is_unix(const std::string& name) {
+  return name.rfind(kUnixPrefix, 0) == 0;
+}
+
 template <typename CheckedBus>
 std::shared_ptr<Bus> checked(const std::string& where, nkr_error_t& result, std::string& explanation) {
   auto bus = std::make_shared<CheckedBus>(where);
@@ -32,9 +40,14 @@ std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result, std:
   explanation.clear();
   result = NKR_OK;
   if (name == kVirtualName) return std::make_shared<InProcessBus>();
-  if (name.rfind(kUnixPrefix, 0) == 0)
-    return checked<UnixBus>(name.substr(sizeof kUnixPrefix - 1), result, explanation);
+  if (is_unix(name)) return checked<UnixBus>(path_of(name), result, explanation);
   return checked<SocketCanBus>(name, result, explanation);
+}
+
+std::shared_ptr<Bus> make_bus(const std::string& name) {
+  if (name == kVirtualName) return std::make_shared<InProcessBus>();
+  if (is_unix(name)) return std::make_shared<UnixBus>(path_of(name));
+  return std::make_shared<SocketCanBus>(name);
 }
 
 std::string bus_advice(const std::string& bus_name, nkr_error_t code) {

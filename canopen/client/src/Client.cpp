@@ -79,6 +79,11 @@ nkr_error_t Client::expectNode(std::uint8_t nodeId, Duration within) {
   return refused;
 }
 
+nkr_error_t Client::setNodeConfiguration(std::uint8_t nodeId, NodeConfiguration configuration) {
+  if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
+  return core_->keep_configuration(nodeId, std::move(configuration));
+}
+
 nkr_error_t Client::startHeartbeat(std::uint8_t nodeId, Duration period) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;

@@ -50,8 +50,9 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
   if (!bus_) return;
   for (std::uint8_t node = 1; node <= kLastNode; ++node)
     channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_, heard_);
-  port_ = bus_->open({{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}}, opening_result_);
-  if (!port_) return;
+  const std::vector<can::Filter> filters{{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}};
+  port_ = std::make_unique<DeferredPort>(*bus_, filters);
+  port_->open();
   timers_.set(Timers::Slot::heartbeat_consumer, TimePoint::max(), [this](TimePoint /*due*/) {
     post(nmt_.check(Clock::now()));
     return nmt_.next_check();
@@ -69,6 +70,7 @@ Client::Core::~Core() {
 
 void Client::Core::close() {
   closed_ = true;
+  recovery_.close();
   timers_.close();
   if (port_) port_->close();
   for (const auto& channel : channels_) {
@@ -84,8 +86,8 @@ void Client::Core::close() {
 }
 
 nkr_error_t Client::Core::refusal() const {
-  if (opening_result_ != NKR_OK) return opening_result_;
-  return closed_.load() ? NKR_CAN_CLOSED : NKR_OK;
+  if (!port_) return NKR_CAN_NOT_CONNECTED;
+  return closed_.load() ? NKR_CAN_CLOSED : port_->open();
 }
 
 nkr_error_t Client::Core::refusal(std::uint8_t node) const {
@@ -212,13 +214,42 @@ void Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
   watch_heartbeats();
 }
 
+nkr_error_t Client::Core::keep_configuration(std::uint8_t node, NodeConfiguration configuration) {
+  if (!port_) return NKR_CAN_NOT_CONNECTED;
+  if (closed_.load()) return NKR_CAN_CLOSED;
+  for (const ObjectValue& value : configuration) {
+    if (commands_motion(value.address)) return NKR_ERROR;
+  }
+  recovery_.keep(node, std::move(configuration));
+  return NKR_OK;
+}
+
+nkr_error_t Client::Core::write(std::uint8_t node, const ObjectValue& value) {
+  return download(node, value.address, value.bytes.data(), value.bytes.size());
+}
+
+/** What can only be written cannot be compared. */
+nkr_error_t Client::Core::compare(std::uint8_t node, const ObjectValue& value) {
+  sdo::BytesSink sink;
+  const nkr_error_t result = upload(node, value.address, sink);
+  if (result != NKR_OK) return result == NKR_SDO_WRITE_ONLY ? NKR_OK : result;
+  std::vector<std::uint8_t>& bytes = sink.bytes();
+  if (!sink.size_stated() && bytes.size() > value.bytes.size()) bytes.resize(value.bytes.size());
+  return bytes == value.bytes ? NKR_OK : NKR_ERROR;
+}
+
+bool Client::Core::bus_is_there() const {
+  const can::BusState state = port_->status().state;
+  return state != can::BusState::interface_gone && state != can::BusState::bus_off;
+}
+
 /** Has the timers look at the heartbeats when the earliest may be lost. */
 void Client::Core::watch_heartbeats() {
   timers_.wake(Timers::Slot::heartbeat_consumer, nmt_.next_check());
 }
 
 void Client::Core::post(const NmtMonitor::Events& events) {
-  for (const Event& event : events) events_.post(event);
+  for (const Event& event : events) recovery_.tell(event);
 }
 
 void Client::Core::received(nkr_error_t result, const can::Frame& frame) {
@@ -226,17 +257,17 @@ void Client::Core::received(nkr_error_t result, const can::Frame& frame) {
   if (std::exchange(bus_failed_, false)) {
     Event event;
     event.kind = Event::Kind::bus_returned;
-    events_.post(event);
+    recovery_.tell(event);
   }
   if (!frame.extended && !frame.remote && !frame.error && (frame.id & kNodeMask) != 0) arrived(frame);
 }
 
 void Client::Core::bus_failed(nkr_error_t result) {
-  if (result != NKR_CAN_BUS_OFF && result != NKR_CAN_INTERFACE_GONE) return;
+  if (result == NKR_CAN_TIMED_OUT) return;
   bus_failed_ = true;
   Event event;
   event.kind = result == NKR_CAN_BUS_OFF ? Event::Kind::bus_off : Event::Kind::interface_gone;
-  events_.post(event);
+  recovery_.tell(event);
 }
 
 void Client::Core::arrived(const can::Frame& frame) {

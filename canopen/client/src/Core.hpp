@@ -10,6 +10,7 @@
 #include <nkr/canopen/Client.hpp>
 #include <ostream>
 
+#include "DeferredPort.hpp"
 #include "Diagnosis.hpp"
 #include "EmergencyHistory.hpp"
 #include "EventQueue.hpp"
@@ -20,6 +21,7 @@
 #include "NodeChannel.hpp"
 #include "ProcessData.hpp"
 #include "Producers.hpp"
+#include "Recovery.hpp"
 #include "Timeouts.hpp"
 #include "Timers.hpp"
 #include "sdo/Sink.hpp"
@@ -27,17 +29,17 @@
 namespace nkr::canopen {
 
 /** The parts of a client and how they work together. */
-class Client::Core {
+class Client::Core final : private Recovery::Access {
  public:
   Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options);
-  ~Core();
+  ~Core() override;
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
   static bool is_node(std::uint8_t node) { return node >= 1 && node <= kLastNode; }
 
   void close();
-  [[nodiscard]] bool is_ready() const { return opening_result_ == NKR_OK && !closed_.load(); }
+  [[nodiscard]] bool is_ready() const { return refusal() == NKR_OK; }
 
   /** `by_block`: the object may be long. */
   nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block = false);
@@ -47,6 +49,7 @@ class Client::Core {
   /** The node shall give a sign of life within that time. */
   void expect(std::uint8_t node, Duration within);
   void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
+  nkr_error_t keep_configuration(std::uint8_t node, NodeConfiguration configuration);
 
   /** NKR_OK when requests can be made. */
   [[nodiscard]] nkr_error_t refusal() const;
@@ -85,10 +88,14 @@ class Client::Core {
   void post(const NmtMonitor::Events& events);
   void watch_heartbeats();
 
+  // For the recovery:
+  nkr_error_t write(std::uint8_t node, const ObjectValue& value) override;
+  nkr_error_t compare(std::uint8_t node, const ObjectValue& value) override;
+  [[nodiscard]] bool bus_is_there() const override;
+
   const ClientOptions options_;
   const std::unique_ptr<can::FrameHistory> history_;  ///< null when none is kept
   const std::shared_ptr<can::Bus> bus_;
-  nkr_error_t opening_result_ = NKR_CAN_NOT_CONNECTED;
   std::atomic<bool> closed_{false};
   bool bus_failed_ = false;  ///< of the listener's thread
   Timeouts timeouts_;
@@ -97,12 +104,13 @@ class Client::Core {
   EmergencyHistory emergencies_;
   FailureLog failures_;
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
-  std::unique_ptr<can::Port> port_;  ///< for all that is no SDO; never replaced
+  std::unique_ptr<DeferredPort> port_;  ///< for all that is no SDO; null without a bus
   std::unique_ptr<Producers> producers_;
   std::mutex process_data_mutex_;
   std::array<std::unique_ptr<ProcessData>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.
   EventQueue events_;
+  Recovery recovery_{*this, events_};
   Timers timers_;
   std::unique_ptr<Listener> listener_;
 };

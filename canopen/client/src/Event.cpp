@@ -24,6 +24,12 @@ const char* to_string(Event::Kind kind) {
       return "interface gone";
     case Event::Kind::bus_returned:
       return "bus returned";
+    case Event::Kind::configured:
+      return "configured";
+    case Event::Kind::recovered:
+      return "recovered";
+    case Event::Kind::configuration_failed:
+      return "configuration failed";
   }
   return "unknown";
 }

@@ -21,6 +21,12 @@ namespace nkr::can {
 std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result, std::string& explanation);
 
 /**
+ * The same bus without a look whether it is there: a client on it works as soon as the interface comes.
+ * Opening its ports says what open_bus would.
+ */
+std::shared_ptr<Bus> make_bus(const std::string& name);
+
+/**
  * What a user can do about a bus that answers `code` (NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE,
  * NKR_CAN_TX_OVERFLOW ...), in one sentence with the command that helps; empty when there is nothing to say.
  */

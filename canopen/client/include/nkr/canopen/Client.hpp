@@ -8,6 +8,7 @@
 #include <nkr/canopen/ClientOptions.hpp>
 #include <nkr/canopen/Emergency.hpp>
 #include <nkr/canopen/Event.hpp>
+#include <nkr/canopen/NodeConfiguration.hpp>
 #include <nkr/canopen/RequestFailure.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <nkr/canopencore/IService.hpp>
@@ -37,7 +38,8 @@ class Client final : public canopencore::IService {
  public:
   using Duration = std::chrono::milliseconds;
 
-  /** Opens the bus; isInitialized() tells whether that succeeded. */
+  /** Opens the bus; isInitialized() tells whether that succeeded. An interface that is missing is opened when
+   * it comes; until then requests answer why there is none. */
   explicit Client(std::shared_ptr<can::Bus> bus, const ClientOptions& options = {});
   /** Closes. No call may be under way or follow. */
   ~Client() override;
@@ -63,6 +65,17 @@ class Client final : public canopencore::IService {
 
   /** When the node gives no sign of life within that time, the event never_heard tells. */
   nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
+
+  /**
+   * What is to be in the node: written and read back now, when the node starts, and when the node or the bus
+   * returns from a loss. The events configured, recovered and configuration_failed tell of it; a node that is
+   * not there is served when it comes. A node that did not restart and still has it all is not written to.
+   * Nothing starts the node or its motion: that is the application's. Replaces what was set before; an empty
+   * configuration ends it.
+   * @return NKR_ERROR for an object that commands motion (control word 6040h, mode 6060h, set-points such as
+   * 6042h; of each axis)
+   */
+  nkr_error_t setNodeConfiguration(std::uint8_t nodeId, NodeConfiguration configuration);
 
   /** @name What the host sends by the clock
    * The host's heartbeat lets a drive notice that the host died (object 1016h). It also starts by the

@@ -1,6 +1,8 @@
 #ifndef NKR_CANOPEN_EVENT_HPP
 #define NKR_CANOPEN_EVENT_HPP
 
+#include <nkr/error.h>
+
 #include <cstdint>
 #include <functional>
 #include <nkr/canopen/Emergency.hpp>
@@ -21,12 +23,17 @@ struct Event {
     bus_off,             ///< the CAN controller went bus off
     interface_gone,      ///< the CAN interface is down or removed
     bus_returned,        ///< the first frame after bus off or interface gone
+    configured,          ///< the node's configuration was written and read back for the first time
+    recovered,           ///< the node or the bus is back, and the node's configuration was read back from it
+    configuration_failed,  ///< the node's configuration is not in it: `result` and `address` say why
   };
 
   Kind kind = Kind::boot_up;
   std::uint8_t node = 0;                                         ///< 0 for what concerns the bus
   canopencore::NMTState state = canopencore::NMTState::UNKNOWN;  ///< the node's state after the event
   Emergency emergency;                                           ///< of an emergency
+  nkr_error_t result = NKR_OK;  ///< of configuration_failed: NKR_ERROR when it read back another value
+  std::uint32_t address = 0;    ///< of configuration_failed: the object, index << 16 | subindex << 8
 };
 
 /** What the kind is called: "heartbeat lost" ... */
