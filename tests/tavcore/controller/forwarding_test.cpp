@@ -122,6 +122,20 @@ void for_each_forwarded_operation(Each each) {
 
 constexpr std::size_t kForwardedOperations = 103;
 
+/** Likewise for the operations that the controller serves itself. */
+template <class Each>
+void for_each_own_operation(Each each) {
+  using Text = nkr_error_t (IManufacturerService::*)(std::string&) const;
+  each("getAxisData", &IDiagnosticService::getAxisData);
+  each("getTavInfos", &IDiagnosticService::getTavInfos);
+  each("setTavInfos", &IDiagnosticService::setTavInfos);
+  each("enterInOperationEnabledState", &IPDSService::enterInOperationEnabledState);
+  each("getSWVersion", Text{&IManufacturerService::getSWVersion});
+  each("getHWVersion", Text{&IManufacturerService::getHWVersion});
+  each("checkHWCompatibility", &IManufacturerService::checkHWCompatibility);
+  each("getOdometryValue", &IManufacturerService::getOdometryValue);
+}
+
 template <class Parameters>
 void fill_with_a_pattern(Parameters& parameters) {
   std::apply(
@@ -202,6 +216,19 @@ TEST_F(ControllerForwarding, BeforeInitEveryOperationIsRefusedWithItsOwnRecordAn
     log.clear();
   });
   EXPECT_EQ(operations, kForwardedOperations);
+}
+
+TEST_F(ControllerForwarding, TheControllersOwnOperationsAreReachedThroughTheirInterfacesToo) {
+  for_each_own_operation([&](const std::string& name, auto operation) {
+    SCOPED_TRACE(name);
+    log.clear();
+    Controller controller;
+    typename View<decltype(operation)>::Arguments arguments;
+    fill_with_a_pattern(arguments);
+    EXPECT_EQ(View<decltype(operation)>::call(controller, operation, arguments), NKR_NOT_AVAILABLE);
+    EXPECT_TRUE(holds_the_pattern(arguments));
+    expect_single_record(0, 2, name, std::nullopt, "TAV Controller is not initialized");
+  });
 }
 
 TEST_F(ControllerForwarding, AfterInitEveryOperationHandsTheSameArgumentsOnAndReturnsTheResultUnchanged) {
