@@ -11,6 +11,7 @@
 #include <string_view>
 #include <tavcore/Config.hpp>
 #include <tavcore/ICANOpenDispatcher.hpp>
+#include <type_traits>
 
 namespace nkr::tools {
 class EDSParser;
@@ -248,10 +249,10 @@ class CANOpenDispatcher : public ICANOpenDispatcher {
    * T: bool, unsigned char, short, unsigned short, int, unsigned int, float; by address the unsigned types.
    * @{ */
   void log_set_success(const std::string& name, unsigned int address, const std::string& value) const;
-  template <class T>
+  template <class T, class = std::enable_if_t<std::is_arithmetic_v<T>>>
   void log_set_success(const std::string& name, unsigned int address, const T& value) const;
   void log_set_success_address(unsigned int address, const std::string& value) const;
-  template <class T>
+  template <class T, class = std::enable_if_t<std::is_arithmetic_v<T>>>
   void log_set_success_address(unsigned int address, const T& value) const;
   /** @} */
 

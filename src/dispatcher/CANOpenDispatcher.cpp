@@ -172,7 +172,7 @@ void CANOpenDispatcher::log_set_success(const std::string& name, unsigned int ad
   record_write(name, address, value);
 }
 
-template <class T>
+template <class T, class>
 void CANOpenDispatcher::log_set_success(const std::string& name, unsigned int address, const T& value) const {
   record_write(name, address, value);
 }
@@ -182,7 +182,7 @@ void CANOpenDispatcher::log_set_success_address(unsigned int address, const std:
                   [&] { return node_and_address("setValue", node_id_, address) + " : " + value; });
 }
 
-template <class T>
+template <class T, class>
 void CANOpenDispatcher::log_set_success_address(unsigned int address, const T& value) const {
   log_record_with({context(), NKR_LOG_TRACE, Here::now(__func__), kDispatcherClass}, [&] {
     return node_and_address("setValue", node_id_, address) + " : " + log_text_of(value);

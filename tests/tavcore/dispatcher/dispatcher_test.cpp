@@ -366,9 +366,9 @@ TEST_F(DispatcherTest, TheClientSeesTheLowByteOfTheNodeId) {
 
 TEST_F(DispatcherTest, TheSuccessRecordsCanBeWrittenAlone) {
   DispatcherBench& bench = loaded();
-  bench.dispatcher->log_set_success("x", 0x60410010, std::string("text"));
+  bench.dispatcher->log_set_success("x", 0x60410010, "text");
   bench.dispatcher->log_set_success("x", 0x60410010, 2.5F);
-  bench.dispatcher->log_set_success_address(0x60410010, std::string("text"));
+  bench.dispatcher->log_set_success_address(0x60410010, "text");
   bench.dispatcher->log_set_success_address(0x60410010, u8(200));
   expect_records(
       {dispatcher_record(5, "log_set_success", "setValue nodeId=5 address=1614872592 (x) : text"),
