@@ -9,19 +9,6 @@ namespace {
 constexpr nkr_error_t kTimeout = 0x05040000;
 constexpr nkr_error_t kDeviceState = 0x08000022;
 
-using Line = std::string;
-
-Line line_of(const LogEntry& record) {
-  return std::to_string(record.context) + " | " + std::to_string(record.level) + " | " + record.function +
-         " | " + record.class_name.value_or("(no class)") + " | " + record.text;
-}
-
-std::vector<Line> lines_of(const std::vector<LogEntry>& records) {
-  std::vector<Line> lines;
-  for (const LogEntry& record : records) lines.push_back(line_of(record));
-  return lines;
-}
-
 std::vector<std::string> texts_of(const Values& values) {
   std::vector<std::string> texts;
   for (const Value& value : values) texts.push_back(text_of(value));

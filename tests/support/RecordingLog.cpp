@@ -71,6 +71,17 @@ LogEntry entry_of(const nkr_log_msg& message) {
 
 }  // namespace
 
+std::string line_of(const LogEntry& record) {
+  return std::to_string(record.context) + " | " + std::to_string(record.level) + " | " + record.function +
+         " | " + record.class_name.value_or("(no class)") + " | " + record.text;
+}
+
+std::vector<std::string> lines_of(const std::vector<LogEntry>& records) {
+  std::vector<std::string> lines;
+  for (const LogEntry& record : records) lines.push_back(line_of(record));
+  return lines;
+}
+
 RecordingLog::RecordingLog() {
   const std::lock_guard<std::mutex> lock(state().mutex);
   EXPECT_FALSE(state().alive) << "one recording log at a time";

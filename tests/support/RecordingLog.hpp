@@ -20,6 +20,10 @@ struct LogEntry {
   std::string text;
 };
 
+/** A record as one line, without the line number of its source: what tests compare. */
+[[nodiscard]] std::string line_of(const LogEntry& record);
+[[nodiscard]] std::vector<std::string> lines_of(const std::vector<LogEntry>& records);
+
 /** A step of building a record that can be told to fail. */
 enum class LogStep { NONE, BUFFER, BEGIN, HEADER, STRING, NUMBER, END, SEND };
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "SafetyBench.hpp"
+#include "support/RecordingLog.hpp"
 
 namespace tavtest {
 
@@ -24,6 +25,9 @@ class Reference {
   using Bytes = std::vector<std::uint8_t>;
 
   explicit Reference(RecordingClient& client) : client_(client), description_(safety_description()) {}
+
+  /** The records that go with the accesses made so far. */
+  [[nodiscard]] const std::vector<LogEntry>& records() const { return records_; }
 
   nkr_error_t get_sto(Safe::STOParameters& parameters, std::uint16_t& signature);
   nkr_error_t get_sls(int n, Safe::SLSParameters& parameters, std::uint16_t& signature);
@@ -55,25 +59,63 @@ class Reference {
  private:
   template <class T>
   nkr_error_t read(const std::string& name, T& value) {
-    return client_.getValue(DispatcherBench::kNode, description_.address(name), value);
+    const std::uint32_t address = description_.address(name);
+    const nkr_error_t result = client_.getValue(DispatcherBench::kNode, address, value);
+    const std::string text = "getValue" + place(address) + " (" + name + ")";
+    if (result == NKR_OK) {
+      note(kTrace, "get_value", text);
+    } else {
+      note(kFailure, "get_value", text + " : failed !");
+    }
+    return result;
   }
   template <class T>
   nkr_error_t write(const std::string& name, const T& value) {
-    return client_.setValue(DispatcherBench::kNode, description_.address(name), value);
+    const std::uint32_t address = description_.address(name);
+    const nkr_error_t result = client_.setValue(DispatcherBench::kNode, address, value);
+    const std::string text = "setValue" + place(address) + " (" + name + ") : ";
+    if (result == NKR_OK) {
+      note(kTrace, "log_set_success", text + std::to_string(value));
+    } else {
+      note(kFailure, "set_value", text + "failed !");
+    }
+    return result;
   }
   template <class T>
   nkr_error_t read_at(std::uint32_t index, int subindex, T& value) {
-    return client_.getValue(DispatcherBench::kNode, at(index, static_cast<std::uint32_t>(subindex)), value);
+    const std::uint32_t address = at(index, static_cast<std::uint32_t>(subindex));
+    const nkr_error_t result = client_.getValue(DispatcherBench::kNode, address, value);
+    if (result != NKR_OK) note(kFailure, "get_value_by_address", "getValue" + place(address));
+    return result;
   }
   template <class T>
   nkr_error_t write_at(std::uint32_t index, int subindex, const T& value) {
-    return client_.setValue(DispatcherBench::kNode, at(index, static_cast<std::uint32_t>(subindex)), value);
+    const std::uint32_t address = at(index, static_cast<std::uint32_t>(subindex));
+    const nkr_error_t result = client_.setValue(DispatcherBench::kNode, address, value);
+    const std::string text = "setValue" + place(address) + " : ";
+    if (result == NKR_OK) {
+      note(kTrace, "log_set_success_address", text + std::to_string(value));
+    } else {
+      note(kFailure, "set_value_by_address", text + "failed !");
+    }
+    return result;
+  }
+
+  static constexpr std::uint32_t kFailure = 2;
+  static constexpr std::uint32_t kTrace = 5;
+
+  static std::string place(std::uint32_t address) {
+    return " nodeId=" + std::to_string(DispatcherBench::kNode) + " address=" + std::to_string(address);
+  }
+  void note(std::uint32_t level, const std::string& function, const std::string& text) {
+    records_.push_back({DispatcherBench::kContext, level, function, 0, "CANOpenDispatcher", text});
   }
   /** The instance's own bytes, the mapping's, and the signature to index:n. */
   nkr_error_t sign(Bytes bytes, std::uint32_t index, int n);
 
   RecordingClient& client_;
   EdsFixture description_;
+  std::vector<LogEntry> records_;
 };
 
 }  // namespace tavtest

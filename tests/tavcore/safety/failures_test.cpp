@@ -1,5 +1,5 @@
 // Every safety operation beside its literal form, with a failure at every access: same accesses, same values
-// written, same result, same outputs.
+// written, same result, same outputs, same records.
 
 #include <gtest/gtest.h>
 
@@ -226,6 +226,9 @@ SRDOConfiguration drive_srdo() {
   return {2, 1, 25, 20, 254, 0x101, 0x102, {0x62100108, 0x62110108, 0x62100208, 0x62110208}};
 }
 
+/** Longer operations (the refresh of all signatures) are not compared in every detail at every access. */
+constexpr std::size_t kShort = 150;
+
 /** A drive that answers as the configuration says. */
 class FailurePatterns : public testing::TestWithParam<Case> {
  protected:
@@ -239,22 +242,28 @@ class FailurePatterns : public testing::TestWithParam<Case> {
 
   /** The same faults for both; everything that can be seen must be the same. */
   void compare(const std::function<void(RecordingClient&)>& break_it) {
+    compare(break_it, accesses_.size() <= kShort);
+  }
+
+  void compare(const std::function<void(RecordingClient&)>& break_it, bool with_records) {
     RecordingClient& client = *bench_.client;
-    const Observed expected = run(client, break_it, [&] {
-      Reference reference(client);
-      return GetParam().reference(reference);
-    });
+    Reference reference(client);
+    const Observed expected = run(client, break_it, [&] { return GetParam().reference(reference); });
     const std::vector<tavtest::Access> expected_accesses = client.accesses;
+    log_.answer_enabled(with_records ? NKR_OK : 0);
+    log_.clear();
     const Observed actual = run(client, break_it, [&] { return GetParam().library(*bench_.dispatcher); });
     EXPECT_EQ(actual.result, expected.result);
     EXPECT_EQ(actual.outputs, expected.outputs);
     EXPECT_TRUE(client.accesses == expected_accesses);
+    if (with_records) {
+      EXPECT_EQ(lines_of(log_.records()), lines_of(reference.records()));
+    }
     accesses_ = expected_accesses;
   }
 
   /** Numbers of the accesses worth failing: of a long operation not every read of the mapping. */
   [[nodiscard]] std::vector<std::size_t> places() {
-    constexpr std::size_t kShort = 150;
     compare([](RecordingClient&) {});
     std::vector<std::size_t> all;
     for (std::size_t i = 0; i < accesses_.size(); ++i) {
@@ -304,6 +313,21 @@ TEST_P(FailurePatterns, AnswersTheSecondCodeOfTheAccessThatFailedTwice) {
       client.fail_access(nth + 1, kDeviceState);
     });
     ASSERT_FALSE(HasFailure()) << "failing access " << nth;
+  }
+}
+
+TEST_P(FailurePatterns, OfALongOperationAreRecordedAsThoseOfAShortOne) {
+  const std::vector<std::size_t> all = places();
+  for (std::size_t i = 0; i < all.size(); i += 13) {
+    for (const std::size_t times : {1U, 2U, 3U}) {
+      SCOPED_TRACE("failing access " + std::to_string(all[i]) + " and the next, " + std::to_string(times));
+      compare(
+          [&](RecordingClient& client) {
+            for (std::size_t k = 0; k < times; ++k) client.fail_access(all[i] + k, kTimeout);
+          },
+          true);
+    }
+    if (HasFailure()) return;
   }
 }
 

@@ -127,6 +127,80 @@ TEST_F(Verification, ReadsEachInputAndSignatureOnce) {
   }
 }
 
+/** The objects that a verification of SRDO 2 reads, in order. */
+std::vector<std::uint32_t> objects_in_order(const SafetyBench& bench) {
+  std::vector<std::uint32_t> objects;
+  const auto add = [&](const std::string& name) { objects.push_back(bench.address(name)); };
+  const auto add_instances = [&](const std::vector<std::string>& texts, int instances) {
+    for (int n = 1; n <= instances; ++n) {
+      for (const std::string& text : texts) add(text + std::to_string(n));
+    }
+  };
+  for (const char* unit : {"Time unit", "Position unit", "Velocity unit", "Acceleration unit"}) add(unit);
+  add("STO restart acknowledge behavior");
+  add_instances({"SLS time to velocity monitoring SLS time to velocity monitoring ",
+                 "SLS velocity limit u32 SLS velocity limit u32 ",
+                 "SLS time for velocity in limits SLS time for velocity in limits ",
+                 "SLS error reactions SLS error reaction "},
+                8);
+  add_instances({"SDI velocity zero window u32 SDI velocity zero window u32 "}, 2);
+  add_instances({"SBC brake time delay SBC brake time delay "}, 3);
+  add("STO activate SBC");
+  for (int bit = 0; bit < 6; ++bit) {
+    add("nkr_safety_word_scw_mapping_safein scw_cw_safein_bit" + std::to_string(bit));
+  }
+  for (int bit = 0; bit < 4; ++bit) {
+    add("nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit" + std::to_string(bit));
+  }
+  for (const auto& read : tavtest::mapping_reads()) objects.push_back(read.address);
+  const std::vector<std::pair<std::string, int>> functions = {{"STO", 1}, {"SLS", 8}, {"SDI", 2}, {"SBC", 3}};
+  for (const auto& [function, instances] : functions) {
+    const std::string text = function + " safety application configuration signature ";
+    add_instances({text + text}, instances);
+  }
+  add("Configuration valid");
+  for (const std::uint32_t subindex : {1U, 2U, 3U, 5U, 6U, 4U}) {
+    objects.push_back(tavtest::at(0x1302, subindex));
+  }
+  for (const std::uint32_t subindex : {0U, 1U, 2U}) objects.push_back(tavtest::at(0x1382, subindex));
+  objects.push_back(tavtest::at(0x13FF, 2));
+  return objects;
+}
+
+TEST_F(Verification, ReadsInOneOrder) {
+  (void)verify_safety(*bench_.dispatcher, {2});
+  std::vector<std::uint32_t> objects;
+  for (const auto& access : bench_.client->accesses) objects.push_back(access.address);
+  EXPECT_EQ(objects, objects_in_order(bench_));
+}
+
+TEST_F(Verification, ListsDifferencesInTheOrderOfTheSignature) {
+  bench_.hold(SafetyConfiguration{});
+  bench_.hold(SRDOConfiguration{2, 0, 0, 0, 0, 0, 0, {}});
+  const SafetyVerification v = verify_safety(*bench_.dispatcher, {2}, all_expected());
+  ASSERT_EQ(v.checks.size(), 15U);
+  const std::vector<std::string> mapping = {"66F0:02", "66F8:02"};
+  const auto before_mapping = [&](std::vector<std::string> names) {
+    names.insert(names.end(), mapping.begin(), mapping.end());
+    return names;
+  };
+  EXPECT_EQ(names_of(v.checks[0].differences), before_mapping({"STO restart acknowledge behavior"}));
+  EXPECT_EQ(names_of(v.checks[1].differences),
+            before_mapping({"Time unit", "Velocity unit", "Acceleration unit",
+                            "SLS time to velocity monitoring SLS time to velocity monitoring 1",
+                            "SLS velocity limit u32 SLS velocity limit u32 1",
+                            "SLS time for velocity in limits SLS time for velocity in limits 1",
+                            "SLS error reactions SLS error reaction 1"}));
+  EXPECT_EQ(names_of(v.checks[9].differences),
+            before_mapping({"Position unit", "Velocity unit",
+                            "SDI velocity zero window u32 SDI velocity zero window u32 1"}));
+  EXPECT_EQ(names_of(v.checks[11].differences),
+            before_mapping({"Time unit", "SBC brake time delay SBC brake time delay 1"}));
+  EXPECT_EQ(names_of(v.checks[14].differences),
+            (std::vector<std::string>{"1302:01", "1302:02", "1302:03", "1302:05", "1302:06", "1382:00",
+                                      "1382:01", "1382:02"}));
+}
+
 TEST_F(Verification, MarksTheInstanceWhoseSignatureIsAnother) {
   auto signatures = compute_safety_signatures(commissioned());
   signatures.sls[2] ^= 1;
