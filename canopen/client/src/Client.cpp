@@ -79,6 +79,20 @@ nkr_error_t Client::expectNode(std::uint8_t nodeId, Duration within) {
   return refused;
 }
 
+nkr_error_t Client::startNodeGuarding(std::uint8_t nodeId, Duration guardTime, unsigned lifeTimeFactor) {
+  const nkr_error_t refused = core_->refusal(nodeId);
+  if (refused != NKR_OK) return refused;
+  if (guardTime <= Duration::zero() || lifeTimeFactor == 0) return NKR_ERROR;
+  core_->start_guarding(nodeId, guardTime, lifeTimeFactor);
+  return NKR_OK;
+}
+
+nkr_error_t Client::stopNodeGuarding(std::uint8_t nodeId) {
+  const nkr_error_t refused = core_->refusal(nodeId);
+  if (refused == NKR_OK) core_->stop_guarding(nodeId);
+  return refused;
+}
+
 nkr_error_t Client::setNodeConfiguration(std::uint8_t nodeId, NodeConfiguration configuration) {
   if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
   return core_->keep_configuration(nodeId, std::move(configuration));

@@ -58,6 +58,7 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
     return nmt_.next_check();
   });
   producers_ = std::make_unique<Producers>(*port_, timers_, options_.sync_counter_overflow);
+  guarding_ = std::make_unique<NodeGuarding>(*port_, timers_);
   if (is_node(options_.host_node_id))
     producers_->start_heartbeat(options_.host_node_id, options_.host_heartbeat_period);
   listener_ = std::make_unique<Listener>(
@@ -212,6 +213,17 @@ void Client::Core::expect(std::uint8_t node, Duration within) {
 void Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
   nmt_.set_heartbeat_timeout(node, timeout);
   watch_heartbeats();
+}
+
+void Client::Core::start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor) {
+  nmt_.start_guarding(node, guard_time * life_time_factor, Clock::now());
+  guarding_->start(node, guard_time);
+  watch_heartbeats();
+}
+
+void Client::Core::stop_guarding(std::uint8_t node) {
+  guarding_->stop(node);
+  nmt_.stop_guarding(node);
 }
 
 nkr_error_t Client::Core::keep_configuration(std::uint8_t node, NodeConfiguration configuration) {

@@ -19,6 +19,7 @@
 #include "Listener.hpp"
 #include "NmtMonitor.hpp"
 #include "NodeChannel.hpp"
+#include "NodeGuarding.hpp"
 #include "ProcessData.hpp"
 #include "Producers.hpp"
 #include "Recovery.hpp"
@@ -49,6 +50,8 @@ class Client::Core final : private Recovery::Access {
   /** The node shall give a sign of life within that time. */
   void expect(std::uint8_t node, Duration within);
   void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
+  void start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor);
+  void stop_guarding(std::uint8_t node);
   nkr_error_t keep_configuration(std::uint8_t node, NodeConfiguration configuration);
 
   /** NKR_OK when requests can be made. */
@@ -106,6 +109,7 @@ class Client::Core final : private Recovery::Access {
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
   std::unique_ptr<DeferredPort> port_;  ///< for all that is no SDO; null without a bus
   std::unique_ptr<Producers> producers_;
+  std::unique_ptr<NodeGuarding> guarding_;
   std::mutex process_data_mutex_;
   std::array<std::unique_ptr<ProcessData>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.

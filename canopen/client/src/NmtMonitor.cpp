@@ -9,7 +9,8 @@ namespace {
 using canopencore::NMTState;
 
 constexpr std::uint8_t kNodeMask = 0x7F;
-constexpr std::uint8_t kStateMask = 0x7F;  // bit 7 is the toggle bit of node guarding
+constexpr std::uint8_t kStateMask = 0x7F;
+constexpr std::uint8_t kToggle = 0x80;  // of node guarding
 constexpr std::uint8_t kBootUp = 0;
 
 NMTState state_of(std::uint8_t code) {
@@ -26,11 +27,17 @@ NMTState state_of(std::uint8_t code) {
 }  // namespace
 
 NmtMonitor::TimePoint NmtMonitor::Node::lost_at() const {
-  return monitored && timeout != Duration::zero() ? last + timeout : TimePoint::max();
+  const Duration allowed = life_time != Duration::zero() ? life_time : timeout;
+  return monitored && allowed != Duration::zero() ? last + allowed : TimePoint::max();
 }
 
 NmtMonitor::TimePoint NmtMonitor::Node::due() const {
   return std::min(lost ? TimePoint::max() : lost_at(), heard ? TimePoint::max() : expected_until);
+}
+
+/** An answer with the toggle bit of the one before counts as not received (CiA 301, 7.2.8.2.2.1). */
+bool NmtMonitor::Node::is_repeated(std::uint8_t toggle) {
+  return life_time != Duration::zero() && std::exchange(last_toggle, toggle) == toggle;
 }
 
 NmtMonitor::NmtMonitor(Duration heartbeat_timeout) {
@@ -45,6 +52,7 @@ NmtMonitor::Events NmtMonitor::arrived(const can::Frame& frame, TimePoint now) {
   event.node = frame.id & kNodeMask;
   const std::lock_guard<std::mutex> lock(mutex_);
   Node& node = nodes_.at(event.node);
+  if (code != kBootUp && node.is_repeated(static_cast<std::uint8_t>(frame.data[0] & kToggle))) return events;
   node.last = now;
   if (code == kBootUp) {
     boot_up(node, event, events);
@@ -60,6 +68,7 @@ void NmtMonitor::boot_up(Node& node, Event event, Events& events) {
   const bool surprising = !std::exchange(node.reset_commanded, false) && node.heard;
   node.state = event.state = NMTState::PRE_OPERATIONAL;
   node.booting = true;
+  node.last_toggle = kNoToggle;
   event.kind = surprising ? Event::Kind::unexpected_boot_up : Event::Kind::boot_up;
   events.push_back(event);
 }
@@ -122,6 +131,28 @@ bool NmtMonitor::is_booting(std::uint8_t node, TimePoint& when) const {
 void NmtMonitor::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
   const std::lock_guard<std::mutex> lock(mutex_);
   nodes_.at(node).timeout = timeout;
+}
+
+void NmtMonitor::start_guarding(std::uint8_t id, Duration life_time, TimePoint now) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Node& node = nodes_.at(id);
+  node.life_time = life_time;
+  node.last_toggle = kNoToggle;
+  if (node.heard) {
+    node.monitored = true;
+    node.last = now;
+  } else {
+    node.expected_until = now + life_time;
+  }
+}
+
+void NmtMonitor::stop_guarding(std::uint8_t id) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Node& node = nodes_.at(id);
+  if (node.life_time == Duration::zero()) return;
+  node.life_time = Duration::zero();
+  node.monitored = node.lost = false;
+  node.expected_until = TimePoint::max();
 }
 
 void NmtMonitor::expect(std::uint8_t node, TimePoint until) {

@@ -14,7 +14,7 @@ namespace nkr::canopen {
 /** A thread that does a few things when their time has come, and sleeps otherwise. */
 class Timers {
  public:
-  enum class Slot : std::size_t { host_heartbeat, sync, heartbeat_consumer, count };
+  enum class Slot : std::size_t { host_heartbeat, sync, heartbeat_consumer, node_guarding, count };
   /** Does what was due then and answers when it is due again; Clock::time_point::max(): when it is woken. */
   using Task = std::function<can::Clock::time_point(can::Clock::time_point due)>;
 

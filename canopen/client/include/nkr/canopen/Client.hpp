@@ -67,6 +67,17 @@ class Client final : public canopencore::IService {
   nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
 
   /**
+   * Guards a node that has no heartbeat (CiA 301, 7.2.8.2.2): asks it for its state by a remote frame once
+   * every guard time, and counts it as lost after guardTime x lifeTimeFactor without an answer; the events
+   * are those of the heartbeat, and so is what getNMTState says. The node's own guard time and life time
+   * factor are its objects 100Ch and 100Dh. Not for a node that produces a heartbeat: its messages have no
+   * toggle bit. CiA advises the heartbeat for all new devices.
+   * @return NKR_ERROR for a guard time that is not positive or a factor of 0
+   */
+  nkr_error_t startNodeGuarding(std::uint8_t nodeId, Duration guardTime, unsigned lifeTimeFactor);
+  nkr_error_t stopNodeGuarding(std::uint8_t nodeId);
+
+  /**
    * What is to be in the node: written and read back now, when the node starts, and when the node or the bus
    * returns from a loss. The events configured, recovered and configuration_failed tell of it; a node that is
    * not there is served when it comes. A node that did not restart and still has it all is not written to.
