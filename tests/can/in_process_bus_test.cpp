@@ -291,4 +291,32 @@ TEST(InProcessBus, ManyThreadsSendWhilePortsComeAndGo) {
   EXPECT_EQ(handled, 4 * kRounds);
 }
 
+TEST(Deadline, BeginsWhenItIsFirstAskedFor) {
+  nkr::can::Deadline deadline(50ms);
+  EXPECT_FALSE(deadline.is_fixed());
+  std::this_thread::sleep_for(30ms);
+  const auto before = Clock::now();
+  EXPECT_GE(deadline.time(), before + 50ms);
+  EXPECT_GE(deadline.begin(), before);
+  EXPECT_EQ(deadline.time(), deadline.time());
+}
+
+TEST(InProcessBus, WhatIsThereAtOnceLeavesTheDeadlineOpen) {
+  InProcessBus bus;
+  const auto sender = open_port(bus);
+  const auto receiver = open_port(bus);
+  nkr::can::Deadline deadline(30ms);
+  EXPECT_EQ(sender->send_within({0x123, {1}}, deadline), NKR_OK);
+  nkr::can::Frame frame;
+  std::chrono::system_clock::time_point when;
+  EXPECT_EQ(receiver->receive_within(frame, deadline, &when), NKR_OK);
+  EXPECT_EQ(to_string(frame), "123#01");
+  EXPECT_NE(when, std::chrono::system_clock::time_point{});
+  EXPECT_FALSE(deadline.is_fixed());
+  const auto start = Clock::now();
+  EXPECT_EQ(receiver->receive_within(frame, deadline, nullptr), NKR_CAN_TIMED_OUT);
+  EXPECT_GE(Clock::now() - start, 30ms);
+  EXPECT_TRUE(deadline.is_fixed());
+}
+
 }  // namespace

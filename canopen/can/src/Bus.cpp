@@ -29,8 +29,17 @@ const char* to_string(BusState state) {
 nkr_error_t Port::receive_stamped(Frame& frame, Clock::time_point deadline,
                                   std::chrono::system_clock::time_point& when) {
   const nkr_error_t result = receive(frame, deadline);
-  when = std::chrono::system_clock::now();
+  if (result == NKR_OK) when = std::chrono::system_clock::now();
   return result;
+}
+
+nkr_error_t Port::send_within(const Frame& frame, Deadline& deadline) {
+  return send(frame, deadline.time());
+}
+
+nkr_error_t Port::receive_within(Frame& frame, Deadline& deadline,
+                                 std::chrono::system_clock::time_point* when) {
+  return when == nullptr ? receive(frame, deadline.time()) : receive_stamped(frame, deadline.time(), *when);
 }
 
 }  // namespace nkr::can

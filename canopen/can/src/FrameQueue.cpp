@@ -31,7 +31,8 @@ void FrameQueue::push(const Frame& frame) {
       ++dropped_;
       return;
     }
-    ring_[(first_ + count_++) & (ring_.size() - 1)] = frame;
+    ring_[(first_ + count_) & (ring_.size() - 1)] = frame;
+    count_.store(count_ + 1, std::memory_order_release);
     somebody_waits = waiters_ > 0;
   }
   if (somebody_waits) changed_.notify_one();
@@ -45,25 +46,39 @@ bool FrameQueue::take(Frame& frame, nkr_error_t& result) {
   if (count_ > 0) {
     frame = ring_[first_];
     first_ = (first_ + 1) & (ring_.size() - 1);
-    --count_;
+    count_.store(count_ - 1, std::memory_order_relaxed);
     result = NKR_OK;
     return true;
   }
   if (event_ != NKR_OK) {
     result = std::exchange(event_, NKR_OK);
+    has_news_ = false;
     return true;
   }
   return false;
 }
 
 nkr_error_t FrameQueue::pop(Frame& frame, Clock::time_point deadline) {
+  const bool only_looks = deadline == Clock::time_point{};
+  // Nothing is there: neither the lock nor the clock is needed to say so.
+  if (only_looks && count_.load(std::memory_order_acquire) == 0 && !has_news_.load(std::memory_order_acquire))
+    return NKR_CAN_TIMED_OUT;
   std::unique_lock<std::mutex> lock(mutex_);
   nkr_error_t result = NKR_CAN_TIMED_OUT;
-  if (take(frame, result)) return result;
-  // Only a look at what is there: no system call, and for the epoch not even one at the clock.
-  if (deadline == Clock::time_point{} || deadline <= Clock::now()) return result;
-  ++waiters_;
+  if (take(frame, result) || only_looks || deadline <= Clock::now()) return result;
+  return wait(lock, frame, deadline);
+}
+
+nkr_error_t FrameQueue::pop(Frame& frame, Deadline& deadline) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  nkr_error_t result = NKR_CAN_TIMED_OUT;
+  return take(frame, result) ? result : wait(lock, frame, deadline.time());
+}
+
+nkr_error_t FrameQueue::wait(std::unique_lock<std::mutex>& lock, Frame& frame, Clock::time_point deadline) {
+  nkr_error_t result = NKR_CAN_TIMED_OUT;
   const auto done = [&] { return take(frame, result); };
+  ++waiters_;
   if (deadline == Clock::time_point::max()) {
     changed_.wait(lock, done);
   } else {
@@ -77,6 +92,7 @@ void FrameQueue::tell(nkr_error_t event) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     event_ = event;
+    has_news_ = closed_ || event != NKR_OK;
   }
   changed_.notify_all();
 }
@@ -85,6 +101,7 @@ void FrameQueue::close() {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
+    has_news_ = true;
   }
   changed_.notify_all();
 }

@@ -195,18 +195,17 @@ class InProcessBus::MemberPort : public Port {
       : bus_(std::move(bus)), member_(std::move(member)) {}
   ~MemberPort() override { leave(); }
 
-  nkr_error_t send(const Frame& frame, Clock::time_point /*deadline*/) override {
-    if (member_->closed()) return NKR_CAN_CLOSED;
-    const nkr_error_t refused = refusal(bus_->state.load());
-    if (refused != NKR_OK) return refused;
-    // A handler may destroy this port: from here on nothing of it is touched.
-    const Member* const self = member_.get();
-    bus_->snapshot()->deliver(frame, self);
-    return NKR_OK;
-  }
+  nkr_error_t send(const Frame& frame, Clock::time_point /*deadline*/) override { return send(frame); }
+  nkr_error_t send_within(const Frame& frame, Deadline& /*deadline*/) override { return send(frame); }
 
   nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
     return member_->queue().pop(frame, deadline);
+  }
+  nkr_error_t receive_within(Frame& frame, Deadline& deadline,
+                             std::chrono::system_clock::time_point* when) override {
+    const nkr_error_t result = member_->queue().pop(frame, deadline);
+    if (when != nullptr && result == NKR_OK) *when = std::chrono::system_clock::now();
+    return result;
   }
 
   [[nodiscard]] BusStatus status() const override {
@@ -219,6 +218,15 @@ class InProcessBus::MemberPort : public Port {
   void close() override { leave(); }
 
  private:
+  nkr_error_t send(const Frame& frame) {
+    if (member_->closed()) return NKR_CAN_CLOSED;
+    const nkr_error_t refused = refusal(bus_->state.load());
+    if (refused != NKR_OK) return refused;
+    // A handler may destroy this port: from here on nothing of it is touched.
+    const Member* const self = member_.get();
+    bus_->snapshot()->deliver(frame, self);
+    return NKR_OK;
+  }
   void leave() {
     bus_->remove(member_);
     member_->close();

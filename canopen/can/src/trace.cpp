@@ -14,9 +14,18 @@ class TracingPort : public Port {
       : port_(std::move(port)), observer_(std::move(observer)) {}
 
   nkr_error_t send(const Frame& frame, Clock::time_point deadline) override {
-    (*observer_)({system_clock::now(), Direction::sent, frame});
-    const nkr_error_t result = port_->send(frame, deadline);
-    if (result != NKR_OK) (*observer_)({system_clock::now(), Direction::not_sent, frame});
+    return traced(frame, [&] { return port_->send(frame, deadline); });
+  }
+
+  nkr_error_t send_within(const Frame& frame, Deadline& deadline) override {
+    return traced(frame, [&] { return port_->send_within(frame, deadline); });
+  }
+
+  nkr_error_t receive_within(Frame& frame, Deadline& deadline, system_clock::time_point* when) override {
+    system_clock::time_point stamp;
+    const nkr_error_t result = port_->receive_within(frame, deadline, &stamp);
+    if (result == NKR_OK) (*observer_)({stamp, Direction::received, frame});
+    if (when != nullptr) *when = stamp;
     return result;
   }
 
@@ -36,6 +45,14 @@ class TracingPort : public Port {
   void close() override { port_->close(); }
 
  private:
+  template <class Send>
+  nkr_error_t traced(const Frame& frame, Send send) {
+    (*observer_)({system_clock::now(), Direction::sent, frame});
+    const nkr_error_t result = send();
+    if (result != NKR_OK) (*observer_)({system_clock::now(), Direction::not_sent, frame});
+    return result;
+  }
+
   const std::unique_ptr<Port> port_;
   const std::shared_ptr<const FrameObserver> observer_;
 };

@@ -99,15 +99,15 @@ template <class Transfer>
 nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool is_write,
                                   Transfer transfer) {
   if (!is_node(node)) return NKR_CAN_INVALID_NODE;
-  const TimePoint start = Clock::now();
   const auto object = sdo::Object::of_address(address);
-  TransferResult result{refusal(), false, {}};
+  TransferResult result;
+  result.code = refusal();
   if (result.code == NKR_OK)
-    result = transfer(*channels_.at(node), TransferRequest{object, timeouts_.of(node, object), start});
+    result = transfer(*channels_[node], TransferRequest{object, timeouts_.of(node, object)});
   if (result.code == NKR_OK) {
     failures_.succeeded(node, object.address());
   } else if (result.code != NKR_CAN_WOULD_DEADLOCK) {
-    note_failure(node, object, is_write, result, start);
+    note_failure(node, object, is_write, result);
   }
   return result.code;
 }
@@ -129,14 +129,14 @@ nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, con
 }
 
 void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_write,
-                                const TransferResult& result, TimePoint start) {
+                                const TransferResult& result) {
   const TimePoint now = Clock::now();
   RequestFailure failure;
   failure.node = node;
   failure.address = object.address();
   failure.was_write = is_write;
   failure.code = result.code;
-  failure.elapsed = milliseconds(now - start);
+  if (result.waiting_since != TimePoint{}) failure.elapsed = milliseconds(now - result.waiting_since);
   failure.when = std::chrono::system_clock::now();
   failure.bus_name = bus_ ? bus_->name() : "none";
   if (port_) failure.bus = port_->status();

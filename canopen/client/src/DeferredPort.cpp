@@ -19,8 +19,7 @@ constexpr std::chrono::milliseconds kLeastDistance{50};
 DeferredPort::DeferredPort(can::Bus& bus, std::vector<can::Filter> filters)
     : bus_(bus), filters_(std::move(filters)) {}
 
-nkr_error_t DeferredPort::open() {
-  if (open_.load(std::memory_order_acquire) != nullptr) return NKR_OK;
+nkr_error_t DeferredPort::open_now() {
   const std::lock_guard<std::mutex> lock(mutex_);
   return try_to_open(Clock::now());
 }

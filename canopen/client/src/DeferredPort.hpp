@@ -19,7 +19,7 @@ class DeferredPort final : public can::Port {
   DeferredPort(can::Bus& bus, std::vector<can::Filter> filters);
 
   /** NKR_OK when it is open, if need be by trying it now; else why it is not. */
-  nkr_error_t open();
+  nkr_error_t open() { return open_.load(std::memory_order_acquire) != nullptr ? NKR_OK : open_now(); }
 
   nkr_error_t send(const can::Frame& frame, can::Clock::time_point deadline) override;
   nkr_error_t receive(can::Frame& frame, can::Clock::time_point deadline) override;
@@ -27,6 +27,7 @@ class DeferredPort final : public can::Port {
   void close() override;
 
  private:
+  nkr_error_t open_now();
   nkr_error_t try_to_open(can::Clock::time_point now);
   nkr_error_t await_opening(can::Clock::time_point deadline);
 

@@ -1,18 +1,10 @@
 #include "FifoGate.hpp"
 
 namespace nkr::canopen {
-namespace {
-
-/** How many gates the thread is inside: more than none only when it is called back from within a transfer. */
-thread_local int gates_entered = 0;
-
-}  // namespace
-
-nkr_error_t FifoGate::enter(bool& waited) {
-  State expected = State::free;
-  waited = !state_.compare_exchange_strong(expected, State::busy);
-  const nkr_error_t result = waited ? wait() : NKR_OK;
-  if (result == NKR_OK) ++gates_entered;
+nkr_error_t FifoGate::queue(can::Clock::time_point& since) {
+  since = can::Clock::now();
+  const nkr_error_t result = wait();
+  if (result == NKR_OK) ++gates_entered_;
   return result;
 }
 
@@ -25,7 +17,7 @@ nkr_error_t FifoGate::wait() {
       if (state_.compare_exchange_strong(state, State::busy)) return NKR_OK;
       continue;
     }
-    if (gates_entered > 0) return NKR_CAN_WOULD_DEADLOCK;
+    if (gates_entered_ > 0) return NKR_CAN_WOULD_DEADLOCK;
     if (state == State::contended || state_.compare_exchange_strong(state, State::contended)) break;
   }
   Waiter self;
@@ -35,14 +27,7 @@ nkr_error_t FifoGate::wait() {
   return state_ == State::closed ? NKR_CAN_CLOSED : NKR_OK;
 }
 
-bool FifoGate::caller_is_inside() {
-  return gates_entered > 0;
-}
-
-void FifoGate::leave() {
-  --gates_entered;
-  State expected = State::busy;
-  if (state_.compare_exchange_strong(expected, State::free)) return;
+void FifoGate::let_next_in() {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (first_ == nullptr) return;  // closed
   call_first();

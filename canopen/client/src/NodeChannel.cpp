@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "coarse_clock.hpp"
 #include "sdo/BlockDownload.hpp"
 #include "sdo/BlockUpload.hpp"
 #include "sdo/Download.hpp"
@@ -11,6 +12,14 @@
 namespace nkr::canopen {
 
 using can::Clock;
+
+namespace {
+
+TransferResult failure(nkr_error_t code, Clock::time_point waiting_since) {
+  return {code, false, {}, waiting_since};
+}
+
+}  // namespace
 
 NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard)
     : bus_(bus),
@@ -24,12 +33,12 @@ TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer ru
   HeldRequests::Place place(held_, request.object);
   {
     const GateStay stay(gate_);
-    if (stay.result() != NKR_OK) return {stay.result(), false, {}};
-    const nkr_error_t prepared = prepare(stay.has_waited() ? Clock::now() : request.now);
-    if (prepared != NKR_OK) return {prepared, false, {}};
+    if (stay.result() != NKR_OK) return failure(stay.result(), stay.waiting_since());
+    const nkr_error_t prepared = prepare();
+    if (prepared != NKR_OK) return failure(prepared, stay.waiting_since());
     Clock::time_point until;
-    if (!held_.holds(request.object) && !late_replies_.is_expected(request.object, now_, until))
-      return perform(request, run);
+    if (!held_.holds(request.object) && !is_late_reply_expected(request.object, until))
+      return perform(request, stay.waiting_since(), run);
     place.join();
   }
   return transfer_later(request, place, run);
@@ -38,6 +47,7 @@ TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer ru
 template <class Transfer>
 TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldRequests::Place& place,
                                            Transfer run) {
+  const Clock::time_point since = Clock::now();
   nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside());
   if (result == NKR_OK) result = listen(place);
   for (bool came = false; result == NKR_OK;) {
@@ -45,22 +55,25 @@ TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldR
     {
       const GateStay stay(gate_);
       result = stay.result();
-      if (result == NKR_OK) result = prepare(Clock::now());
+      if (result == NKR_OK) result = prepare();
       if (result != NKR_OK) break;
       if (came) take_late_reply(request.object);
-      if (!late_replies_.is_expected(request.object, now_, until)) return perform(request, run);
+      if (!is_late_reply_expected(request.object, until)) return perform(request, since, run);
     }
     result = await_late_reply(place, request.object, until);
     came = result == NKR_OK;
     if (result != NKR_CAN_CLOSED) result = NKR_OK;
   }
-  return {result, false, {}};
+  return failure(result, since);
 }
 
 /** Inside the gate. */
 template <class Transfer>
-TransferResult NodeChannel::perform(const TransferRequest& request, Transfer run) {
+TransferResult NodeChannel::perform(const TransferRequest& request, Clock::time_point waiting_since,
+                                    Transfer run) {
   timeout_ = request.timeout;
+  waiting_since_ = waiting_since;
+  deadline_ = can::Deadline(timeout_);
   answer_owed_ = false;
   within_ = false;
   last_reply_ = sdo::Reply::unknown;
@@ -68,7 +81,8 @@ TransferResult NodeChannel::perform(const TransferRequest& request, Transfer run
 }
 
 TransferResult NodeChannel::finish(sdo::Object object, nkr_error_t code) {
-  TransferResult result{code, false, last_answer_};
+  note_wait();
+  TransferResult result{code, false, last_answer_, waiting_since_};
   if (answer_owed_) {
     const Clock::time_point until = Clock::now() + late_reply_grace_;
     late_replies_.expect(object, until);
@@ -114,8 +128,7 @@ nkr_error_t NodeChannel::download_by_block(sdo::Object object, const std::uint8_
   return result;
 }
 
-nkr_error_t NodeChannel::prepare(Clock::time_point now) {
-  now_ = now;
+nkr_error_t NodeChannel::prepare() {
   const nkr_error_t result = open_port();
   if (result == NKR_OK) drop_what_is_left();
   return result;
@@ -148,13 +161,15 @@ void NodeChannel::close() {
 
 nkr_error_t NodeChannel::receive_until(can::Frame& frame, Clock::time_point deadline) {
   const nkr_error_t result = port_->receive(frame, deadline);
-  if (result != NKR_OK) return result;
-  last_heard_ = Clock::now();
+  if (result == NKR_OK) note(frame);
+  return result;
+}
+
+void NodeChannel::note(const can::Frame& frame) {
+  last_heard_ = coarse_now();
   last_reply_ = sdo::reply_kind(frame);
-  overdue_ = last_heard_ > deadline;
   heard_.heard(node_, last_heard_);
   late_replies_.arrived(frame);
-  return NKR_OK;
 }
 
 /** Answers that nobody waits for, and what the port still has to tell of the past. */
@@ -183,13 +198,17 @@ nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Objec
   return result;
 }
 
+bool NodeChannel::is_late_reply_expected(sdo::Object object, Clock::time_point& until) {
+  return !late_replies_.empty() && late_replies_.is_expected(object, Clock::now(), until);
+}
+
 /** The late answer was seen on another port of the bus: it is on this one, or about to be. */
 void NodeChannel::take_late_reply(sdo::Object object) {
   constexpr std::chrono::milliseconds kAbout{50};
   const Clock::time_point bound = Clock::now() + kAbout;
   can::Frame frame;
   Clock::time_point until;
-  while (late_replies_.is_expected(object, now_, until) && receive_until(frame, bound) == NKR_OK) continue;
+  while (is_late_reply_expected(object, until) && receive_until(frame, bound) == NKR_OK) continue;
 }
 
 /** Another transfer's answer that names no object would be taken for one of this transfer. */
@@ -212,20 +231,29 @@ nkr_error_t NodeChannel::send_within(const can::Frame& frame) {
 
 nkr_error_t NodeChannel::send(const can::Frame& frame) {
   wait_anew();
-  return port_->send(frame, deadline_);
+  return port_->send_within(frame, deadline_);
 }
 
+/** Frames that are no answer do not prolong the wait. */
 nkr_error_t NodeChannel::receive(can::Frame& frame) {
-  nkr_error_t result = overdue_ ? NKR_CAN_TIMED_OUT : receive_until(frame, deadline_);
+  nkr_error_t result = NKR_CAN_TIMED_OUT;
+  if (!answered_ || Clock::now() <= deadline_.time())
+    result = port_->receive_within(frame, deadline_, nullptr);
+  if (result == NKR_OK) note(frame);
+  answered_ = true;
   if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;
   answer_owed_ = result != NKR_OK;
   return result;
 }
 
 void NodeChannel::wait_anew() {
-  const bool first = now_ != Clock::time_point{};
-  deadline_ = (first ? std::exchange(now_, {}) : Clock::now()) + timeout_;
-  overdue_ = false;
+  note_wait();
+  deadline_ = can::Deadline(timeout_);
+  answered_ = false;
+}
+
+void NodeChannel::note_wait() {
+  if (waiting_since_ == Clock::time_point{} && deadline_.is_fixed()) waiting_since_ = deadline_.begin();
 }
 
 void NodeChannel::send_abort(const can::Frame& frame) {

@@ -25,14 +25,14 @@ namespace nkr::canopen {
 struct TransferRequest {
   sdo::Object object;
   std::chrono::milliseconds timeout{};
-  can::Clock::time_point now;  ///< when it was asked
 };
 
 /** How a transfer ended. */
 struct TransferResult {
   nkr_error_t code = NKR_OK;
-  bool by_node = false;                  ///< the code is that of the node's abort
-  can::Clock::time_point last_answer{};  ///< of the node, to any request; the epoch: it never answered
+  bool by_node = false;                    ///< the code is that of the node's abort
+  can::Clock::time_point last_answer{};    ///< of the node, to any request; the epoch: it never answered
+  can::Clock::time_point waiting_since{};  ///< when it first had to wait; the epoch: it never had to
 };
 
 /**
@@ -59,20 +59,23 @@ class NodeChannel final : private sdo::Link {
   template <class Transfer>
   TransferResult transfer_later(const TransferRequest& request, HeldRequests::Place& place, Transfer run);
   template <class Transfer>
-  TransferResult perform(const TransferRequest& request, Transfer run);
+  TransferResult perform(const TransferRequest& request, can::Clock::time_point waiting_since, Transfer run);
   nkr_error_t upload_by_block(sdo::Object object, sdo::Sink& sink);
   nkr_error_t download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size);
   TransferResult finish(sdo::Object object, nkr_error_t code);
-  nkr_error_t prepare(can::Clock::time_point now);
+  nkr_error_t prepare();
   nkr_error_t open_port();
   std::unique_ptr<can::Port> new_port(nkr_error_t& result);
   void drop_what_is_left();
   nkr_error_t listen(HeldRequests::Place& place);
   static nkr_error_t await_late_reply(HeldRequests::Place& place, sdo::Object object,
                                       can::Clock::time_point until);
+  bool is_late_reply_expected(sdo::Object object, can::Clock::time_point& until);
   void take_late_reply(sdo::Object object);
   nkr_error_t await_nameless_reply();
   nkr_error_t receive_until(can::Frame& frame, can::Clock::time_point deadline);
+  void note(const can::Frame& frame);
+  void note_wait();
 
   [[nodiscard]] std::uint8_t node() const override { return node_; }
   nkr_error_t send(const can::Frame& frame) override;
@@ -95,10 +98,9 @@ class NodeChannel final : private sdo::Link {
 
   // Of the transfer that is inside the gate.
   Duration timeout_{};
-  can::Clock::time_point
-      now_;  ///< when the transfer began, until its first frame is sent: a look at the clock less
-  can::Clock::time_point deadline_;
-  bool overdue_ = false;         ///< the last frame came after the deadline: one such is looked at, not many
+  can::Deadline deadline_{Duration::zero()};  ///< of the last request's answer
+  can::Clock::time_point waiting_since_;
+  bool answered_ = false;        ///< a frame came since the last request
   bool answer_owed_ = false;     ///< the wait for the last answer ended without one
   bool knows_no_block_ = false;  ///< the node's server refused a block transfer or did not answer to it
   sdo::Reply last_reply_ = sdo::Reply::unknown;

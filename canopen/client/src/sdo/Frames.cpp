@@ -85,15 +85,6 @@ can::Frame abort_frame(std::uint8_t node, Object object, nkr_error_t code) {
   return frame;
 }
 
-Reply reply_kind(const can::Frame& frame) {
-  return frame.size == 0 ? Reply::unknown : static_cast<Reply>(frame.data[0] >> 5);
-}
-
-bool names_object(const can::Frame& frame, Object object) {
-  return frame.size >= kDataOffset && frame.data[1] == (object.index & 0xFF) &&
-         frame.data[2] == object.index >> 8 && frame.data[3] == object.subindex;
-}
-
 std::uint32_t long_word(const can::Frame& frame) {
   std::uint32_t value = 0;
   for (std::size_t i = std::min(kExpeditedBytes, sent_after(frame, kDataOffset)); i-- > 0;)

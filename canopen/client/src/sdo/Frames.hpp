@@ -49,9 +49,15 @@ can::Frame abort_frame(std::uint8_t node, Object object, nkr_error_t code);
 /** @} */
 
 /** What kind of reply it is; unknown for a frame without data. */
-Reply reply_kind(const can::Frame& frame);
+inline Reply reply_kind(const can::Frame& frame) {
+  return frame.size == 0 ? Reply::unknown : static_cast<Reply>(frame.data[0] >> 5);
+}
 /** The object that an initiate reply or an abort names. False when the frame is too short to name one. */
-bool names_object(const can::Frame& frame, Object object);
+inline bool names_object(const can::Frame& frame, Object object) {
+  constexpr std::size_t kNameEnd = 4;
+  return frame.size >= kNameEnd && frame.data[1] == (object.index & 0xFF) &&
+         frame.data[2] == object.index >> 8 && frame.data[3] == object.subindex;
+}
 /** Bytes 4 to 7 as a little-endian number; bytes that were not sent count as 0. */
 std::uint32_t long_word(const can::Frame& frame);
 /**

@@ -16,6 +16,7 @@ namespace nkr::canopen::sdo {
  */
 class LateReplies {
  public:
+  [[nodiscard]] bool empty() const { return count_ == 0; }
   /** An answer about the object may come until then. */
   void expect(Object object, can::Clock::time_point until);
   /** Whether the frame may be the answer to a request about the object. */

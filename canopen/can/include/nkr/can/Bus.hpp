@@ -15,6 +15,24 @@ namespace nkr::can {
 
 using Clock = std::chrono::steady_clock;
 
+/** The end of a wait that begins now. It is fixed when it is first asked for: what is there at once costs no
+ * look at the clock. */
+class Deadline {
+ public:
+  explicit Deadline(Clock::duration wait) : wait_(wait) {}
+  Clock::time_point time() {
+    if (!is_fixed()) time_ = Clock::now() + wait_;
+    return time_;
+  }
+  [[nodiscard]] bool is_fixed() const { return time_ != Clock::time_point{}; }
+  /** When the wait began; only when it is fixed. */
+  [[nodiscard]] Clock::time_point begin() const { return time_ - wait_; }
+
+ private:
+  Clock::duration wait_;
+  Clock::time_point time_;
+};
+
 /**
  * What a port wants to receive: data and remote frames with (id & mask) == (filter id & mask), 11-bit ids.
  * Frames with 29-bit identifiers and error frames reach ports without filters alone.
@@ -76,6 +94,12 @@ class Port {
   /** Like receive; `when` is the time of reception: the kernel's where there is one, else now. */
   virtual nkr_error_t receive_stamped(Frame& frame, Clock::time_point deadline,
                                       std::chrono::system_clock::time_point& when);
+
+  /** Like send; the deadline is looked at only when the bus cannot take the frame at once. */
+  virtual nkr_error_t send_within(const Frame& frame, Deadline& deadline);
+  /** Like receive, and receive_stamped where `when` is not null; the deadline is looked at only to wait. */
+  virtual nkr_error_t receive_within(Frame& frame, Deadline& deadline,
+                                     std::chrono::system_clock::time_point* when);
 
   /** The state of the bus and what this port lost, without waiting. */
   [[nodiscard]] virtual BusStatus status() const { return {}; }
