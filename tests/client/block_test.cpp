@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "ClientFixture.hpp"
+#include "EventLog.hpp"
 #include "sdo/Crc16.hpp"
 
 namespace {
@@ -152,6 +154,42 @@ TEST_F(Block, AServerMayAnswerAShortObjectAsToAnOrdinaryUpload) {
   EXPECT_EQ(bytes, counting(2));
 }
 
+TEST_F(Block, AServerMayAnswerAShortObjectInSegments) {
+  node.on(kUpload, {"41 50 1F 01 05 00 00 00"});
+  node.on("60 00 00 00 00 00 00 00", {"05 01 02 03 04 05 00 00"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(5));
+  EXPECT_EQ(node.requests(), (Requests{kUpload, "60 00 00 00 00 00 00 00"}));
+}
+
+TEST_F(Block, AnAbortThatNamesNoObjectEndsTheUpload) {
+  node.on(kUpload, {"C6 50 1F 01 0E 00 00 00"});
+  node.on(kStart, {"01 01 02 03 04 05 06 07", "80 00 00 00 00 00 06 06"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_HARDWARE);
+}
+
+TEST_F(Block, ARestartedServerIsAskedForBlocksAgain) {
+  tests::EventLog log(blocks);
+  node.on(kUpload, {"80 50 1F 01 01 00 04 05"});
+  node.on("40 50 1F 01 00 00 00 00", {"4B 50 1F 01 01 02 00 00"});
+  ASSERT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  node.send(0x70A, "00");
+  log.wait_for(nkr::canopen::Event::Kind::boot_up);
+  ASSERT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  const Requests requests = node.requests();
+  EXPECT_EQ(std::count(requests.begin(), requests.end(), kUpload), 2);
+}
+
+TEST_F(Block, AnAnswerThatIsLostAmidBlocksSaysNothingAboutTheServer) {
+  node.on(kUpload, {"C6 50 1F 01 0E 00 00 00"});
+  ASSERT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_TIMED_OUT);
+  node.on(kUpload, {"C6 50 1F 01 0E 00 00 00"});
+  node.on(kStart, {"01 01 02 03 04 05 06 07", "82 08 09 0A 0B 0C 0D 0E"});
+  node.on(acknowledge("02"), {"C1 " + checksum(counting(14)) + " 00 00 00 00 00"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(14));
+}
+
 TEST_F(Block, AServerThatKnowsNoBlocksIsAskedInSegmentsFromThenOn) {
   node.on(kUpload, {"80 50 1F 01 01 00 04 05"});
   node.on("40 50 1F 01 00 00 00 00", {"41 50 1F 01 05 00 00 00"});
@@ -186,6 +224,25 @@ TEST_F(Block, ADownloadGoesInSubBlocksOfTheServersSize) {
   EXPECT_EQ(blocks.setBytes(kNode, kAddress, sent), NKR_OK);
   EXPECT_EQ(node.requests(), (Requests{kDownload, "01 01 02 03 04 05 06 07", "02 08 09 0A 0B 0C 0D 0E",
                                        "81 0F 10 11 00 00 00 00", end}));
+}
+
+TEST_F(Block, TheServerMayChangeTheBlockSizeAfterEverySubBlock) {
+  const Bytes sent = counting(35);
+  node.on("C6 50 1F 01 23 00 00 00", {"A4 50 1F 01 02 00 00 00"});
+  node.on("02 08 09 0A 0B 0C 0D 0E", {"A2 02 01 00 00 00 00 00"});
+  node.on("01 0F 10 11 12 13 14 15", {"A2 01 03 00 00 00 00 00"});
+  node.on("82 1D 1E 1F 20 21 22 23", {"A2 02 7F 00 00 00 00 00"});
+  node.on("C1 " + checksum(sent) + " 00 00 00 00 00", {"A1 00 00 00 00 00 00 00"});
+  EXPECT_EQ(blocks.setBytes(kNode, kAddress, sent), NKR_OK);
+  EXPECT_EQ(node.requests().size(), 7U) << "the first request, 2 + 1 + 2 segments, the end";
+}
+
+TEST_F(Block, AnAbortForAWrongChecksumIsReturnedAndNothingIsSentAgain) {
+  node.on(kDownload, {"A4 50 1F 01 7F 00 00 00"});
+  node.on("83 0F 10 11 00 00 00 00", {"A2 03 7F 00 00 00 00 00"});
+  node.on("D1 " + checksum(counting(17)) + " 00 00 00 00 00", {"80 50 1F 01 04 00 04 05"});
+  EXPECT_EQ(blocks.setBytes(kNode, kAddress, counting(17)), NKR_SDO_BLOCK_CRC);
+  EXPECT_EQ(node.requests().size(), 5U);
 }
 
 TEST_F(Block, WhatTheServerMissedIsSentAgainFromSequence1) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <future>
 #include <mutex>
 #include <string>
@@ -149,8 +150,21 @@ TEST_F(Events, ARestartEndsWhatWasActive) {
   EXPECT_EQ(client.getActiveEmergencies(kNode).size(), 0U);
 }
 
+TEST_F(Events, AShortEmergencyIsToldWithWhatItHas) {
+  node.send(0x08A, "10 23 02 01");
+  const Event event = wait_for(Kind::emergency);
+  EXPECT_EQ(event.emergency.code, 0x2310);
+  EXPECT_EQ(event.emergency.error_register, 0x02);
+  EXPECT_EQ(event.emergency.vendor_data, (std::array<std::uint8_t, 5>{1, 0, 0, 0, 0}));
+  node.send(0x08A, "10 43");
+  node.send(0x70A, "00");
+  wait_for(Kind::boot_up);
+  ASSERT_EQ(client.getEmergencies(kNode).size(), 2U);
+  EXPECT_EQ(client.getEmergencies(kNode).back().code, 0x4310);
+}
+
 TEST_F(Events, FramesTooShortForAnEmergencyAreNone) {
-  node.send(0x08A, "10 23");
+  node.send(0x08A, "10");
   node.send(0x70A, "00");
   wait_for(Kind::boot_up);
   EXPECT_EQ(count(Kind::emergency), 0U);
@@ -162,6 +176,24 @@ TEST_F(Events, TheBusItselfIsTold) {
   bus->set_state(nkr::can::BusState::error_active);
   node.send(0x70A, "05");
   wait_for(Kind::bus_returned);
+}
+
+TEST_F(Events, HandlersGoOnAfterTheLossOfTheInterface) {
+  bus->set_state(nkr::can::BusState::interface_gone);
+  wait_for(Kind::interface_gone);
+  bus->set_state(nkr::can::BusState::error_active);
+  node.send(0x08A, "10 23 02 00 00 00 00 00");
+  EXPECT_EQ(wait_for(Kind::emergency).emergency.code, 0x2310);
+  EXPECT_EQ(count(Kind::bus_returned), 1U);
+}
+
+TEST_F(Events, AnIdleClientUsesNoProcessorTime) {
+  client.setHeartbeatTimeout(kNode, 30s);
+  node.send(0x70A, "05");
+  wait_for(Kind::state_changed);
+  const std::clock_t before = std::clock();
+  std::this_thread::sleep_for(500ms);
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
 }
 
 TEST_F(Events, AHandlerMayCallTheClient) {

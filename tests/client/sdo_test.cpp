@@ -65,6 +65,37 @@ TEST_F(Sdo, AnAbortOfADownloadIsReturned) {
   EXPECT_EQ(client.setValue(kNode, 0x60410010, std::uint16_t{1}), 0x06010002);
 }
 
+TEST_F(Sdo, AnAbortThatNamesNoObjectIsTaken) {
+  node.on(kRead, {"80 00 00 00 01 00 04 05"});
+  node.on("2B 41 60 00 01 00 00 00", {"80 00 00 00 22 00 00 08"});
+  EXPECT_EQ(client.setValue(kNode, 0x60410010, std::uint16_t{1}), NKR_SDO_DEVICE_STATE);
+  EXPECT_EQ(read(), NKR_SDO_UNKNOWN_COMMAND);
+}
+
+TEST_F(Sdo, AnAbortAfterTheTransferIsNotTakenForTheNextAnswer) {
+  node.on(kRead, {kReply, "80 41 60 00 00 00 04 05"});
+  node.on(kRead, {"4B 41 60 00 08 00 00 00"});
+  EXPECT_EQ(read(), NKR_OK);
+  EXPECT_EQ(read(), NKR_OK);
+  EXPECT_EQ(value, 8);
+}
+
+TEST_F(Sdo, ALastSegmentMayBeEmpty) {
+  node.on(kRead, {"41 41 60 00 07 00 00 00"});
+  node.on("60 00 00 00 00 00 00 00", {"00 54 61 76 20 64 72 69"});
+  node.on("70 00 00 00 00 00 00 00", {"1F 00 00 00 00 00 00 00"});
+  std::string text;
+  EXPECT_EQ(client.getValue(kNode, 0x60410000, text), NKR_OK);
+  EXPECT_EQ(text, "Tav dri");
+}
+
+TEST_F(Sdo, ShortAnswersToADownloadAreUnderstood) {
+  node.on("21 41 60 00 09 00 00 00", {"60 41 60 00"});
+  node.on("00 54 61 76 20 64 72 69", {"20"});
+  node.on("1B 76 65 00 00 00 00 00", {"30"});
+  EXPECT_EQ(client.setValue(kNode, 0x60410000, std::string("Tav drive")), NKR_OK);
+}
+
 TEST_F(Sdo, RepliesAboutOtherObjectsAreDropped) {
   node.on(kRead, {"4B 42 60 00 11 11 00 00", "4B 41 61 00 22 22 00 00", "4B 41 60 01 33 33 00 00",
                   "80 41 60 01 00 00 02 06", kReply});

@@ -299,6 +299,7 @@ void Client::Core::error_control_arrived(const can::Frame& frame, TimePoint now)
   for (const Event& event : events) {
     if (event.kind != Event::Kind::boot_up && event.kind != Event::Kind::unexpected_boot_up) continue;
     emergencies_.node_restarted(event.node);
+    channels_[event.node]->node_restarted();
     forget_pdos(event.node);
   }
   post(events);

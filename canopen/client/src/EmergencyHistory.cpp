@@ -6,13 +6,14 @@ namespace nkr::canopen {
 namespace {
 
 constexpr std::uint8_t kNodeMask = 0x7F;
+constexpr std::size_t kCodeBytes = 2;
 constexpr std::size_t kRegisterOffset = 2;
 constexpr std::size_t kVendorOffset = 3;
 
 }  // namespace
 
 bool EmergencyHistory::arrived(const can::Frame& frame, Emergency& emergency) {
-  if (frame.size < kVendorOffset) return false;
+  if (frame.size < kCodeBytes) return false;
   emergency.node = frame.id & kNodeMask;
   emergency.code = static_cast<std::uint16_t>(frame.data[0] | frame.data[1] << 8);
   emergency.error_register = frame.data[kRegisterOffset];

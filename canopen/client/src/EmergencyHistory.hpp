@@ -14,7 +14,8 @@ namespace nkr::canopen {
 /** The emergency messages of every node, and the errors that are not gone yet. */
 class EmergencyHistory {
  public:
-  /** A frame with identifier 081h to 0FFh arrived. False when it is too short to be an emergency message. */
+  /** A frame with identifier 081h to 0FFh arrived. False when it is too short to hold an error code; what
+   * else is missing counts as 0. */
   bool arrived(const can::Frame& frame, Emergency& emergency);
   /** Oldest first; the last 256 of a node are kept. */
   [[nodiscard]] std::vector<Emergency> of(std::uint8_t node) const;

@@ -76,6 +76,7 @@ TransferResult NodeChannel::perform(const TransferRequest& request, Clock::time_
   deadline_ = can::Deadline(timeout_);
   answer_owed_ = false;
   within_ = false;
+  if (restarted_.load(std::memory_order_relaxed) && restarted_.exchange(false)) knows_no_block_ = false;
   last_reply_ = sdo::Reply::unknown;
   return finish(request.object, run());
 }
@@ -116,7 +117,7 @@ nkr_error_t NodeChannel::upload_by_block(sdo::Object object, sdo::Sink& sink) {
   const auto threshold = static_cast<std::uint8_t>(std::min(block_threshold_ - 1, kMostThreshold));
   const nkr_error_t result = sdo::block_upload(*this, object, threshold, sink, knows_no_block_);
   if (knows_no_block_) return sdo::upload(*this, object, sink);
-  knows_no_block_ = answer_owed_;
+  knows_no_block_ = answer_owed_ && !within_;
   return result;
 }
 
@@ -124,7 +125,7 @@ nkr_error_t NodeChannel::upload_by_block(sdo::Object object, sdo::Sink& sink) {
 nkr_error_t NodeChannel::download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size) {
   const nkr_error_t result = sdo::block_download(*this, object, bytes, size, knows_no_block_);
   if (knows_no_block_) return sdo::download(*this, object, bytes, size);
-  knows_no_block_ = answer_owed_;
+  knows_no_block_ = answer_owed_ && !within_;
   return result;
 }
 

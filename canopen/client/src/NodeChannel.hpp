@@ -3,6 +3,7 @@
 
 #include <nkr/error.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -50,6 +51,9 @@ class NodeChannel final : private sdo::Link {
   TransferResult upload(const TransferRequest& request, sdo::Sink& sink, bool by_block);
   TransferResult download(const TransferRequest& request, const std::uint8_t* bytes, std::size_t size);
 
+  /** The node restarted: what is known of its server may not hold any more. Any thread. */
+  void node_restarted() { restarted_ = true; }
+
   /** Wakes and refuses everybody. */
   void close();
 
@@ -96,13 +100,15 @@ class NodeChannel final : private sdo::Link {
   std::unique_ptr<can::Port> port_;
   bool closed_ = false;
 
+  std::atomic<bool> restarted_{false};
+
   // Of the transfer that is inside the gate.
   Duration timeout_{};
   can::Deadline deadline_{Duration::zero()};  ///< of the last request's answer
   can::Clock::time_point waiting_since_;
   bool answered_ = false;        ///< a frame came since the last request
   bool answer_owed_ = false;     ///< the wait for the last answer ended without one
-  bool knows_no_block_ = false;  ///< the node's server refused a block transfer or did not answer to it
+  bool knows_no_block_ = false;  ///< the node's server refuses block transfers, or does not answer to them
   sdo::Reply last_reply_ = sdo::Reply::unknown;
   can::Clock::time_point last_heard_;
   can::Clock::time_point last_answer_;

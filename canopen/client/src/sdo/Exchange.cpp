@@ -20,10 +20,10 @@ nkr_error_t Exchange::initiate(const can::Frame& request, std::initializer_list<
   while (result == NKR_OK) {
     result = next(reply);
     if (result != NKR_OK) break;
+    if (aborts(reply, object_)) return abort_result(reply);
     const Reply kind = reply_kind(reply);
     const bool segment = kind == Reply::upload_segment || kind == Reply::download_segment;
     if (segment || !names_object(reply, object_)) continue;
-    if (kind == Reply::abort) return abort_result(reply);
     if (std::find(wanted.begin(), wanted.end(), kind) == wanted.end()) return fail(NKR_SDO_UNKNOWN_COMMAND);
     opening_ = reply;
     return NKR_OK;
@@ -37,7 +37,7 @@ bool Exchange::is_stray(const can::Frame& frame) const {
     case Reply::download_initiate:
       return !names_object(frame, object_) || frame == opening_;
     case Reply::abort:
-      return !names_object(frame, object_);
+      return !aborts(frame, object_);
     default:
       return frame.size == 0;
   }
@@ -69,7 +69,7 @@ nkr_error_t Exchange::next_segment(can::Frame& segment) {
     if (result != NKR_OK) return result;
     if (segment.size == 0) continue;
     if (segment.data[0] != kAbort) return NKR_OK;  // a segment with the sequence number 0 does not exist
-    if (names_object(segment, object_)) return abort_result(segment);
+    if (aborts(segment, object_)) return abort_result(segment);
   }
 }
 

@@ -58,6 +58,11 @@ inline bool names_object(const can::Frame& frame, Object object) {
   return frame.size >= kNameEnd && frame.data[1] == (object.index & 0xFF) &&
          frame.data[2] == object.index >> 8 && frame.data[3] == object.subindex;
 }
+/** Whether the frame is an abort of a transfer of the object. There are servers that name 0000h:00 in the
+ * abort of a request that they did not understand. */
+inline bool aborts(const can::Frame& frame, Object object) {
+  return reply_kind(frame) == Reply::abort && (names_object(frame, object) || names_object(frame, Object{}));
+}
 /** Bytes 4 to 7 as a little-endian number; bytes that were not sent count as 0. */
 std::uint32_t long_word(const can::Frame& frame);
 /**
