@@ -248,6 +248,32 @@ TEST_F(Recovery, ANodeThatFailsHoldsUpNoOther) {
   EXPECT_EQ(log.count(Kind::configuration_failed), 0U) << "of node 10 it is told later";
 }
 
+TEST_F(Recovery, NodesAreSetUpAtOnceNotOneAfterTheOther) {
+  client.setTimeout(30s);
+  std::vector<std::unique_ptr<Device>> absent;
+  for (std::uint8_t id = 20; id < 24; ++id) {
+    absent.push_back(std::make_unique<Device>(*bus, id));
+    absent.back()->switch_off();
+    ASSERT_EQ(client.setNodeConfiguration(id, configuration()), NKR_OK);
+  }
+  std::this_thread::sleep_for(100ms);  // they are asked now, and do not answer
+  ASSERT_EQ(client.setNodeConfiguration(kNode, configuration()), NKR_OK);
+  EXPECT_EQ(log.wait_for(Kind::configured).node, kNode) << "without waiting for the others' time-outs";
+  client.close();
+}
+
+TEST_F(Recovery, ARestartAmidTheConfigurationBeginsItAnew) {
+  device.switch_off();
+  client.setTimeout(300ms);
+  ASSERT_EQ(client.setNodeConfiguration(kNode, configuration()), NKR_OK);
+  std::this_thread::sleep_for(50ms);  // the first request is under way
+  device.switch_on();
+  device.restart();
+  log.wait_for(Kind::configured);
+  EXPECT_EQ(device.at(kPdoId), 0x20AU);
+  EXPECT_EQ(log.count(Kind::configuration_failed), 0U);
+}
+
 TEST_F(Recovery, MotionIsTheApplicationsAlone) {
   for (const std::uint32_t address : {0x60400010U, 0x60420010U, 0x60600008U, 0x60FF0020U, 0x68420010U})
     EXPECT_EQ(client.setNodeConfiguration(kNode, {object_value(address, std::uint16_t{15})}), NKR_ERROR)

@@ -13,6 +13,7 @@ constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{1000};
 /** So often in a row before it is told; a node that has just started refuses one or two requests. */
 constexpr int kAttempts = 4;
+constexpr std::size_t kMostThreads = 8;
 
 Clock::duration pause_after(int failures) {
   Clock::duration pause = kFirstPause;
@@ -55,7 +56,7 @@ bool commands_motion(std::uint32_t address) {
 
 Recovery::~Recovery() {
   close();
-  if (thread_.joinable()) thread_.join();
+  for (std::thread& thread : threads_) thread.join();
 }
 
 void Recovery::close() {
@@ -70,12 +71,18 @@ void Recovery::keep(std::uint8_t id, NodeConfiguration configuration) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (closed_) return;
   Node& node = nodes_.at(id);
-  const unsigned generation = node.generation;
-  node = Node();
-  node.generation = generation;
   node.configuration = std::move(kept);
+  node.was_settled = node.restarted = false;
   disturb(node, node.configuration ? Clock::now() : TimePoint::max());
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
+  have_threads();
+}
+
+/** One for each node, up to a few. */
+void Recovery::have_threads() {
+  const auto wanted = std::count_if(nodes_.begin(), nodes_.end(),
+                                    [](const Node& node) { return node.configuration != nullptr; });
+  if (threads_.size() < std::min(static_cast<std::size_t>(wanted), kMostThreads))
+    threads_.emplace_back([this] { run(); });
 }
 
 void Recovery::disturb(Node& node, TimePoint due) {
@@ -121,30 +128,35 @@ void Recovery::bus_failed() {
   }
 }
 
-std::uint8_t Recovery::earliest() const {
-  const auto first = std::min_element(nodes_.begin(), nodes_.end(),
-                                      [](const Node& a, const Node& b) { return a.due < b.due; });
-  return static_cast<std::uint8_t>(first - nodes_.begin());
+/** Of those that nobody is at work on. */
+std::size_t Recovery::earliest() const {
+  std::size_t first = 0;  // no node's id: never due
+  for (std::size_t index = 1; index < nodes_.size(); ++index) {
+    if (!nodes_.at(index).served && nodes_.at(index).due < nodes_.at(first).due) first = index;
+  }
+  return first;
 }
 
 void Recovery::run() {
   std::unique_lock<std::mutex> lock(mutex_);
   while (!closed_) {
-    const std::uint8_t id = earliest();
-    const TimePoint due = nodes_.at(id).due;
+    const std::size_t index = earliest();
+    const TimePoint due = nodes_.at(index).due;
     if (due == TimePoint::max()) {
       changed_.wait(lock);
     } else if (Clock::now() < due) {
       changed_.wait_until(lock, due);
     } else {
-      serve(id, lock);
+      serve(index, lock);
     }
   }
 }
 
-void Recovery::serve(std::uint8_t id, std::unique_lock<std::mutex>& lock) {
-  Node& node = nodes_.at(id);
+void Recovery::serve(std::size_t index, std::unique_lock<std::mutex>& lock) {
+  const auto id = static_cast<std::uint8_t>(index);
+  Node& node = nodes_.at(index);
   node.due = TimePoint::max();
+  node.served = true;
   const unsigned generation = node.generation;
   const Shared configuration = node.configuration;
   const bool may_be_there = node.was_settled && !node.restarted;
@@ -152,6 +164,7 @@ void Recovery::serve(std::uint8_t id, std::unique_lock<std::mutex>& lock) {
   const bool bus_is_there = access_.bus_is_there();
   const Outcome outcome = bus_is_there ? apply(id, *configuration, may_be_there) : Outcome{};
   lock.lock();
+  node.served = false;
   if (node.generation != generation || closed_) return;  // it begins anew, or waits for the node's return
   if (!bus_is_there) {
     node.due = Clock::now() + kLongestPause / 4;

@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -13,6 +14,7 @@
 #include <nkr/canopen/Event.hpp>
 #include <nkr/canopen/NodeConfiguration.hpp>
 #include <thread>
+#include <vector>
 
 #include "EventQueue.hpp"
 
@@ -26,8 +28,8 @@ namespace nkr::canopen {
 
 /**
  * The one owner of recovery: keeps each node's configuration in the node. It is written and read back when
- * the application asks for it and whenever the node or the bus returns; that is told only then. Nodes are
- * served one after the other, on one thread; a node that fails is tried again later, so that it holds up no
+ * the application asks for it and whenever the node or the bus returns; that is told only then. Never are two
+ * at work on one node; several nodes are served at once, on a few threads, so that those that fail hold up no
  * other.
  */
 class Recovery {
@@ -70,6 +72,7 @@ class Recovery {
     bool settled = false;      ///< the configuration is known to be in the node
     bool was_settled = false;  ///< it was so once
     bool restarted = false;    ///< since then: what is in it is as after power-on
+    bool served = false;       ///< somebody is at work on it
   };
   struct Outcome {
     nkr_error_t result = NKR_OK;
@@ -80,12 +83,13 @@ class Recovery {
   void bus_failed();
   void disturb(Node& node, TimePoint due);
   void run();
-  void serve(std::uint8_t id, std::unique_lock<std::mutex>& lock);
+  void serve(std::size_t index, std::unique_lock<std::mutex>& lock);
   [[nodiscard]] Outcome apply(std::uint8_t id, const NodeConfiguration& configuration, bool may_be_there);
   [[nodiscard]] Outcome verify(std::uint8_t id, const NodeConfiguration& configuration);
   void succeeded(std::uint8_t id, Node& node);
   void failed(std::uint8_t id, Node& node, const Outcome& outcome);
-  [[nodiscard]] std::uint8_t earliest() const;
+  [[nodiscard]] std::size_t earliest() const;
+  void have_threads();
 
   Access& access_;
   EventQueue& events_;
@@ -93,7 +97,7 @@ class Recovery {
   std::condition_variable changed_;
   std::array<Node, 128> nodes_;
   bool closed_ = false;
-  std::thread thread_;
+  std::vector<std::thread> threads_;
 };
 
 }  // namespace nkr::canopen
