@@ -36,6 +36,7 @@ class DriveOnBus {
 
   [[nodiscard]] const std::string& bus_name() const { return name_; }
   [[nodiscard]] nkr::can::Bus& bus() { return *bus_; }
+  [[nodiscard]] tav::drive::VirtualDrive& drive() { return *drive_; }
   /** Runs tavctl on this bus. */
   [[nodiscard]] Result tavctl(std::vector<std::string> arguments) const;
   /** Requests of SDO downloads to the drive so far. */

@@ -225,4 +225,55 @@ TEST(QuickStop, StopsARunningDrive) {
   EXPECT_EQ(observer.velocity(), 0);
 }
 
+TEST(Velocity, IsStoppedWhenItsTerminalIsClosed) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 200; }));
+  process.send(SIGHUP);
+  EXPECT_EQ(process.wait(), 130);
+  EXPECT_EQ(observer.velocity(), 0);
+}
+
+TEST(Velocity, IsStoppedWhenNobodyReadsItsOutputAnyMore) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 200; }));
+  process.send(SIGPIPE);
+  EXPECT_EQ(process.wait(), 130);
+  EXPECT_EQ(observer.velocity(), 0);
+}
+
+TEST(Enable, DoesNotMoveADriveThatHasATargetVelocityFromBefore) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  ASSERT_EQ(drive.tavctl({"write", "vl_target_velocity", "300"}).code, 0);
+  ASSERT_EQ(drive.tavctl({"enable"}).code, 0);
+  EXPECT_EQ(drive.tavctl({"read", "vl_target_velocity", "--json"}).json()["objects"][0]["value"], 0);
+  EXPECT_EQ(observer.velocity(), 0);
+}
+
+TEST(Move, EndsWithTheReasonWhenTheDriveLeavesOperationEnabled) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  std::thread fault([&] {
+    EXPECT_TRUE(observer.sees([&] { return observer.velocity() > 50; }));
+    drive.drive().raise_fault(0x3220);
+  });
+  const auto result = drive.tavctl({"move", "50", "forward", "--for", "30"});
+  fault.join();
+  EXPECT_EQ(result.code, 7) << result.err;
+  EXPECT_NE(result.err.find("0x3220"), std::string::npos) << result.err;
+}
+
+TEST(QuickStop, IsTheFirstThingThatIsSent) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--trace", "quick-stop"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  const std::size_t first_write = result.err.find("  write ");
+  ASSERT_NE(first_write, std::string::npos) << result.err;
+  EXPECT_EQ(result.err.find("  write \"controlword\""), first_write) << result.err;
+}
+
 }  // namespace

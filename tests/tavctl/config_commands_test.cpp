@@ -107,4 +107,16 @@ TEST(Config, GoesOnAfterAFailureAndListsWhatFailed) {
   EXPECT_FALSE(result.json()["failures"].empty() && result.json()["differences"].empty());
 }
 
+TEST(Config, IsNotLoadedUnderAnEnabledMotor) {
+  const DriveOnBus drive;
+  const tavtest::TemporaryFile file("");
+  ASSERT_EQ(drive.tavctl({"config", "save", file.path()}).code, 0);
+  ASSERT_EQ(drive.tavctl({"enable"}).code, 0);
+  const int before = drive.downloads();
+  const auto result = drive.tavctl({"config", "load", file.path()});
+  EXPECT_EQ(result.code, 7) << result.out;
+  EXPECT_NE(result.err.find("tavctl disable"), std::string::npos) << result.err;
+  EXPECT_EQ(drive.downloads(), before);
+}
+
 }  // namespace

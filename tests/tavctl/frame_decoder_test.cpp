@@ -23,10 +23,10 @@ class FrameDecoderTest : public testing::Test {
   }
 
   std::string text(const Frame& frame) { return decoder_.decode(frame).text; }
-  std::string kind(const Frame& frame) { return decoder_.decode(frame).kind; }
+  std::string title(const Frame& frame) { return decoder_.decode(frame).title; }
 
  private:
-  tavctl::FrameDecoder decoder_{description()};
+  tavctl::FrameDecoder decoder_{description(), 10};
 };
 
 TEST_F(FrameDecoderTest, NamesTheObjectOfAnExpeditedRead) {
@@ -79,28 +79,81 @@ TEST_F(FrameDecoderTest, ShowsObjectsThatTheDescriptionDoesNotHoldByAddress) {
 }
 
 TEST_F(FrameDecoderTest, KnowsNetworkManagementAndErrorControl) {
-  EXPECT_EQ(kind({0x000, {1, 10}}), "NMT");
+  EXPECT_EQ(title({0x000, {1, 10}}), "NMT");
   EXPECT_EQ(text({0x000, {1, 10}}), "start node 10");
   EXPECT_EQ(text({0x000, {129, 0}}), "reset all nodes");
-  EXPECT_EQ(kind({0x70A, {0}}), "HB node 10");
+  EXPECT_EQ(title({0x70A, {0}}), "HB node 10");
   EXPECT_EQ(text({0x70A, {0}}), "boot-up");
   EXPECT_EQ(text({0x70A, {127}}), "pre-operational");
-  EXPECT_EQ(kind({0x080, {}}), "SYNC");
+  EXPECT_EQ(title({0x080, {}}), "SYNC");
 }
 
 TEST_F(FrameDecoderTest, ReadsEmergencies) {
-  EXPECT_EQ(kind({0x08A, {0x20, 0x32, 0x04, 0, 0, 0, 0, 0}}), "EMCY node 10");
+  EXPECT_EQ(title({0x08A, {0x20, 0x32, 0x04, 0, 0, 0, 0, 0}}), "EMCY node 10");
   const std::string meaning = text({0x08A, {0x20, 0x32, 0x04, 0, 0, 0, 0, 0}});
   EXPECT_EQ(meaning.rfind("0x3220 ", 0), 0u) << meaning;
   EXPECT_NE(meaning.find("error register: voltage"), std::string::npos) << meaning;
 }
 
 TEST_F(FrameDecoderTest, ReadsPdosByTheirDefaultMapping) {
-  EXPECT_EQ(kind({0x18A, {0x40, 0x00}}), "TPDO1 node 10");
+  EXPECT_EQ(title({0x18A, {0x40, 0x00}}), "TPDO1 node 10");
   EXPECT_EQ(text({0x18A, {0x40, 0x00}}), "\"statusword\" (0x6041:00) = 64 (0x0040): SWITCH_ON_DISABLED");
   EXPECT_EQ(text({0x20A, {0x0F, 0x00, 0x2C, 0x01}}),
             "\"controlword\" (0x6040:00) = 15 (0x000F): enable operation; "
             "\"vl_target_velocity\" (0x6042:00) = 300");
+}
+
+TEST_F(FrameDecoderTest, ReadsPdosByTheMappingThatWasWrittenOnTheBus) {
+  // TPDO 1 of node 10 gets one entry, vl_velocity_actual_value (0x6044), and identifier 0x345.
+  text({0x60A, {0x2F, 0x00, 0x1A, 0x00, 1, 0, 0, 0}});
+  text({0x58A, {0x60, 0x00, 0x1A, 0x00, 0, 0, 0, 0}});
+  text({0x60A, {0x23, 0x00, 0x1A, 0x01, 0x10, 0x00, 0x44, 0x60}});
+  text({0x58A, {0x60, 0x00, 0x1A, 0x01, 0, 0, 0, 0}});
+  text({0x60A, {0x23, 0x00, 0x18, 0x01, 0x45, 0x03, 0x00, 0x00}});
+  EXPECT_EQ(title({0x18A, {0x40, 0x00}}), "TPDO1 node 10") << "not taken by the drive yet";
+  text({0x58A, {0x60, 0x00, 0x18, 0x01, 0, 0, 0, 0}});
+  EXPECT_EQ(title({0x345, {0x2C, 0x01}}), "TPDO1 node 10");
+  EXPECT_EQ(text({0x345, {0x2C, 0x01}}), "\"vl_velocity_actual_value\" (0x6044:00) = 300");
+  EXPECT_EQ(title({0x18A, {0x40, 0x00}}), "?");
+}
+
+TEST_F(FrameDecoderTest, ReadsPdosOfOtherNodesByThePredefinedConnectionSet) {
+  EXPECT_EQ(title({0x18B, {0x40, 0x00}}), "TPDO1 node 11");
+  EXPECT_EQ(text({0x18B, {0x40, 0x00}}), "\"statusword\" (0x6041:00) = 64 (0x0040): SWITCH_ON_DISABLED");
+}
+
+TEST_F(FrameDecoderTest, PutsTheBlocksOfADownloadTogether) {
+  EXPECT_EQ(text({0x60A, {0xC6, 0x08, 0x10, 0x00, 10, 0, 0, 0}}),
+            "block write \"Manufacturer device name\" (0x1008:00), 10 bytes");
+  EXPECT_EQ(text({0x58A, {0xA4, 0x08, 0x10, 0x00, 127, 0, 0, 0}}),
+            "\"Manufacturer device name\" (0x1008:00) ready for blocks of 127 segments");
+  // The first byte of a segment is its number: 0x40 would be a command elsewhere.
+  text({0x60A, {0x01, 'T', 'A', 'V', ' ', 'd', 'r', 'i'}});
+  text({0x60A, {0x82, 'v', 'e', '1', 0, 0, 0, 0}});
+  EXPECT_EQ(text({0x58A, {0xA2, 2, 127, 0, 0, 0, 0, 0}}),
+            "block of \"Manufacturer device name\" (0x1008:00): 2 segments taken");
+  EXPECT_EQ(text({0x60A, {0xD1, 0, 0, 0, 0, 0, 0, 0}}),
+            "write \"Manufacturer device name\" (0x1008:00) = \"TAV drive1\"");
+}
+
+TEST_F(FrameDecoderTest, TakesTheSegmentsOfABlockThatAreSentAgainOnce) {
+  text({0x60A, {0xA4, 0x08, 0x10, 0x00, 127, 0, 0, 0}});
+  text({0x58A, {0xC6, 0x08, 0x10, 0x00, 9, 0, 0, 0}});
+  text({0x60A, {0xA3, 0, 0, 0, 0, 0, 0, 0}});
+  text({0x58A, {0x01, 'T', 'A', 'V', ' ', 'd', 'r', 'i'}});
+  text({0x58A, {0x82, 'v', 'e', 0, 0, 0, 0, 0}});
+  text({0x60A, {0xA2, 1, 127, 0, 0, 0, 0, 0}});  // the second was lost: from there again
+  text({0x58A, {0x81, 'v', 'e', 0, 0, 0, 0, 0}});
+  text({0x60A, {0xA2, 1, 127, 0, 0, 0, 0, 0}});
+  EXPECT_EQ(text({0x58A, {0xD5, 0, 0, 0, 0, 0, 0, 0}}),
+            "\"Manufacturer device name\" (0x1008:00) is \"TAV drive\"");
+}
+
+TEST_F(FrameDecoderTest, NamesTheSignatureInTheVendorBytesOfAParameterError) {
+  const std::string meaning = text({0x08A, {0x20, 0x63, 0x01, 0x99, 0x66, 0x03, 0, 0}});
+  EXPECT_EQ(meaning.rfind("0x6320 parameter error", 0), 0u) << meaning;
+  EXPECT_NE(meaning.find("vendor bytes: 99 66 03 00 00"), std::string::npos) << meaning;
+  EXPECT_NE(meaning.find("(0x6699:03) does not agree"), std::string::npos) << meaning;
 }
 
 TEST_F(FrameDecoderTest, TakesAnyBytesForAnyIdentifier) {
@@ -114,7 +167,7 @@ TEST_F(FrameDecoderTest, TakesAnyBytesForAnyIdentifier) {
       random = random * 1664525U + 1013904223U;
       frame.data[k] = static_cast<std::uint8_t>(random >> 24);
     }
-    EXPECT_FALSE(kind(frame).empty());
+    EXPECT_FALSE(title(frame).empty());
   }
 }
 

@@ -1,6 +1,9 @@
 // Commands that look at a drive and change nothing.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -87,6 +90,60 @@ TEST(Read, SaysThatNobodyAnswers) {
   EXPECT_NE(result.err.find("\"statusword\" (0x6041:00)"), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("node 11"), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("0x05040000"), std::string::npos) << result.err;
+}
+
+/** How often a text holds another one. */
+std::size_t times(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+TEST(Failure, TellsAllThatIsKnownOfTheRequestAndNamesTheObjectOnce) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--node", "11", "info"});
+  EXPECT_EQ(result.code, 5);
+  EXPECT_EQ(times(result.err, "\"Identity Object Vendor Id\" (0x1018:01)"), 1u) << result.err;
+  for (const char* const part : {"time spent:", " ms; it failed 2 times in a row", "node 11:", "never heard",
+                                 "error counters: tx 0, rx 0", "likely cause:"}) {
+    EXPECT_NE(result.err.find(part), std::string::npos) << part << '\n' << result.err;
+  }
+  EXPECT_NE(result.err.find(drive.bus_name() + " is error active"), std::string::npos) << result.err;
+}
+
+TEST(Failure, IsADocumentForPrograms) {
+  const DriveOnBus drive;
+  const auto error = drive.tavctl({"--node", "11", "--json", "read", "statusword"}).json()["error"];
+  EXPECT_EQ(error["exit_code"], 5);
+  EXPECT_EQ(error["request"]["index"], 0x6041);
+  EXPECT_EQ(error["request"]["node"], 11);
+  EXPECT_EQ(error["request"]["code"], 0x05040000);
+  EXPECT_EQ(error["request"]["bus"]["state"], "error active");
+  EXPECT_FALSE(error["request"]["likely_cause"].get<std::string>().empty());
+}
+
+TEST(Failure, OfAnObjectThatTheDriveRefusesSaysThatTheDriveIsThere) {
+  const auto result = tavctl({"--bus", "virtual", "read", "0x2999:7"});
+  EXPECT_NE(result.err.find("likely cause: The node is there and refused the request."), std::string::npos)
+      << result.err;
+}
+
+TEST(BlackBox, HoldsTheLastFramesOfACommandThatFailed) {
+  const std::string path = "/tmp/tavctl-black-box-" + std::to_string(::getpid()) + ".log";
+  const auto result = tavctl({"--bus", "virtual", "--black-box", path, "read", "statusword", "0x2999:7"});
+  EXPECT_EQ(result.code, 6);
+  EXPECT_NE(result.err.find(path), std::string::npos) << result.err;
+  const auto decoded = tavctl({"trace", "decode", path});
+  std::remove(path.c_str());
+  EXPECT_EQ(decoded.code, 0) << decoded.err;
+  EXPECT_NE(decoded.out.find("\"statusword\" (0x6041:00) is"), std::string::npos) << decoded.out;
+  EXPECT_NE(decoded.out.find("refused 0x2999:07: 0x06020000"), std::string::npos) << decoded.out;
+}
+
+TEST(BlackBox, IsNotWrittenWhenAllWentWell) {
+  const std::string path = "/tmp/tavctl-black-box-" + std::to_string(::getpid()) + ".log";
+  EXPECT_EQ(tavctl({"--bus", "virtual", "--black-box", path, "state"}).code, 0);
+  EXPECT_NE(::access(path.c_str(), F_OK), 0);
 }
 
 TEST(Bus, ThatDoesNotExistIsToldWithTheCommandThatHelps) {

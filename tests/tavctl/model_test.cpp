@@ -13,6 +13,7 @@
 #include "model/Plot.hpp"
 #include "model/UnitText.hpp"
 #include "model/Value.hpp"
+#include "session/BusInfo.hpp"
 
 namespace {
 
@@ -58,6 +59,19 @@ TEST(Value, TakesNumbersInDecimalAndHexadecimal) {
   EXPECT_EQ(encoded(DataType::REAL32, "1.5"), (Bytes{0, 0, 0xC0, 0x3F}));
 }
 
+TEST(Value, TakesABitPatternOfFullWidthInASignedType) {
+  EXPECT_EQ(encoded(DataType::INTEGER16, "0xFFFF"), (Bytes{0xFF, 0xFF}));
+  EXPECT_THROW(encoded(DataType::INTEGER16, "65535"), tavctl::Failure);
+}
+
+TEST(Value, TakesLeadingZerosForNothingAndNoneOfADescriptionsNotations) {
+  EXPECT_EQ(encoded(DataType::UNSIGNED16, "010"), (Bytes{10, 0}));
+  EXPECT_EQ(encoded(DataType::UNSIGNED16, "000"), (Bytes{0, 0}));
+  EXPECT_THROW(encoded(DataType::UNSIGNED16, "5 ; five"), tavctl::Failure);
+  EXPECT_THROW(encoded(DataType::UNSIGNED16, "$NODEID+1"), tavctl::Failure);
+  EXPECT_THROW(encoded(DataType::REAL32, "1e39"), tavctl::Failure);
+}
+
 TEST(Value, TakesFlagsTextsAndBytes) {
   EXPECT_EQ(encoded(DataType::BOOLEAN, "on"), Bytes{1});
   EXPECT_EQ(encoded(DataType::BOOLEAN, "false"), Bytes{0});
@@ -83,6 +97,25 @@ TEST(Value, RefusesWhatTheDescriptionsLimitsForbid) {
   EXPECT_EQ(tavctl::encode_value(object, "20", 10), (Bytes{0x14, 0}));
   EXPECT_THROW(static_cast<void>(tavctl::encode_value(object, "-11", 10)), tavctl::Failure);
   EXPECT_THROW(static_cast<void>(tavctl::encode_value(object, "21", 10)), tavctl::Failure);
+}
+
+TEST(BusInfo, IsWhatTheSystemSaysOfACanInterface) {
+  const tavctl::BusInfo info = tavctl::parse_link(
+      R"([{"ifname":"can0","operstate":"UP","linkinfo":{"info_kind":"can","info_data":{"state":"ERROR-PASSIVE",)"
+      R"("berr_counter":{"tx":128,"rx":3},"restart_ms":100,"bittiming":{"bitrate":250000}}}}])");
+  EXPECT_EQ(info.bit_rate, 250000U);
+  EXPECT_EQ(info.state, "ERROR-PASSIVE");
+  EXPECT_EQ(info.restart_ms, 100U);
+  EXPECT_EQ(info.tx_errors, 128U);
+  EXPECT_EQ(info.rx_errors, 3U);
+}
+
+TEST(BusInfo, IsEmptyForAnInterfaceWithoutAController) {
+  for (const char* const text :
+       {"", "nonsense", "[]", R"([{"ifname":"vcan0","linkinfo":{"info_kind":"vcan"}}])", R"({"a":1})"}) {
+    const tavctl::BusInfo info = tavctl::parse_link(text);
+    EXPECT_FALSE(info.bit_rate || info.state || info.restart_ms) << text;
+  }
 }
 
 TEST(Reference, IsAnAddressWhenItBeginsWith0x) {

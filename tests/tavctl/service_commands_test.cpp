@@ -62,6 +62,21 @@ TEST(Pdo, IsMappedByNamesAndReadBack) {
   EXPECT_EQ(pdo["valid"], true);
 }
 
+TEST(Pdo, WithoutAnIdentifierIsMappedOnlyWhenOneIsGiven) {
+  // RPDO 5 is shipped with identifier 0: enabled so, it would take NMT commands for its own.
+  const DriveOnBus drive;
+  const auto refused = drive.tavctl({"pdo", "map", "rpdo", "5", "controlword"});
+  EXPECT_EQ(refused.code, 6) << refused.out;
+  EXPECT_NE(refused.err.find("--cob-id"), std::string::npos) << refused.err;
+  EXPECT_EQ(drive.tavctl({"pdo", "map", "rpdo", "5", "controlword", "--cob-id", "0x701"}).code, 6);
+  EXPECT_EQ(drive.downloads(), 0);
+  const auto mapped = drive.tavctl({"pdo", "map", "rpdo", "5", "controlword", "--cob-id", "0x345", "--json"});
+  ASSERT_EQ(mapped.code, 0) << mapped.err;
+  EXPECT_EQ(mapped.json()["pdos"][0]["cob_id"], 0x345);
+  EXPECT_EQ(mapped.json()["pdos"][0]["valid"], true);
+  EXPECT_EQ(mapped.err, "") << "nothing to remedy";
+}
+
 TEST(Pdo, RefusesWhatCannotBeMappedBeforeAnythingIsWritten) {
   const DriveOnBus drive;
   EXPECT_EQ(drive.tavctl({"pdo", "map", "tpdo", "1", "Manufacturer device name"}).code, 6);

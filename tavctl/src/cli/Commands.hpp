@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "cli/BlackBox.hpp"
 #include "cli/ExitCode.hpp"
 #include "cli/Options.hpp"
 #include "cli/Output.hpp"
@@ -15,6 +16,7 @@ namespace tavctl {
 struct Context {
   const Options& options;
   Output& output;
+  BlackBox& black_box;
 };
 
 using Action = std::function<ExitCode(Context&)>;

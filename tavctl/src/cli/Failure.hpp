@@ -4,6 +4,8 @@
 #include <nkr/error.h>
 
 #include <exception>
+#include <memory>
+#include <nkr/canopen/RequestFailure.hpp>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,11 +26,18 @@ class Failure : public std::exception {
   [[nodiscard]] const std::string& hint() const { return hint_; }
   [[nodiscard]] std::optional<nkr_error_t> code() const { return code_; }
 
+  /** The request on the bus that failed; null when it was none. */
+  [[nodiscard]] const nkr::canopen::RequestFailure* request() const { return request_.get(); }
+  void set_request(nkr::canopen::RequestFailure request) {
+    request_ = std::make_shared<const nkr::canopen::RequestFailure>(std::move(request));
+  }
+
  private:
   ExitCode exit_code_;
   std::string what_;
   std::string hint_;
   std::optional<nkr_error_t> code_;
+  std::shared_ptr<const nkr::canopen::RequestFailure> request_;
 };
 
 /** The exit code that a result code of the library or the client stands for. */

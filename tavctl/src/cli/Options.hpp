@@ -13,6 +13,7 @@ struct Options {
   std::optional<int> node;      ///< node id instead of the configuration's
   std::optional<unsigned> log;  ///< show the library's log up to this level
   bool trace = false;           ///< show every frame with its meaning
+  std::string black_box;        ///< file for the last frames when something failed; empty: none
   bool json = false;            ///< answer as JSON
 };
 

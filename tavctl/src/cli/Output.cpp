@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <ostream>
 
+#include "model/FailureText.hpp"
 #include "model/Format.hpp"
 
 namespace tavctl {
@@ -10,6 +11,7 @@ namespace tavctl {
 namespace {
 
 constexpr std::size_t kLabelWidth = 24;
+constexpr std::size_t kFailureLabelWidth = 14;
 
 /** JSON as one line; text that is no UTF-8 is replaced, not refused. */
 std::string dump(const Json& value, int indent) {
@@ -33,10 +35,20 @@ void Output::put(const std::string& key, Json value) {
   if (json_) document_[key] = std::move(value);
 }
 
-void Output::event(const std::string& text, const Json& value) {
+void Output::row(const std::string& text, const Json& value) {
   const std::lock_guard<std::mutex> lock(mutex_);
   live_ = true;
-  out_ << (json_ ? dump(value, -1) : text) << std::endl;
+  out_ << (json_ ? dump(value, -1) : text) << '\n';
+}
+
+void Output::event(const std::string& text, const Json& value) {
+  row(text, value);
+  flush();
+}
+
+void Output::flush() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  out_.flush();
 }
 
 void Output::note(const std::string& text) {
@@ -50,11 +62,18 @@ void Output::failure(const Failure& failure) {
     Json error = {{"what", failure.what()}, {"exit_code", static_cast<int>(failure.exit_code())}};
     if (failure.code()) error["code"] = code;
     if (!failure.hint().empty()) error["hint"] = failure.hint();
+    if (failure.request() != nullptr) error["request"] = request_json(*failure.request());
     document_["error"] = std::move(error);
   }
+  const auto tell = [this](const std::string& label, const std::string& text) {
+    err_ << "  " << padded(label + ':', kFailureLabelWidth) << text << '\n';
+  };
   err_ << "tavctl: " << failure.what() << '\n';
-  if (failure.code()) err_ << "  code: " << code << '\n';
-  if (!failure.hint().empty()) err_ << "  hint: " << failure.hint() << '\n';
+  if (failure.code()) tell("code", code);
+  if (failure.request() != nullptr) {
+    for (const auto& [label, text] : request_lines(*failure.request())) tell(label, text);
+  }
+  if (!failure.hint().empty()) tell("hint", failure.hint());
 }
 
 void Output::finish() {

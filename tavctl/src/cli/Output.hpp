@@ -36,6 +36,10 @@ class Output {
   [[nodiscard]] Json& document() { return document_; }
   /** Something that happened just now: printed at once. */
   void event(const std::string& text, const Json& value);
+  /** One of many things that are told in a row: printed when there is enough to print. */
+  void row(const std::string& text, const Json& value);
+  /** Prints what row() left over. */
+  void flush();
   /** A warning or a remark, on standard error. */
   void note(const std::string& text);
   /** The end of a command that failed. */

@@ -39,6 +39,8 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("--log", options.log,
                  "Show the library's log up to this level: 2 failures, 3 warnings, 4 notices, 5 every access")
       ->check(CLI::Range(2, 5));
+  app.add_option("--black-box", options.black_box,
+                 "When the command fails, write the last frames to this file, as a candump log");
   app.add_flag("-j,--json", options.json, "Answer as JSON");
 }
 
@@ -94,9 +96,11 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
 
   const LogOnStandardError log(options.log);
   Output output(out, err, options.json);
-  Context context{options, output};
+  BlackBox black_box(options.black_box);
+  Context context{options, output, black_box};
   const ExitCode code = act(commands.chosen(), context);
   output.finish();
+  if (code != ExitCode::OK && code != ExitCode::INTERRUPTED) black_box.write(output);
   return static_cast<int>(code);
 }
 

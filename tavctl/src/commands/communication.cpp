@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,13 +9,13 @@
 #include "model/Description.hpp"
 #include "model/Format.hpp"
 #include "model/PdoMapping.hpp"
+#include "session/DrivePdo.hpp"
 
 namespace tavctl {
 
 namespace {
 
 using Dispatcher = nkr::tavcore::CANOpenDispatcher;
-using PDOId = Dispatcher::PDOId;
 
 constexpr auto kCommunicationFields = [](auto visit, auto& record) {
   visit("cob_id_sync", record.cob_id_sync);
@@ -33,38 +35,9 @@ constexpr auto kTimedPdoFields = [](auto visit, auto& record) {
   visit("event_timer", record.event_timer);
 };
 
-/** One PDO of the drive, and the library's operations on it. */
-struct Pdo {
-  bool receive;
-  int number;
-
-  [[nodiscard]] std::string name() const { return (receive ? "RPDO " : "TPDO ") + std::to_string(number); }
-  [[nodiscard]] bool has_timer() const { return receive && number <= 5; }
-  [[nodiscard]] std::uint16_t communication_index() const {
-    return static_cast<std::uint16_t>((receive ? 0x1400 : 0x1800) + number - 1);
-  }
-
-  nkr_error_t get(Session& session, Dispatcher::PDOCommunicationParameters& parameters) const {
-    return receive ? session.dispatcher()->getRPDOCommunicationParameters(PDOId{number}, parameters)
-                   : session.dispatcher()->getTPDOCommunicationParameters(PDOId{number}, parameters);
-  }
-  nkr_error_t set(Session& session, const Dispatcher::PDOCommunicationParameters& parameters) const {
-    return receive ? session.dispatcher()->setRPDOCommunicationParameters(PDOId{number}, parameters)
-                   : session.dispatcher()->setTPDOCommunicationParameters(PDOId{number}, parameters);
-  }
-  nkr_error_t get(Session& session, Dispatcher::PDOMappingParameters& mapping) const {
-    return receive ? session.dispatcher()->getRPDOMappingParameters(PDOId{number}, mapping)
-                   : session.dispatcher()->getTPDOMappingParameters(PDOId{number}, mapping);
-  }
-  nkr_error_t set(Session& session, const Dispatcher::PDOMappingParameters& mapping) const {
-    return receive ? session.dispatcher()->setRPDOMappingParameters(PDOId{number}, mapping)
-                   : session.dispatcher()->setTPDOMappingParameters(PDOId{number}, mapping);
-  }
-};
-
 /** The PDO that "rpdo" or "tpdo" and a number name. Failure(CONFIGURATION) when the drive has none such. */
-Pdo pdo_of(const nkr::tools::EDSParser& description, const std::string& direction, int number) {
-  const Pdo pdo{direction == "rpdo", number};
+DrivePdo pdo_of(const nkr::tools::EDSParser& description, const std::string& direction, int number) {
+  const DrivePdo pdo{direction == "rpdo", number};
   constexpr int kPdos = 512;  // CiA 301: 1400h to 15FFh, 1800h to 19FFh
   if (number < 1 || number > kPdos ||
       description.find(nkr::tools::ObjectID(pdo.communication_index(), 1)) == nullptr) {
@@ -74,12 +47,12 @@ Pdo pdo_of(const nkr::tools::EDSParser& description, const std::string& directio
   return pdo;
 }
 
-std::vector<Pdo> all_pdos(const nkr::tools::EDSParser& description) {
+std::vector<DrivePdo> all_pdos(const nkr::tools::EDSParser& description) {
   constexpr int kPdos = 512;
-  std::vector<Pdo> pdos;
+  std::vector<DrivePdo> pdos;
   for (const bool receive : {true, false}) {
     for (int number = 1; number <= kPdos; ++number) {
-      const Pdo pdo{receive, number};
+      const DrivePdo pdo{receive, number};
       if (description.find(nkr::tools::ObjectID(pdo.communication_index(), 1)) != nullptr)
         pdos.push_back(pdo);
     }
@@ -87,11 +60,11 @@ std::vector<Pdo> all_pdos(const nkr::tools::EDSParser& description) {
   return pdos;
 }
 
-void show_pdo(Session& session, const Pdo& pdo) {
-  Dispatcher::PDOCommunicationParameters parameters{};
-  session.check(pdo.get(session, parameters), "read the parameters of " + pdo.name());
-  Dispatcher::PDOMappingParameters mapping{};
-  session.check(pdo.get(session, mapping), "read the mapping of " + pdo.name());
+void show_pdo(Session& session, const DrivePdo& pdo) {
+  PdoParameters parameters{};
+  session.check(pdo.get(*session.dispatcher(), parameters), "read the parameters of " + pdo.name());
+  PdoMapping mapping{};
+  session.check(pdo.get(*session.dispatcher(), mapping), "read the mapping of " + pdo.name());
   Output& output = session.output();
   output.line(pdo.name() + ": COB-ID " + hex(parameters.cob_id.id, 3) +
               (parameters.cob_id.valid ? "" : ", disabled") + ", transmission type " +
@@ -115,29 +88,45 @@ void show_pdo(Session& session, const Pdo& pdo) {
   output.document()["pdos"].push_back(std::move(row));
 }
 
-ExitCode map_pdo(Context& context, const std::string& direction, int number,
-                 const std::vector<std::string>& objects) {
-  Session session(context);
-  const Pdo pdo = pdo_of(session.description(), direction, number);
-  Dispatcher::PDOMappingParameters wanted{};
-  wanted.entries = mapping_entries(session.description(), objects, pdo.receive);
-  wanted.count = static_cast<std::uint8_t>(wanted.entries.size());
-  session.check(pdo.set(session, wanted), "map " + pdo.name());
-  Dispatcher::PDOMappingParameters held{};
-  session.check(pdo.get(session, held), "read the mapping of " + pdo.name() + " back");
-  show_pdo(session, pdo);
-  if (held.entries != wanted.entries) {
-    throw Failure(ExitCode::REFUSED,
-                  "the drive holds another mapping of " + pdo.name() + " than was written");
-  }
-  return ExitCode::OK;
-}
-
 struct PdoArguments {
   std::string direction;
   int number = 0;
   std::vector<std::string> rest;
+  std::optional<std::uint32_t> cob_id;
 };
+
+/** The parameters that the PDO has, enabled; with another identifier when one is asked for. */
+PdoParameters enabled_parameters(Session& session, const DrivePdo& pdo, const PdoArguments& arguments) {
+  PdoParameters parameters{};
+  session.check(pdo.get(*session.dispatcher(), parameters), "read the parameters of " + pdo.name());
+  if (arguments.cob_id) parameters.cob_id.id = static_cast<std::uint16_t>(*arguments.cob_id);
+  parameters.cob_id.valid = true;
+  if (!is_pdo_identifier(parameters.cob_id.id)) {
+    throw Failure(
+        ExitCode::REFUSED,
+        hex(parameters.cob_id.id, 3) + " is no identifier for " + pdo.name() + " (CiA 301, 7.3.5)",
+        "give it one of its own: --cob-id 0x" + std::string(pdo.receive ? "200" : "180") + " to 0x57F");
+  }
+  return parameters;
+}
+
+ExitCode map_objects(Context& context, const PdoArguments& arguments) {
+  Session session(context);
+  const DrivePdo pdo = pdo_of(session.description(), arguments.direction, arguments.number);
+  PdoMapping wanted{};
+  wanted.entries = mapping_entries(session.description(), arguments.rest, pdo.receive);
+  wanted.count = static_cast<std::uint8_t>(wanted.entries.size());
+  const PdoParameters parameters = enabled_parameters(session, pdo, arguments);
+  const MappingOutcome outcome = map_pdo(*session.dispatcher(), pdo, wanted, parameters);
+  for (const std::string& what : outcome.remedied) {
+    session.output().note("WARNING: " + pdo.name() + " was written, but " + what + "; written again");
+  }
+  session.check(outcome.result, "map " + pdo.name());
+  show_pdo(session, pdo);
+  if (outcome.different.empty()) return ExitCode::OK;
+  throw Failure(ExitCode::REFUSED, pdo.name() + " is not as it was written: " + joined(outcome.different),
+                "do not start the node before \"tavctl pdo show\" shows what you want");
+}
 
 std::shared_ptr<PdoArguments> add_pdo_arguments(CLI::App& command) {
   auto arguments = std::make_shared<PdoArguments>();
@@ -152,12 +141,16 @@ ExitCode set_pdo(Context& context, const PdoArguments& arguments) {
   const auto pdo = [&](Session& session) {
     return pdo_of(session.description(), arguments.direction, arguments.number);
   };
-  const auto get = [&](Session& session, auto& record) { return pdo(session).get(session, record); };
-  const auto set = [&](Session& session, auto& record) { return pdo(session).set(session, record); };
+  const auto get = [&](Session& session, auto& record) {
+    return pdo(session).get(*session.dispatcher(), record);
+  };
+  const auto set = [&](Session& session, auto& record) {
+    return pdo(session).set(*session.dispatcher(), record);
+  };
   const std::string what =
       "the parameters of " + arguments.direction + " " + std::to_string(arguments.number);
-  using Parameters = Dispatcher::PDOCommunicationParameters;
-  if (Pdo{arguments.direction == "rpdo", arguments.number}.has_timer()) {
+  using Parameters = PdoParameters;
+  if (DrivePdo{arguments.direction == "rpdo", arguments.number}.has_timer()) {
     return set_drive_record<Parameters>(context, what, arguments.rest, kTimedPdoFields, get, set);
   }
   return set_drive_record<Parameters>(context, what, arguments.rest, kPdoFields, get, set);
@@ -181,7 +174,7 @@ void add_pdo(Commands& commands) {
   CLI::App& show = Commands::add_below(pdo, "show", "All PDOs with their parameters and what they carry");
   commands.on(show, [](Context& context) {
     Session session(context);
-    for (const Pdo& one : all_pdos(session.description())) show_pdo(session, one);
+    for (const DrivePdo& one : all_pdos(session.description())) show_pdo(session, one);
     return ExitCode::OK;
   });
 
@@ -194,12 +187,12 @@ void add_pdo(Commands& commands) {
 
   CLI::App& map = Commands::add_below(
       pdo, "map",
-      "Map objects to one PDO, in this order, and read the mapping back; the PDO is enabled afterwards");
+      "Map objects to one PDO, in this order; it is enabled afterwards, and all of it is read back");
   auto map_arguments = add_pdo_arguments(map);
   map.add_option("OBJECT", map_arguments->rest, "Names or addresses; none: an empty PDO");
-  commands.on(map, [map_arguments](Context& context) {
-    return map_pdo(context, map_arguments->direction, map_arguments->number, map_arguments->rest);
-  });
+  map.add_option("--cob-id", map_arguments->cob_id, "Identifier instead of the one it has (0x181 ...)")
+      ->check(CLI::Range(0U, 0x7FFU));
+  commands.on(map, [map_arguments](Context& context) { return map_objects(context, *map_arguments); });
 }
 
 }  // namespace tavctl

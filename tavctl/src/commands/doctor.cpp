@@ -50,10 +50,30 @@ class Report {
   int problems_ = 0;
 };
 
+/** State and error counters of the CAN controller (ISO 11898-1). */
+void check_controller(const std::string& interface, const BusInfo& bus, Report& report) {
+  const std::string found = *bus.state + ", error counters tx " + std::to_string(bus.tx_errors.value_or(0)) +
+                            ", rx " + std::to_string(bus.rx_errors.value_or(0));
+  if (*bus.state == "ERROR-ACTIVE") {
+    report.good("bus state", found);
+  } else {
+    report.problem(
+        "bus state", found,
+        "compare the bit rates, look at wiring, termination (120 ohm at both ends) and whether any "
+        "other node is on");
+  }
+  if (bus.restart_ms != 0U) return;
+  report.warning("after bus off", "the interface stays off",
+                 "ip link set " + interface + " down; ip link set " + interface +
+                     " type can restart-ms 100; ip link set " + interface + " up");
+}
+
 void check_interface(Session& session, Report& report) {
   report.good("interface", session.bus().name() + " is open");
-  const auto bit_rate = bit_rate_of(session.bus().name());
-  report.good("bit rate", bit_rate ? std::to_string(*bit_rate) + " bit/s" : "none to be told for this bus");
+  const BusInfo bus = bus_info_of(session.bus().name());
+  report.good("bit rate",
+              bus.bit_rate ? std::to_string(*bus.bit_rate) + " bit/s" : "none to be told for this bus");
+  if (bus.state) check_controller(session.bus().name(), bus, report);
 }
 
 /** False when there is no use in asking on. */
@@ -74,9 +94,16 @@ bool check_node(Session& session, Report& report) {
                    "tavctl write \"Producer Heartbeat Time\" 100");
     return true;
   }
-  report.problem(
-      "node", who + " is silent",
-      "is it powered, is the node id right (--node), is its bit rate the bus's, is the bus terminated?");
+  nkr::canopen::RequestFailure failure;
+  const bool known = session.client().getLastFailure(session.node(), failure) == NKR_OK;
+  if (known && failure.other_node != 0) {
+    report.problem("node", who + " is silent, but node " + std::to_string(failure.other_node) + " is heard",
+                   "--node " + std::to_string(failure.other_node) + ", if that is the drive; tavctl scan");
+    return false;
+  }
+  report.problem("node", who + " is silent",
+                 "is it powered, is the node id right (tavctl scan), is its bit rate the bus's, is the bus "
+                 "terminated?");
   return false;
 }
 

@@ -1,11 +1,13 @@
 #include <memory>
-#include <nkr/canopen/Emergency.hpp>
 #include <string>
+#include <vector>
 
 #include "commands/AllCommands.hpp"
 #include "model/DriveWords.hpp"
+#include "model/EmergencyText.hpp"
 #include "model/Format.hpp"
 #include "session/DriveState.hpp"
+#include "session/ErrorField.hpp"
 
 namespace tavctl {
 
@@ -22,17 +24,16 @@ ExitCode errors(Context& context, bool clear) {
               "error_register", error_register);
   const std::string last = last_error_text(session);
   output.fact("Last error", last, "last_error", last);
-  int count = 0;
-  session.check(drive.getErrorCount(count), "read the number of errors");
-  output.fact("Errors in the list", std::to_string(count), "count", count);
+  const std::vector<nkr::canopen::Emergency> field = read_error_field(session);
+  output.fact("Errors in the list", std::to_string(field.size()), "count", field.size());
   Json list = Json::array();
-  for (int i = 1; i <= count; ++i) {
-    unsigned int raw = 0;
-    session.check(drive.getError(i, raw), "read error " + std::to_string(i));
-    const auto code = static_cast<std::uint16_t>(raw);
-    output.line(padded("  " + std::to_string(i) + (i == 1 ? " (newest)" : ""), 24) + hex(code, 4) + ' ' +
-                nkr::canopen::emergency_text(code));
-    list.push_back({{"code", code}, {"text", nkr::canopen::emergency_text(code)}});
+  for (const nkr::canopen::Emergency& error : field) {
+    const std::string vendor = vendor_text(error, session.description());
+    const std::string number = std::to_string(list.size() + 1) + (list.empty() ? " (newest)" : "");
+    output.line(padded("  " + number, 24) + error_code_text(error.code) +
+                (vendor.empty() ? "" : ": " + vendor));
+    list.push_back(
+        {{"code", error.code}, {"text", nkr::canopen::emergency_text(error.code)}, {"vendor_text", vendor}});
   }
   output.put("errors", std::move(list));
   return error_register == 0 ? ExitCode::OK : ExitCode::FINDINGS;

@@ -1,6 +1,7 @@
 // Motion orders in percent of the configured speed, and the snapshot of the drive.
 #include "session/Motion.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <string>
 
 #include "commands/AllCommands.hpp"
+#include "model/DriveWords.hpp"
 #include "session/DriveState.hpp"
 #include "session/Session.hpp"
 
@@ -43,6 +45,20 @@ void see_maximum(const Session& session) {
                 "It is the velocity that stands for 100 percent.");
 }
 
+/** Sees that the drive stays enabled for that time (none: for ever). False when the user asked to end. */
+bool keep_moving(Motion& motion, std::optional<double> seconds) {
+  constexpr std::chrono::milliseconds kLook{100};
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point start = Clock::now();
+  const auto left = [&] { return std::chrono::duration<double>(*seconds) - (Clock::now() - start); };
+  while (!seconds || left().count() > 0) {
+    motion.see_enabled();
+    const auto pause = seconds ? std::min<std::chrono::duration<double>>(left(), kLook) : kLook;
+    if (!motion.interrupt().wait_for(std::chrono::ceil<std::chrono::milliseconds>(pause))) return false;
+  }
+  return true;
+}
+
 ExitCode move(Context& context, const MoveOptions& options) {
   Session session(context);
   see_maximum(session);
@@ -55,14 +71,7 @@ ExitCode move(Context& context, const MoveOptions& options) {
   session.output().fact("Target velocity", std::to_string(target), "target_velocity", target);
   if (options.leave_running || order == Move::STOP) return ExitCode::OK;
 
-  bool finished = true;
-  if (options.seconds) {
-    finished = motion.interrupt().wait_for(
-        std::chrono::milliseconds(static_cast<std::int64_t>(*options.seconds * 1000.0)));
-  } else {
-    while (motion.interrupt().wait_for(std::chrono::hours(1))) continue;
-    finished = false;
-  }
+  const bool finished = keep_moving(motion, options.seconds);
   motion.stop();
   return finished ? ExitCode::OK : ExitCode::INTERRUPTED;
 }

@@ -84,7 +84,7 @@ std::uint8_t default_node_id(const Session& session) {
   const nkr::tools::ObjectEntry* const object = session.description().find("Node ID");
   const std::string text = object != nullptr ? object->getDefaultValue() : std::string{};
   const bool prefixed = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
-  const std::optional<std::int64_t> number = integer_of(prefixed ? text : "0x" + text);
+  const std::optional<std::int64_t> number = typed_integer(prefixed ? text : "0x" + text);
   return number ? static_cast<std::uint8_t>(*number) : session.node();
 }
 

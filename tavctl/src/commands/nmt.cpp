@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "commands/AllCommands.hpp"
+#include "model/DriveWords.hpp"
 #include "session/DriveState.hpp"
 
 namespace tavctl {

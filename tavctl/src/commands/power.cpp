@@ -30,11 +30,11 @@ void print_state(Session& session) {
 
 /** Waits until `reached` holds for the drive's state; the state it ended in. */
 template <class Reached>
-State wait_for_state(Session& session, const Motion& motion, Reached reached) {
+State wait_for_state(Session& session, const Interrupt& interrupt, Reached reached) {
   const auto deadline = std::chrono::steady_clock::now() + kLongestChange;
   State state = read_state(session);
   while (!reached(state) && std::chrono::steady_clock::now() < deadline) {
-    if (!motion.interrupt().wait_for(std::chrono::milliseconds(20))) break;
+    if (!interrupt.wait_for(std::chrono::milliseconds(20))) break;
     state = read_state(session);
   }
   return state;
@@ -59,23 +59,28 @@ ExitCode disable(Context& context) {
   Motion motion(session, AtEnd::LEAVE_ENABLED);
   if (read_state(session) == State::OPERATION_ENABLED) motion.stop();
   session.check(motion.controller().disableVoltage(), "disable the drive");
-  const State state = wait_for_state(
-      session, motion, [](State s) { return s == State::SWITCH_ON_DISABLED || s == State::FAULT; });
+  const State state = wait_for_state(session, motion.interrupt(), [](State s) {
+    return s == State::SWITCH_ON_DISABLED || s == State::FAULT;
+  });
   print_state(session);
   if (state != State::SWITCH_ON_DISABLED) stalled(session, "the drive was not disabled");
   return ExitCode::OK;
 }
 
+/** The order goes out before anything else: no controller, no protection, no question first. */
 ExitCode quick_stop(Context& context) {
   Session session(context);
-  Motion motion(session, AtEnd::LEAVE_ENABLED);
-  session.check(motion.controller().quickStop(), "command a quick stop");
-  wait_for_state(session, motion, [&session](State s) {
-    int velocity = 0;
+  const Interrupt interrupt;
+  session.check(session.dispatcher()->quickStop(), "command a quick stop");
+  int velocity = 0;
+  const State state = wait_for_state(session, interrupt, [&](State s) {
     session.check(session.dispatcher()->getVelocityActualValue(velocity), "read the velocity");
     return velocity == 0 && s != State::OPERATION_ENABLED;
   });
+  session.check(session.dispatcher()->setTargetVelocity(0), "set target velocity 0");
   print_state(session);
+  session.output().fact("Velocity", std::to_string(velocity), "velocity", velocity);
+  if (velocity != 0 || state == State::OPERATION_ENABLED) stalled(session, "the drive did not stop");
   return ExitCode::OK;
 }
 
@@ -87,8 +92,9 @@ ExitCode fault_reset(Context& context) {
     session.check(motion.controller().faultReset(level), "reset the fault");
     if (!motion.interrupt().wait_for(kSettle)) return ExitCode::INTERRUPTED;
   }
-  const State state = wait_for_state(
-      session, motion, [](State s) { return s != State::FAULT && s != State::FAULT_REACTION_ACTIVE; });
+  const State state = wait_for_state(session, motion.interrupt(), [](State s) {
+    return s != State::FAULT && s != State::FAULT_REACTION_ACTIVE;
+  });
   print_state(session);
   if (state == State::FAULT || state == State::FAULT_REACTION_ACTIVE) {
     stalled(session, "the fault was not reset");

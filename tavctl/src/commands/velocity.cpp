@@ -15,7 +15,6 @@ namespace tavctl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using nkr::tavcore::Controller;
 
 constexpr std::chrono::milliseconds kSamplePeriod{50};
 
@@ -33,14 +32,6 @@ VelocitySample sample(Session& session, Motion& motion, Clock::time_point start)
   session.check(motion.controller().getVelocityActualValue(taken.actual), "read the velocity");
   taken.demand = demand;
   return taken;
-}
-
-void see_enabled(Session& session, Motion& motion) {
-  Controller::PDSState state{};
-  session.check(motion.controller().getPDSState(state), "read the state");
-  if (state == Controller::PDSState::OPERATION_ENABLED) return;
-  throw Failure(ExitCode::WRONG_STATE, "the drive left OPERATION_ENABLED (" + session.where() + ")",
-                explain_stall(session));
 }
 
 void command(Session& session, Motion& motion, short value) {
@@ -62,7 +53,7 @@ bool follow(Session& session, Motion& motion, std::optional<double> seconds, Clo
   };
   for (auto next = begin; !over();) {
     samples.push_back(sample(session, motion, start));
-    see_enabled(session, motion);
+    motion.see_enabled();
     next += kSamplePeriod;
     if (!motion.interrupt().wait_until(next)) return false;
   }

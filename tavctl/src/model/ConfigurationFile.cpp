@@ -79,7 +79,10 @@ ConfiguredValue configured_value(const std::string& path, const ObjectEntry& obj
                                  std::uint8_t node) {
   std::string value = text;
   const auto number = nkr::tools::integer_of(text, object.getDataType(), node);
-  if (nkr::tools::is_node_relative(text) && number) value = std::to_string(*number);
+  if (number) {  // the file's way of writing numbers is not the user's
+    value = nkr::tools::is_signed(object.getDataType()) ? std::to_string(*number)
+                                                        : std::to_string(static_cast<std::uint64_t>(*number));
+  }
   try {
     return {&object, encode_value(object, value, node), text};
   } catch (const Failure& failure) {

@@ -1,12 +1,12 @@
 #include "model/Description.hpp"
 
-#include <charconv>
 #include <cstdint>
 #include <fstream>
 #include <string_view>
 #include <vector>
 
 #include "cli/Failure.hpp"
+#include "model/Number.hpp"
 #include "model/Pattern.hpp"
 
 namespace tavctl {
@@ -30,20 +30,15 @@ std::unique_ptr<EDSParser> load_description(const std::string& path) {
 
 namespace {
 
-/** The whole text as a number of that base; nothing else is one. */
-std::optional<unsigned> whole_number(std::string_view text, int base, unsigned maximum) {
-  unsigned value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-  if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value > maximum) return {};
-  return value;
+/** The whole text as a number up to the maximum; nothing else is one. */
+std::optional<unsigned> whole_number(std::string_view text, unsigned maximum) {
+  const std::optional<std::int64_t> number = typed_integer(text);
+  if (!number || *number < 0 || *number > maximum) return std::nullopt;
+  return static_cast<unsigned>(*number);
 }
 
 bool is_hex(std::string_view text) {
   return text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-}
-
-std::optional<unsigned> subindex_of(std::string_view text) {
-  return is_hex(text) ? whole_number(text.substr(2), 16, 0xFF) : whole_number(text, 10, 0xFF);
 }
 
 std::string similar_names(const EDSParser& description, const std::string& name) {
@@ -63,8 +58,9 @@ ObjectReference parse_reference(const std::string& text) {
   const std::string_view view = text;
   if (!is_hex(view)) return {text, std::nullopt};
   const std::size_t colon = view.find(':');
-  const auto index = whole_number(view.substr(2, colon == view.npos ? view.npos : colon - 2), 16, 0xFFFF);
-  const auto subindex = colon == view.npos ? std::optional<unsigned>(0) : subindex_of(view.substr(colon + 1));
+  const auto index = whole_number(view.substr(0, colon), 0xFFFF);
+  const auto subindex =
+      colon == view.npos ? std::optional<unsigned>(0) : whole_number(view.substr(colon + 1), 0xFF);
   if (!index || !subindex) return {text, std::nullopt};
   return {text, ObjectID(static_cast<std::uint16_t>(*index), static_cast<std::uint8_t>(*subindex))};
 }

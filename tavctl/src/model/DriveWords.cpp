@@ -5,7 +5,22 @@
 
 namespace tavctl {
 
+using NMTState = nkr::tavcore::INMTService::NMTState;
 using State = nkr::tavcore::IPDSService::PDSState;
+
+std::string nmt_name(NMTState state) {
+  switch (state) {
+    case NMTState::UNKNOWN:
+      return "not heard";
+    case NMTState::STOPPED:
+      return "stopped";
+    case NMTState::OPERATIONAL:
+      return "operational";
+    case NMTState::PRE_OPERATIONAL:
+      return "pre-operational";
+  }
+  return "unknown state " + std::to_string(static_cast<unsigned>(state));
+}
 
 std::string state_name(State state) {
   switch (state) {

@@ -4,10 +4,14 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tavcore/INMTService.hpp>
 #include <tavcore/IPDSService.hpp>
 #include <vector>
 
 namespace tavctl {
+
+/** "operational", "pre-operational", "stopped"; "not heard" for UNKNOWN. */
+[[nodiscard]] std::string nmt_name(nkr::tavcore::INMTService::NMTState state);
 
 /** "OPERATION_ENABLED"; "unknown state N" outside the eight. */
 [[nodiscard]] std::string state_name(nkr::tavcore::IPDSService::PDSState state);

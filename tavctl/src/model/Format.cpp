@@ -36,60 +36,44 @@ std::string result_text(nkr_error_t code) {
          nkr_error_text(code);
 }
 
+namespace {
+
+struct TypeName {
+  DataType type;
+  const char* name;
+};
+constexpr TypeName kTypeNames[] = {{DataType::UNKNOWN, "?"},
+                                   {DataType::BOOLEAN, "BOOLEAN"},
+                                   {DataType::INTEGER8, "INTEGER8"},
+                                   {DataType::INTEGER16, "INTEGER16"},
+                                   {DataType::INTEGER24, "INTEGER24"},
+                                   {DataType::INTEGER32, "INTEGER32"},
+                                   {DataType::INTEGER40, "INTEGER40"},
+                                   {DataType::INTEGER48, "INTEGER48"},
+                                   {DataType::INTEGER56, "INTEGER56"},
+                                   {DataType::INTEGER64, "INTEGER64"},
+                                   {DataType::UNSIGNED8, "UNSIGNED8"},
+                                   {DataType::UNSIGNED16, "UNSIGNED16"},
+                                   {DataType::UNSIGNED24, "UNSIGNED24"},
+                                   {DataType::UNSIGNED32, "UNSIGNED32"},
+                                   {DataType::UNSIGNED40, "UNSIGNED40"},
+                                   {DataType::UNSIGNED48, "UNSIGNED48"},
+                                   {DataType::UNSIGNED56, "UNSIGNED56"},
+                                   {DataType::UNSIGNED64, "UNSIGNED64"},
+                                   {DataType::REAL32, "REAL32"},
+                                   {DataType::REAL64, "REAL64"},
+                                   {DataType::VISIBLE_STRING, "VISIBLE_STRING"},
+                                   {DataType::OCTET_STRING, "OCTET_STRING"},
+                                   {DataType::UNICODE_STRING, "UNICODE_STRING"},
+                                   {DataType::TIME_OF_DAY, "TIME_OF_DAY"},
+                                   {DataType::TIME_DIFFERENCE, "TIME_DIFFERENCE"},
+                                   {DataType::DOMAIN, "DOMAIN"}};
+
+}  // namespace
+
 std::string data_type_name(DataType type) {
-  switch (type) {
-    case DataType::UNKNOWN:
-      return "?";
-    case DataType::BOOLEAN:
-      return "BOOLEAN";
-    case DataType::INTEGER8:
-      return "INTEGER8";
-    case DataType::INTEGER16:
-      return "INTEGER16";
-    case DataType::INTEGER32:
-      return "INTEGER32";
-    case DataType::UNSIGNED8:
-      return "UNSIGNED8";
-    case DataType::UNSIGNED16:
-      return "UNSIGNED16";
-    case DataType::UNSIGNED32:
-      return "UNSIGNED32";
-    case DataType::REAL32:
-      return "REAL32";
-    case DataType::VISIBLE_STRING:
-      return "VISIBLE_STRING";
-    case DataType::OCTET_STRING:
-      return "OCTET_STRING";
-    case DataType::UNICODE_STRING:
-      return "UNICODE_STRING";
-    case DataType::TIME_OF_DAY:
-      return "TIME_OF_DAY";
-    case DataType::TIME_DIFFERENCE:
-      return "TIME_DIFFERENCE";
-    case DataType::DOMAIN:
-      return "DOMAIN";
-    case DataType::INTEGER24:
-      return "INTEGER24";
-    case DataType::REAL64:
-      return "REAL64";
-    case DataType::INTEGER40:
-      return "INTEGER40";
-    case DataType::INTEGER48:
-      return "INTEGER48";
-    case DataType::INTEGER56:
-      return "INTEGER56";
-    case DataType::INTEGER64:
-      return "INTEGER64";
-    case DataType::UNSIGNED24:
-      return "UNSIGNED24";
-    case DataType::UNSIGNED40:
-      return "UNSIGNED40";
-    case DataType::UNSIGNED48:
-      return "UNSIGNED48";
-    case DataType::UNSIGNED56:
-      return "UNSIGNED56";
-    case DataType::UNSIGNED64:
-      return "UNSIGNED64";
+  for (const TypeName& row : kTypeNames) {
+    if (row.type == type) return row.name;
   }
   return hex(static_cast<std::uint16_t>(type), 4);
 }

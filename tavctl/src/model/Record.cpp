@@ -1,39 +1,8 @@
 #include "model/Record.hpp"
 
 #include <algorithm>
-#include <charconv>
 
 namespace tavctl {
-
-std::optional<std::int64_t> integer_of(const std::string& text) {
-  const bool negative = !text.empty() && text[0] == '-';
-  std::size_t start = negative ? 1 : 0;
-  int base = 10;
-  if (text.compare(start, 2, "0x") == 0 || text.compare(start, 2, "0X") == 0) {
-    base = 16;
-    start += 2;
-  }
-  if (start >= text.size() || text[start] == '-') return std::nullopt;
-  std::int64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data() + start, end, number, base);
-  if (error != std::errc{} || stop != end) return std::nullopt;
-  return negative ? -number : number;
-}
-
-std::optional<double> real_of(const std::string& text) {
-  double number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || stop != end) return std::nullopt;
-  return number;
-}
-
-std::optional<bool> flag_of(const std::string& text) {
-  if (text == "1" || text == "true" || text == "on" || text == "yes") return true;
-  if (text == "0" || text == "false" || text == "off" || text == "no") return false;
-  return std::nullopt;
-}
 
 Assignment assignment_of(const std::string& text) {
   const std::size_t sign = text.find('=');

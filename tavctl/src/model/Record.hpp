@@ -10,19 +10,13 @@
 
 #include "cli/Failure.hpp"
 #include "cli/Output.hpp"
+#include "model/Number.hpp"
 #include "model/Value.hpp"
 
 namespace tavctl {
 
 // A record of the library is shown and set field by field. What a record's fields are is said once, by a
 // function object `fields(visit, record)` that calls visit(key, field) for each of them, in order.
-
-/** What a whole text says as a number: decimal or 0x hexadecimal; none for anything else. */
-[[nodiscard]] std::optional<std::int64_t> integer_of(const std::string& text);
-/** Likewise for a number with a fraction; a point is the decimal sign. */
-[[nodiscard]] std::optional<double> real_of(const std::string& text);
-/** 0/1/true/false/on/off/yes/no. */
-[[nodiscard]] std::optional<bool> flag_of(const std::string& text);
 
 /** "KEY=VALUE" in its two parts. Failure(USAGE) when it is none. */
 struct Assignment {
@@ -39,17 +33,17 @@ void assign(const Assignment& assignment, Field& field) {
                   "\"" + assignment.value + "\" is no value for " + assignment.key + ": " + wanted);
   };
   if constexpr (std::is_same_v<Field, bool>) {
-    const std::optional<bool> flag = flag_of(assignment.value);
+    const std::optional<bool> flag = typed_flag(assignment.value);
     if (!flag) refuse("on or off is wanted");
     field = *flag;
   } else if constexpr (std::is_floating_point_v<Field>) {
-    const std::optional<double> number = real_of(assignment.value);
+    const std::optional<double> number = typed_real(assignment.value);
     if (!number) refuse("a number is wanted");
     field = static_cast<Field>(*number);
   } else if constexpr (std::is_same_v<Field, std::string>) {
     field = assignment.value;
   } else {
-    const std::optional<std::int64_t> number = integer_of(assignment.value);
+    const std::optional<std::int64_t> number = typed_integer(assignment.value);
     using Limits = std::numeric_limits<Field>;
     if (!number) refuse("a whole number is wanted");
     if (*number < static_cast<std::int64_t>(Limits::min()) ||

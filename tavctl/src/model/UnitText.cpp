@@ -62,7 +62,8 @@ std::string prefix_name(int exponent) {
 }  // namespace
 
 std::string unit_text(std::uint32_t unit) {
-  const int exponent = static_cast<std::int8_t>(unit >> 24);
+  constexpr int kSign = 0x80;  // the exponent is an INTEGER8
+  const int exponent = (static_cast<int>(unit >> 24) ^ kSign) - kSign;
   const unsigned numerator = unit >> 16 & 0xFF;
   const unsigned denominator = unit >> 8 & 0xFF;
   std::string text = prefix_name(exponent) + unit_name(numerator);

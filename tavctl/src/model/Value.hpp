@@ -29,7 +29,8 @@ struct Value {
 [[nodiscard]] Value decode_value(nkr::tools::DataType type, const std::vector<std::uint8_t>& bytes);
 
 /**
- * What the user wrote as the bytes of that object's type: numbers decimal or 0x hexadecimal,
+ * What the user wrote as the bytes of that object's type: numbers decimal or 0x hexadecimal (in a
+ * signed type the digits of its full width are a bit pattern: 0xFFFF is -1 in an INTEGER16),
  * 0/1/true/false/on/off for a BOOLEAN, bytes ("01 02 FF") for types that are neither number nor text.
  * Failure(REFUSED) for what is no such value or lies outside the limits of the description.
  */

@@ -31,17 +31,31 @@ std::string output_of(const std::string& command) {
   return text;
 }
 
+std::optional<unsigned> number_at(const Json& links, const std::string& place) {
+  const Json::json_pointer pointer(place);
+  if (!links.contains(pointer) || !links.at(pointer).is_number_unsigned()) return std::nullopt;
+  return links.at(pointer).get<unsigned>();
+}
+
 }  // namespace
 
-std::optional<unsigned> bit_rate_of(const std::string& bus_name) {
-  if (!is_interface_name(bus_name) || bus_name == "virtual") return std::nullopt;
-  const Json links =
-      Json::parse(output_of("ip -details -json link show " + bus_name + " 2>/dev/null"), nullptr, false);
-  const Json::json_pointer place("/0/linkinfo/info_data/bittiming/bitrate");
-  if (links.is_discarded() || !links.contains(place) || !links.at(place).is_number_unsigned()) {
-    return std::nullopt;
-  }
-  return links.at(place).get<unsigned>();
+BusInfo parse_link(const std::string& json) {
+  const Json links = Json::parse(json, nullptr, false);
+  if (links.is_discarded()) return {};
+  const std::string data = "/0/linkinfo/info_data";
+  BusInfo info;
+  info.bit_rate = number_at(links, data + "/bittiming/bitrate");
+  info.restart_ms = number_at(links, data + "/restart_ms");
+  info.tx_errors = number_at(links, data + "/berr_counter/tx");
+  info.rx_errors = number_at(links, data + "/berr_counter/rx");
+  const Json::json_pointer state(data + "/state");
+  if (links.contains(state) && links.at(state).is_string()) info.state = links.at(state).get<std::string>();
+  return info;
+}
+
+BusInfo bus_info_of(const std::string& bus_name) {
+  if (!is_interface_name(bus_name) || bus_name == "virtual") return {};
+  return parse_link(output_of("ip -details -json link show " + bus_name + " 2>/dev/null"));
 }
 
 }  // namespace tavctl

@@ -6,9 +6,20 @@
 
 namespace tavctl {
 
-/** Bit rate of a SocketCAN interface in bit/s, as `ip -details -json link show` tells; none for other buses,
- * virtual interfaces, or without that program. */
-[[nodiscard]] std::optional<unsigned> bit_rate_of(const std::string& bus_name);
+/** What the system knows of a CAN interface; what is not known is absent. */
+struct BusInfo {
+  std::optional<unsigned> bit_rate;    ///< bit/s
+  std::optional<std::string> state;    ///< of the controller: "ERROR-ACTIVE", "BUS-OFF" ...
+  std::optional<unsigned> restart_ms;  ///< after bus off; 0: it does not restart by itself
+  std::optional<unsigned> tx_errors;   ///< error counters
+  std::optional<unsigned> rx_errors;
+};
+
+/** Takes what `ip -details -json link show` writes for one interface. */
+[[nodiscard]] BusInfo parse_link(const std::string& json);
+
+/** Asks that program; nothing is known of other buses than SocketCAN interfaces, or without the program. */
+[[nodiscard]] BusInfo bus_info_of(const std::string& bus_name);
 
 }  // namespace tavctl
 

@@ -42,20 +42,6 @@ std::string next_transition(State state) {
 
 }  // namespace
 
-std::string nmt_name(NMTState state) {
-  switch (state) {
-    case NMTState::UNKNOWN:
-      return "not heard";
-    case NMTState::STOPPED:
-      return "stopped";
-    case NMTState::OPERATIONAL:
-      return "operational";
-    case NMTState::PRE_OPERATIONAL:
-      return "pre-operational";
-  }
-  return "unknown state " + std::to_string(static_cast<unsigned>(state));
-}
-
 NMTState heard_nmt_state(Session& session, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   NMTState state = NMTState::UNKNOWN;

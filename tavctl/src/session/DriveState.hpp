@@ -12,9 +12,6 @@
 
 namespace tavctl {
 
-/** "operational", "pre-operational", "stopped"; "not heard" for UNKNOWN. */
-[[nodiscard]] std::string nmt_name(nkr::tavcore::INMTService::NMTState state);
-
 /** The node's NMT state; waits for a first heartbeat when none was heard yet. UNKNOWN when none came. */
 [[nodiscard]] nkr::tavcore::INMTService::NMTState heard_nmt_state(Session& session,
                                                                   std::chrono::milliseconds patience);

@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 
 namespace tavctl {
 
@@ -16,8 +18,10 @@ namespace {
 /** A pipe whose write end the handler uses: the one thing that is safe there and wakes a waiter. */
 int wake_pipe[2] = {-1, -1};
 volatile std::sig_atomic_t end_requested = 0;
-struct sigaction previous_int;
-struct sigaction previous_term;
+
+/** Ctrl-C, an orderly end, a terminal that was closed, an output that nobody reads any more. */
+constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+std::array<struct sigaction, kSignals.size()> previous;
 
 void on_signal(int /*signal*/) {
   const int saved = errno;
@@ -35,13 +39,15 @@ Interrupt::Interrupt() {
   struct sigaction action = {};
   action.sa_handler = on_signal;
   sigemptyset(&action.sa_mask);
-  ::sigaction(SIGINT, &action, &previous_int);
-  ::sigaction(SIGTERM, &action, &previous_term);
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    ::sigaction(kSignals[i], &action, &previous[i]);
+    const bool without_terminal = kSignals[i] == SIGHUP && previous[i].sa_handler == SIG_IGN;  // nohup
+    if (without_terminal) ::sigaction(SIGHUP, &previous[i], nullptr);
+  }
 }
 
 Interrupt::~Interrupt() {
-  ::sigaction(SIGINT, &previous_int, nullptr);
-  ::sigaction(SIGTERM, &previous_term, nullptr);
+  for (std::size_t i = 0; i < kSignals.size(); ++i) ::sigaction(kSignals[i], &previous[i], nullptr);
   for (int& end : wake_pipe) {
     if (end >= 0) ::close(end);
     end = -1;

@@ -6,8 +6,9 @@
 namespace tavctl {
 
 /**
- * Turns Ctrl-C (SIGINT) and SIGTERM into a request that waits see, from construction to destruction: what
- * moves a drive must stop it before the program ends. One at a time.
+ * Turns Ctrl-C (SIGINT), SIGTERM, a closed terminal (SIGHUP) and a closed output (SIGPIPE) into a request
+ * that waits see, from construction to destruction: what moves a drive must stop it before the program ends.
+ * One at a time.
  */
 class Interrupt {
  public:

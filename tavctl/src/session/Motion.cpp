@@ -30,8 +30,8 @@ Motion::~Motion() {
   if (at_end_ == AtEnd::LEAVE_RUNNING) {
     // The controller's end commands velocity 0: this is the one case that must not have it.
     // It is kept, undestroyed, to the end of the process.
-    static auto& left_running = *new std::vector<std::unique_ptr<Controller>>;
-    left_running.push_back(std::move(controller_));
+    static auto* const left_running = std::make_unique<std::vector<std::unique_ptr<Controller>>>().release();
+    left_running->push_back(std::move(controller_));
     return;
   }
   try {
@@ -48,6 +48,8 @@ void Motion::enable() {
     follow_ramp();
     return;
   }
+  // What was demanded of it before must not make it move now.
+  session_.check(controller_->setTargetVelocity(0), "set target velocity 0");
   enabled_here_ = true;
   const nkr_error_t result = controller_->enterInOperationEnabledState();
   if (result == NKR_INVALID_STATE) {
@@ -56,6 +58,14 @@ void Motion::enable() {
   }
   session_.check(result, "enable the drive");
   follow_ramp();
+}
+
+void Motion::see_enabled() {
+  Controller::PDSState state{};
+  session_.check(controller_->getPDSState(state), "read the state");
+  if (state == Controller::PDSState::OPERATION_ENABLED) return;
+  throw Failure(ExitCode::WRONG_STATE, "the drive left OPERATION_ENABLED (" + session_.where() + ")",
+                explain_stall(session_));
 }
 
 void Motion::follow_ramp() {

@@ -34,6 +34,8 @@ class Motion {
   /** Takes the drive to OPERATION_ENABLED and lets it follow its ramp. Failure(WRONG_STATE) with the
    * transition that stalled and why. */
   void enable();
+  /** Failure(WRONG_STATE) when the drive is no longer in OPERATION_ENABLED. */
+  void see_enabled();
   /** Target velocity 0, and waits for standstill; disables the drive when enable() enabled it. Failure when
    * it does not come to rest. */
   void stop();

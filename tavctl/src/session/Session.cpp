@@ -1,6 +1,7 @@
 #include "session/Session.hpp"
 
 #include <nkr/can/open_bus.hpp>
+#include <optional>
 #include <utility>
 
 #include "model/Description.hpp"
@@ -42,11 +43,12 @@ std::shared_ptr<nkr::can::Bus> open(const std::string& name) {
 
 Session::Session(Context& context)
     : output_(context.output),
+      black_box_(context.black_box),
       config_(load_configuration(context.options)),
       description_(load_description(config_->getCANOpenEDSFilePath())),
       node_(node_of(context.options, *config_)),
       bus_(open(context.options.bus)) {
-  if (context.options.trace) trace_ = std::make_unique<BusTrace>(*bus_, *description_, output_);
+  if (context.options.trace) trace_ = std::make_unique<BusTrace>(*bus_, *description_, node_, output_);
   client_ = std::make_shared<nkr::canopen::Client>(bus_);
   client_->setObjectNameResolver([this](std::uint8_t, std::uint32_t address) {
     const ObjectID id(static_cast<std::uint16_t>(address >> 16), static_cast<std::uint8_t>(address >> 8));
@@ -63,6 +65,10 @@ Session::Session(Context& context)
   check(dispatcher_->_setNodeId(node_), "set the node id");
 }
 
+Session::~Session() {
+  black_box_.keep(*client_);
+}
+
 std::string Session::where() const {
   return "node " + std::to_string(node_) + " on " + bus_->name();
 }
@@ -71,15 +77,18 @@ Failure Session::failure(nkr_error_t result, const std::string& what) const {
   std::string text = "cannot " + what + " (" + where() + ")";
   std::string hint = hint_for(result);
   nkr::canopen::RequestFailure request;
+  std::optional<nkr::canopen::RequestFailure> about;
   if (client_->getLastFailure(node_, request) == NKR_OK && request.code == result) {
     if (what.find(request.object_name) == std::string::npos) text += ": " + request.object_name;
-    if (request.cause != nkr::canopen::FailureCause::refused_by_node) hint = to_string(request);
+    about = std::move(request);
   } else if (result == NKR_NOT_AVAILABLE) {
     hint = failure_log_.last();
   }
   const std::string advice = nkr::can::bus_advice(bus_->name(), result);
   if (!advice.empty()) hint += (hint.empty() ? "" : "; ") + advice;
-  return Failure(exit_code_of(result), std::move(text), std::move(hint), result);
+  Failure failure(exit_code_of(result), std::move(text), std::move(hint), result);
+  if (about) failure.set_request(*std::move(about));
+  return failure;
 }
 
 void Session::check(nkr_error_t result, const std::string& what) const {

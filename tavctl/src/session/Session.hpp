@@ -25,6 +25,7 @@ namespace tavctl {
 class Session {
  public:
   explicit Session(Context& context);
+  ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
@@ -52,6 +53,7 @@ class Session {
 
  private:
   Output& output_;
+  BlackBox& black_box_;
   FailureLog failure_log_;
   std::shared_ptr<nkr::tavcore::Config> config_;
   std::unique_ptr<nkr::tools::EDSParser> description_;

@@ -1,10 +1,8 @@
 #include "trace/BusTrace.hpp"
 
 #include <chrono>
-#include <cstddef>
-#include <cstdio>
 
-#include "model/Format.hpp"
+#include "trace/FrameView.hpp"
 
 namespace tavctl {
 
@@ -15,18 +13,11 @@ using nkr::can::Clock;
 /** A bus that stays silent this long has delivered everything that was sent. */
 constexpr auto kQuiet = std::chrono::milliseconds(20);
 
-std::string bytes_of(const nkr::can::Frame& frame) {
-  std::string text;
-  for (std::size_t i = 0; i < frame.size && i < frame.data.size(); ++i) {
-    text += (text.empty() ? "" : " ") + hex(frame.data[i], 2).substr(2);
-  }
-  return text;
-}
-
 }  // namespace
 
-BusTrace::BusTrace(nkr::can::Bus& bus, const nkr::tools::EDSParser& description, Output& output)
-    : decoder_(description), output_(output) {
+BusTrace::BusTrace(nkr::can::Bus& bus, const nkr::tools::EDSParser& description, std::uint8_t node,
+                   Output& output)
+    : decoder_(description, node), output_(output) {
   nkr_error_t result = NKR_OK;
   port_ = bus.open({}, result);
   if (!port_) throw Failure(ExitCode::CONNECTION, "cannot trace " + bus.name(), hint_for(result), result);
@@ -40,20 +31,16 @@ BusTrace::~BusTrace() {
 }
 
 void BusTrace::run() {
-  const Clock::time_point start = Clock::now();
+  const auto start = std::chrono::system_clock::now();
   nkr::can::Frame frame;
+  std::chrono::system_clock::time_point when;
   while (true) {
-    const nkr_error_t result = port_->receive(frame, Clock::now() + std::chrono::seconds(1));
+    const nkr_error_t result = port_->receive_stamped(frame, Clock::now() + std::chrono::seconds(1), when);
     if (result == NKR_CAN_CLOSED) return;
-    if (result == NKR_OK) show(frame, std::chrono::duration<double>(Clock::now() - start).count());
+    if (result != NKR_OK) continue;
+    const double seconds = std::chrono::duration<double>(when - start).count();
+    output_.note(frame_line(seconds, frame, decoder_.decode(frame)));
   }
-}
-
-void BusTrace::show(const nkr::can::Frame& frame, double seconds) {
-  const FrameMeaning meaning = decoder_.decode(frame);
-  char head[40];
-  std::snprintf(head, sizeof head, "%10.6f  %03X  ", seconds, static_cast<unsigned>(frame.id));
-  output_.note(head + padded(bytes_of(frame), 25) + padded(meaning.kind, 16) + meaning.text);
 }
 
 }  // namespace tavctl

@@ -18,14 +18,13 @@ namespace tavctl {
 class BusTrace {
  public:
   /** Failure(CONNECTION) when the bus gives no port. */
-  BusTrace(nkr::can::Bus& bus, const nkr::tools::EDSParser& description, Output& output);
+  BusTrace(nkr::can::Bus& bus, const nkr::tools::EDSParser& description, std::uint8_t node, Output& output);
   ~BusTrace();
   BusTrace(const BusTrace&) = delete;
   BusTrace& operator=(const BusTrace&) = delete;
 
  private:
   void run();
-  void show(const nkr::can::Frame& frame, double seconds);
 
   FrameDecoder decoder_;
   Output& output_;

@@ -2,48 +2,58 @@
 #define TAVCTL_TRACE_FRAMEDECODER_HPP
 
 #include <cstdint>
-#include <map>
 #include <nkr/can/Frame.hpp>
 #include <nkr/tools/EDSParser.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "trace/ObjectText.hpp"
+#include "trace/PdoTable.hpp"
+#include "trace/SdoDecoder.hpp"
+
 namespace tavctl {
 
-/** What a frame means: kind ("SDO", "NMT", ...) and a sentence with the description's names. */
+/** What service of CiA 301 a frame belongs to. */
+enum class FrameKind { NMT, SYNC, EMCY, TIME, SRDO, PDO, SDO, HEARTBEAT, LSS, ERROR, OTHER };
+
+/** What --kind calls them: "nmt", "sync" ... */
+[[nodiscard]] std::vector<std::string> frame_kind_names();
+[[nodiscard]] std::string to_string(FrameKind kind);
+
+/** What a frame means, with the description's names. */
 struct FrameMeaning {
-  std::string kind;
+  FrameKind kind = FrameKind::OTHER;
+  std::uint8_t node = 0;  ///< whom it is from or to; 0: all, or not to be told
+  std::string title;      ///< "TPDO1 node 10"
   std::string text;
+  std::vector<ObjectBytes> objects;  ///< the values that it gives
 };
 
 /**
- * Tells what CAN frames mean by the predefined connection set (CiA 301) and a device description. Follows
- * segmented SDO transfers, so frames are to be given in order. PDOs are read by the description's default
- * mapping.
+ * Tells what CAN frames mean by the predefined connection set (CiA 301, 7.3.5) and a device description.
+ * Follows SDO transfers, so frames are to be given in order. What a node is heard to hold of its PDO
+ * parameters is used for the PDOs that come later.
  */
 class FrameDecoder {
  public:
-  explicit FrameDecoder(const nkr::tools::EDSParser& description) : description_(description) {}
+  /** `node` is the one that the description is of: its PDOs may have other identifiers than the predefined.
+   */
+  FrameDecoder(const nkr::tools::EDSParser& description, std::uint8_t node)
+      : objects_(description), sdo_(objects_), pdos_(description, node) {}
+  FrameDecoder(const FrameDecoder&) = delete;
+  FrameDecoder& operator=(const FrameDecoder&) = delete;
 
   [[nodiscard]] FrameMeaning decode(const nkr::can::Frame& frame);
+  [[nodiscard]] Json json(const FrameMeaning& meaning) const;
 
  private:
-  /** The SDO transfer that a node's server is in. */
-  struct Transfer {
-    nkr::tools::ObjectID object;
-    std::vector<std::uint8_t> bytes;  ///< of the segments so far
-    bool segmented = false;
-  };
+  [[nodiscard]] FrameMeaning sdo_meaning(const nkr::can::Frame& frame, std::uint8_t node);
+  [[nodiscard]] FrameMeaning pdo_meaning(const NodePdo& pdo, const nkr::can::Frame& frame) const;
 
-  [[nodiscard]] std::string request_text(std::uint8_t node, const nkr::can::Frame& frame);
-  [[nodiscard]] std::string reply_text(std::uint8_t node, const nkr::can::Frame& frame);
-  [[nodiscard]] std::string segment_text(Transfer& transfer, const nkr::can::Frame& frame) const;
-  [[nodiscard]] std::string pdo_text(std::uint16_t mapping_index, const nkr::can::Frame& frame) const;
-  [[nodiscard]] std::string name_of(nkr::tools::ObjectID id) const;
-  [[nodiscard]] std::string value_text(nkr::tools::ObjectID id, const std::vector<std::uint8_t>& bytes) const;
-
-  const nkr::tools::EDSParser& description_;
-  std::map<std::uint8_t, Transfer> transfers_;
+  ObjectText objects_;
+  SdoDecoder sdo_;
+  PdoTable pdos_;
 };
 
 }  // namespace tavctl

@@ -54,7 +54,7 @@ ExitCode show_mappings(Context& context) {
 }
 
 int bit_of(const SafetyWord& word, const std::string& key) {
-  const std::optional<std::int64_t> bit = integer_of(key);
+  const std::optional<std::int64_t> bit = typed_integer(key);
   if (!bit || *bit < 0 || *bit >= word.mappable_bits) {
     throw Failure(ExitCode::USAGE, word.name() + " has bits 0 to " + std::to_string(word.mappable_bits - 1));
   }
@@ -137,7 +137,7 @@ ExitCode set_word(Context& context, const WordArguments& arguments) {
   WordValue wanted = read_word(session, word);
   for (const std::string& text : arguments.assignments) {
     const Assignment assignment = assignment_of(text);
-    const std::optional<std::int64_t> bit = integer_of(assignment.key);
+    const std::optional<std::int64_t> bit = typed_integer(assignment.key);
     if (!bit || *bit < 0 || *bit >= kBits) throw Failure(ExitCode::USAGE, "a word has bits 0 to 7");
     assign(assignment, word_bit(wanted, static_cast<int>(*bit)));
   }

@@ -1,0 +1,39 @@
+#ifndef TAVCTL_SESSION_BUSMETER_HPP
+#define TAVCTL_SESSION_BUSMETER_HPP
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <nkr/can/Bus.hpp>
+#include <thread>
+
+namespace tavctl {
+
+/** Counts what goes over a bus, everybody's frames, from construction to stop(). */
+class BusMeter {
+ public:
+  /** Counts nothing when the bus gives no port: `result` tells. */
+  BusMeter(nkr::can::Bus& bus, nkr_error_t& result);
+  ~BusMeter();
+  BusMeter(const BusMeter&) = delete;
+  BusMeter& operator=(const BusMeter&) = delete;
+
+  /** Waits until what was sent before has been counted, and ends. */
+  void stop();
+  [[nodiscard]] std::uint64_t frames() const { return frames_; }
+  [[nodiscard]] std::uint64_t bits() const { return bits_; }
+  /** State and error counters of the bus. */
+  [[nodiscard]] nkr::can::BusStatus status() const { return port_->status(); }
+
+ private:
+  void run();
+
+  std::unique_ptr<nkr::can::Port> port_;
+  std::atomic<std::uint64_t> frames_{0};
+  std::atomic<std::uint64_t> bits_{0};
+  std::thread thread_;
+};
+
+}  // namespace tavctl
+
+#endif
