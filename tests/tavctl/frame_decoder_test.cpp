@@ -117,6 +117,14 @@ TEST_F(FrameDecoderTest, ReadsPdosByTheMappingThatWasWrittenOnTheBus) {
   EXPECT_EQ(title({0x18A, {0x40, 0x00}}), "?");
 }
 
+TEST_F(FrameDecoderTest, SaysWhatPdoParametersMean) {
+  EXPECT_EQ(text({0x60A, {0x23, 0x00, 0x1A, 0x01, 0x10, 0x00, 0x41, 0x60}}),
+            "write \"TPDO 1 Mapping Parameter Mapping entry 1\" (0x1A00:01) = 1614872592 (0x60410010): "
+            "\"statusword\" (0x6041:00), 16 bits");
+  const std::string identifier = text({0x58A, {0x43, 0x00, 0x18, 0x01, 0x8A, 0x01, 0x00, 0x80}});
+  EXPECT_NE(identifier.find(": identifier 0x18A, not valid"), std::string::npos) << identifier;
+}
+
 TEST_F(FrameDecoderTest, ReadsPdosOfOtherNodesByThePredefinedConnectionSet) {
   EXPECT_EQ(title({0x18B, {0x40, 0x00}}), "TPDO1 node 11");
   EXPECT_EQ(text({0x18B, {0x40, 0x00}}), "\"statusword\" (0x6041:00) = 64 (0x0040): SWITCH_ON_DISABLED");

@@ -80,6 +80,28 @@ TEST(LogReader, CountsEveryLineAndPassesOverBlankOnes) {
   EXPECT_FALSE(reader.next());
 }
 
+TEST(LogReader, TakesAnyBytes) {
+  std::string bytes;
+  std::uint32_t random = 1;
+  constexpr char kLikely[] = "can0 (1.[8]#0Af\n\r\t60R\0";
+  for (int i = 0; i < 200000; ++i) {
+    random = random * 1664525U + 1013904223U;
+    bytes +=
+        (random >> 30U) == 0 ? static_cast<char>(random >> 16) : kLikely[(random >> 16) % sizeof kLikely];
+  }
+  std::istringstream log(bytes);
+  tavctl::LogReader reader(log);
+  std::uint64_t lines = 0;
+  while (reader.next()) {
+    ++lines;
+    const auto logged = reader.frame();
+    if (logged) {
+      EXPECT_LE(logged->frame.size, 8);
+    }
+  }
+  EXPECT_GT(lines, 100u);
+}
+
 TEST(LogReader, KeepsNoMoreOfALineWithoutEndThanAFrameCanTake) {
   std::istringstream log("can0 70A [1] 05 " + std::string(1'000'000, ' ') + "\ncan0 70A [1] 7F\n");
   tavctl::LogReader reader(log);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/TemporaryFile.hpp"
 #include "tavctl/Tool.hpp"
 
 namespace {
@@ -35,13 +36,64 @@ TEST(LookCommands, SendNoDownload) {
   }
 }
 
-TEST(LookCommands, AnswerOneJsonDocument) {
-  for (auto command : kLookCommands) {
-    if (command[0] == "watch") continue;
-    command.insert(command.begin(), {"--bus", "virtual", "--json"});
-    const auto result = tavctl(command);
-    EXPECT_EQ(result.code, 0) << result.err;
-    EXPECT_TRUE(result.json().is_object()) << command[3];
+TEST(Json, IsTheAnswerOfEveryCommand) {
+  const tavtest::TemporaryFile file("");
+  const std::vector<std::vector<std::string>> commands = {
+      {"doctor"},
+      {"scan", "--from", "10", "--to", "10", "--listen", "0"},
+      {"info"},
+      {"state"},
+      {"drive-info"},
+      {"read", "statusword"},
+      {"write", "vl_target_velocity", "1"},
+      {"list", "velocity"},
+      {"eds", "lint", "share/tav/tav.eds"},
+      {"eds", "show", "share/tav/tav.eds"},
+      {"enable"},
+      {"disable"},
+      {"fault-reset"},
+      {"quick-stop"},
+      {"velocity", "10", "--for", "0.1"},
+      {"move", "10", "forward", "--for", "0.1"},
+      {"errors"},
+      {"emcy", "--history"},
+      {"nmt", "start"},
+      {"units"},
+      {"polarity"},
+      {"option-codes"},
+      {"comm", "show"},
+      {"comm", "set", "producer_heartbeat_time=100"},
+      {"network", "show"},
+      {"pdo", "show"},
+      {"pdo", "set", "tpdo", "1", "transmission_type=1"},
+      {"pdo", "map", "tpdo", "1", "statusword"},
+      {"manufacturer", "show"},
+      {"selftest"},
+      {"calibration"},
+      {"system-errors", "show"},
+      {"system-errors", "states"},
+      {"store"},
+      {"restore"},
+      {"network", "set", "--termination", "true"},
+      {"safety", "show"},
+      {"safety", "verify"},
+      {"safety", "mapping", "show"},
+      {"safety", "word", "show"},
+      {"safety", "srdo", "show"},
+      {"safety", "srdo", "validate"},
+      {"safety", "report"},
+      {"config", "save", file.path()},
+      {"config", "load", file.path()},
+      {"config", "diff", file.path()},
+      {"config", "verify", file.path()},
+      {"comm-test", "--count", "3"}};
+  const DriveOnBus drive;
+  for (auto command : commands) {
+    command.insert(command.begin(), "--json");
+    const auto result = drive.tavctl(command);
+    EXPECT_EQ(result.code, 0) << command[1] << '\n' << result.err;
+    EXPECT_TRUE(result.json().is_object()) << command[1];
+    EXPECT_FALSE(result.json().empty()) << command[1];
   }
 }
 
@@ -126,6 +178,14 @@ TEST(Failure, OfAnObjectThatTheDriveRefusesSaysThatTheDriveIsThere) {
   const auto result = tavctl({"--bus", "virtual", "read", "0x2999:7"});
   EXPECT_NE(result.err.find("likely cause: The node is there and refused the request."), std::string::npos)
       << result.err;
+}
+
+TEST(Failure, ComesAfterTheTimeThatTheDriveIsGranted) {
+  const DriveOnBus drive;
+  const auto error =
+      drive.tavctl({"--node", "11", "--json", "--sdo-timeout", "50", "read", "statusword"}).json()["error"];
+  EXPECT_EQ(error["code"].get<std::string>().substr(0, 10), "0x05040000");
+  EXPECT_LT(error["request"]["milliseconds"].get<int>(), 900);
 }
 
 TEST(BlackBox, HoldsTheLastFramesOfACommandThatFailed) {

@@ -31,6 +31,16 @@ TEST(Safety, ParametersAreSetWithTheirSignature) {
   EXPECT_EQ(drive.tavctl({"safety", "set", "SBC", "4", "brake_time_delay=1"}).code, 2) << "there are three";
 }
 
+TEST(Safety, ParametersAreNotChangedUnderAnEnabledMotor) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"enable"}).code, 0);
+  const int before = drive.downloads();
+  EXPECT_EQ(drive.tavctl({"safety", "set", "SLS", "3", "velocity_limit=321"}).code, 7);
+  EXPECT_EQ(drive.tavctl({"safety", "mapping", "set", "control", "can1", "1=STO"}).code, 7);
+  EXPECT_EQ(drive.tavctl({"units", "--time", "0xFD030000"}).code, 7);
+  EXPECT_EQ(drive.downloads(), before);
+}
+
 TEST(Safety, AWrongSignatureInTheDriveIsFound) {
   const DriveOnBus drive;
   ASSERT_EQ(drive.tavctl({"write", "0x6662:2", "0x1234"}).code, 0);

@@ -8,13 +8,14 @@ namespace tavctl {
 
 /** The options that every command knows. */
 struct Options {
-  std::string bus;              ///< "virtual", "can0", "unix:PATH"; empty: none given
-  std::string config;           ///< configuration file; empty: the usual places
-  std::optional<int> node;      ///< node id instead of the configuration's
-  std::optional<unsigned> log;  ///< show the library's log up to this level
-  bool trace = false;           ///< show every frame with its meaning
-  std::string black_box;        ///< file for the last frames when something failed; empty: none
-  bool json = false;            ///< answer as JSON
+  std::string bus;                ///< "virtual", "can0", "unix:PATH"; empty: none given
+  std::string config;             ///< configuration file; empty: the usual places
+  std::optional<int> node;        ///< node id instead of the configuration's
+  std::optional<unsigned> log;    ///< show the library's log up to this level
+  bool trace = false;             ///< show every frame with its meaning
+  std::optional<int> timeout_ms;  ///< of one SDO request; none: the client's own
+  std::string black_box;          ///< file for the last frames when something failed; empty: none
+  bool json = false;              ///< answer as JSON
 };
 
 }  // namespace tavctl

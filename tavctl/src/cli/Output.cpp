@@ -65,7 +65,11 @@ void Output::failure(const Failure& failure) {
     if (failure.request() != nullptr) error["request"] = request_json(*failure.request());
     document_["error"] = std::move(error);
   }
-  const auto tell = [this](const std::string& label, const std::string& text) {
+  const auto tell = [this](const std::string& label, std::string text) {
+    const std::string next_line = '\n' + std::string(kFailureLabelWidth + 2, ' ');
+    for (std::size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1)) {
+      text.replace(at, 1, next_line);
+    }
     err_ << "  " << padded(label + ':', kFailureLabelWidth) << text << '\n';
   };
   err_ << "tavctl: " << failure.what() << '\n';

@@ -39,6 +39,9 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("--log", options.log,
                  "Show the library's log up to this level: 2 failures, 3 warnings, 4 notices, 5 every access")
       ->check(CLI::Range(2, 5));
+  app.add_option("--sdo-timeout", options.timeout_ms,
+                 "Milliseconds that the drive may take to answer one request [1000]")
+      ->check(CLI::Range(1, 600'000));
   app.add_option("--black-box", options.black_box,
                  "When the command fails, write the last frames to this file, as a candump log");
   app.add_flag("-j,--json", options.json, "Answer as JSON");

@@ -6,6 +6,7 @@
 #include "commands/AllCommands.hpp"
 #include "model/Format.hpp"
 #include "session/ConfigurationTransfer.hpp"
+#include "session/DriveState.hpp"
 #include "session/Session.hpp"
 
 namespace tavctl {
@@ -76,22 +77,12 @@ ExitCode save(Context& context, const std::string& path) {
   return configuration.failures.empty() ? ExitCode::OK : ExitCode::FINDINGS;
 }
 
-/** What a motor in motion does is part of the configuration. */
-void see_not_enabled(Session& session) {
-  using State = nkr::tavcore::IPDSService::PDSState;
-  State state{};
-  session.check(session.dispatcher()->getPDSState(state), "read the state");
-  if (state != State::OPERATION_ENABLED) return;
-  throw Failure(ExitCode::WRONG_STATE, "the drive is enabled (" + session.where() + ")",
-                "a configuration is not changed under a motor that may turn: tavctl disable");
-}
-
 ExitCode load(Context& context, const std::string& path) {
   using NMTCommand = nkr::tavcore::INMTService::NMTCommand;
   Session session(context);
   const std::vector<ConfiguredValue> values =
       load_configured_values(path, session.description(), session.node());
-  see_not_enabled(session);
+  see_not_enabled(session, "load a configuration");
   session.output().note("entering pre-operational: a configuration is not taken while operational");
   session.check(session.dispatcher()->setNMTState(NMTCommand::ENTER_PRE_OPERATIONAL),
                 "enter pre-operational");

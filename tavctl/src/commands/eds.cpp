@@ -1,5 +1,6 @@
 #include <fstream>
 #include <memory>
+#include <nkr/tools/EDSLint.hpp>
 #include <nkr/tools/EDSParser.hpp>
 #include <string>
 
@@ -13,43 +14,58 @@ namespace {
 
 using nkr::tools::Diagnostic;
 
+std::string severity_name(Diagnostic::Severity severity) {
+  switch (severity) {
+    case Diagnostic::Severity::ERROR:
+      return "error";
+    case Diagnostic::Severity::WARNING:
+      return "warning";
+    case Diagnostic::Severity::NOTE:
+      return "note";
+  }
+  return {};
+}
+
 Json json_of(const Diagnostic& diagnostic) {
-  return {{"severity", diagnostic.severity == Diagnostic::Severity::ERROR ? "error" : "warning"},
+  return {{"severity", severity_name(diagnostic.severity)},
           {"line", diagnostic.line},
           {"section", diagnostic.section},
           {"problem", diagnostic.problem},
-          {"taken", diagnostic.taken}};
+          {"taken", diagnostic.taken},
+          {"cure", diagnostic.cure}};
 }
 
-/** "tav.eds:12: warning: [6041] problem (what was taken)", as compilers write it. */
+/** "tav.eds:12: warning: [6041] problem; taken: what was; cure: what to write", as compilers write it. */
 std::string line_of(const std::string& file, const Diagnostic& diagnostic) {
   std::string line = file + ':';
   if (diagnostic.line > 0) line += std::to_string(diagnostic.line) + ':';
-  line += diagnostic.severity == Diagnostic::Severity::ERROR ? " error: " : " warning: ";
+  line += ' ' + severity_name(diagnostic.severity) + ": ";
   if (!diagnostic.section.empty()) line += '[' + diagnostic.section + "] ";
   line += diagnostic.problem;
-  return diagnostic.taken.empty() ? line : line + " (" + diagnostic.taken + ')';
+  if (!diagnostic.taken.empty()) line += "; taken: " + diagnostic.taken;
+  if (!diagnostic.cure.empty()) line += "; cure: " + diagnostic.cure;
+  return line;
 }
 
 ExitCode lint(Context& context, const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + file);
-  nkr::tools::EDSParser description;
-  const bool readable = description.parse(stream, false);
+  const nkr::tools::LintResult result = nkr::tools::lint_description(stream);
   Json problems = Json::array();
-  for (const Diagnostic& diagnostic : description.diagnostics()) {
+  for (const Diagnostic& diagnostic : result.diagnostics) {
     context.output.line(line_of(file, diagnostic));
     problems.push_back(json_of(diagnostic));
   }
   const std::size_t count = problems.size();
   context.output.put("file", file);
-  context.output.put("readable", readable);
-  context.output.put("objects", description.objects().size());
+  context.output.put("readable", result.readable);
+  context.output.put("conforming", result.conforming);
   context.output.put("problems", std::move(problems));
-  context.output.line(
-      file + ": " + std::to_string(count) + (count == 1 ? " problem, " : " problems, ") +
-      (readable ? std::to_string(description.objects().size()) + " objects" : "not readable"));
-  return readable && count == 0 ? ExitCode::OK : ExitCode::FINDINGS;
+  context.output.line(file + ": " + std::to_string(count) + (count == 1 ? " remark; " : " remarks; ") +
+                      (result.conforming ? "conforms to CiA 306"
+                       : result.readable ? "readable, does not conform to CiA 306"
+                                         : "not readable"));
+  return result.conforming ? ExitCode::OK : ExitCode::FINDINGS;
 }
 
 void print_device(Output& output, const nkr::tools::EDSParser& description) {
@@ -84,7 +100,8 @@ void add_eds(Commands& commands) {
   auto file = std::make_shared<std::string>();
   CLI::App& lint_command = Commands::add_below(
       eds, "lint",
-      "Every deviation from CiA 306, with its line and what is taken instead; exit code 1 if any");
+      "Every deviation from CiA 306, with its line, what is taken instead, and its cure (1 if any; notes do "
+      "not count)");
   lint_command.add_option("FILE", *file, "EDS or DCF")->required();
   commands.on(lint_command, [file](Context& context) { return lint(context, *file); });
   CLI::App& show_command = Commands::add_below(eds, "show", "The device and all its objects");

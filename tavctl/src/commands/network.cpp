@@ -5,6 +5,7 @@
 #include "commands/AllCommands.hpp"
 #include "model/Blocks.hpp"
 #include "model/Record.hpp"
+#include "session/DriveState.hpp"
 #include "session/NodeReset.hpp"
 #include "session/Session.hpp"
 
@@ -59,6 +60,7 @@ ExitCode set_network(Context& context, const NetworkArguments& arguments) {
   Session session(context);
   Dispatcher& dispatcher = *session.dispatcher();
   const std::uint8_t old_id = session.node();
+  see_not_enabled(session, "reset the drive");
   const NetworkParameters wanted = wanted_network(read_network(session), arguments);
   session.check(dispatcher.setNetworkParameters(wanted), "write the network parameters");
   session.check(dispatcher._setNodeId(old_id), "address node " + std::to_string(old_id));
@@ -90,6 +92,7 @@ std::uint8_t default_node_id(const Session& session) {
 
 ExitCode restore(Context& context, const std::string& name) {
   Session session(context);
+  see_not_enabled(session, "reset the drive");
   const Block& block = block_named(name);
   const std::uint8_t old_id = session.node();
   const std::uint8_t new_id = block.holds_node_id ? default_node_id(session) : old_id;

@@ -8,6 +8,7 @@
 #include "commands/AllCommands.hpp"
 #include "model/Format.hpp"
 #include "model/UnitText.hpp"
+#include "session/DriveState.hpp"
 #include "session/Session.hpp"
 
 namespace tavctl {
@@ -52,7 +53,10 @@ void set_units(Session& session, const UnitOptions& options) {
 
 ExitCode units(Context& context, const UnitOptions& options) {
   Session session(context);
-  if (options.any()) set_units(session, options);
+  if (options.any()) {
+    see_not_enabled(session, "change units");
+    set_units(session, options);
+  }
   const CANOpenDispatcher::UnitParameters present = read_units(session);
   const auto print = [&session](const char* label, const char* key, std::uint32_t unit) {
     session.output().fact(label, padded(unit_text(unit), 12) + hex(unit, 8), key, unit);

@@ -73,6 +73,15 @@ Snapshot read_snapshot(Session& session) {
   return now;
 }
 
+void see_not_enabled(Session& session, const std::string& what) {
+  State state{};
+  session.check(session.dispatcher()->getPDSState(state), "read the state");
+  if (state != State::OPERATION_ENABLED) return;
+  throw Failure(ExitCode::WRONG_STATE,
+                "will not " + what + " while the drive is enabled (" + session.where() + ")",
+                "tavctl disable");
+}
+
 std::string last_error_text(Session& session) {
   const Value value = read_object(session, parse_reference(kErrorCode));
   const auto code = value.json.get<std::uint16_t>();
@@ -93,10 +102,10 @@ std::string explain_stall(Session& session) {
   const std::optional<State> state = state_of(word);
   std::string text = "state: " + status_word_text(word);
   if (state) text += "; " + next_transition(*state);
-  text += "\n  status word: " + hex(word, 4) + " (" + joined(status_bits(word)) + ')';
-  text += "\n  last error: " + last_error_text(session);
-  text += sto_demanded(session) ? "\n  STO is demanded: no torque until it is released"
-                                : "\n  STO is not demanded";
+  text += "\nstatus word: " + hex(word, 4) + " (" + joined(status_bits(word)) + ')';
+  text += "\nlast error: " + last_error_text(session);
+  text +=
+      sto_demanded(session) ? "\nSTO is demanded: no torque until it is released" : "\nSTO is not demanded";
   return text;
 }
 

@@ -31,6 +31,10 @@ struct Snapshot {
 
 [[nodiscard]] Snapshot read_snapshot(Session& session);
 
+/** Failure(WRONG_STATE) when the drive is enabled: what a motor that may turn does is not changed under it.
+ */
+void see_not_enabled(Session& session, const std::string& what);
+
 /** The drive's last error: "0x3220 DC link under-voltage"; "none" for 0. */
 [[nodiscard]] std::string last_error_text(Session& session);
 

@@ -1,5 +1,6 @@
 #include "session/Session.hpp"
 
+#include <chrono>
 #include <nkr/can/open_bus.hpp>
 #include <optional>
 #include <utility>
@@ -50,6 +51,7 @@ Session::Session(Context& context)
       bus_(open(context.options.bus)) {
   if (context.options.trace) trace_ = std::make_unique<BusTrace>(*bus_, *description_, node_, output_);
   client_ = std::make_shared<nkr::canopen::Client>(bus_);
+  if (context.options.timeout_ms) client_->setTimeout(std::chrono::milliseconds(*context.options.timeout_ms));
   client_->setObjectNameResolver([this](std::uint8_t, std::uint32_t address) {
     const ObjectID id(static_cast<std::uint16_t>(address >> 16), static_cast<std::uint8_t>(address >> 8));
     const nkr::tools::ObjectEntry* object = description_->find(id);

@@ -1,7 +1,11 @@
 #include "trace/ObjectText.hpp"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "model/DriveWords.hpp"
 #include "model/Format.hpp"
+#include "model/PdoMapping.hpp"
 
 namespace tavctl {
 
@@ -13,6 +17,26 @@ namespace {
 
 constexpr ObjectID kControlWord{0x6040, 0};
 constexpr ObjectID kStatusWord{0x6041, 0};
+
+bool within(ObjectID id, std::uint16_t first, std::uint16_t last) {
+  return id.index() >= first && id.index() <= last;
+}
+
+bool is_pdo_mapping(ObjectID id) {
+  return within(id, 0x1600, 0x17FF) || within(id, 0x1A00, 0x1BFF);
+}
+
+bool is_pdo_identifier_object(ObjectID id) {
+  return id.subindex() == 1 && (within(id, 0x1400, 0x15FF) || within(id, 0x1800, 0x19FF));
+}
+
+/** A PDO's COB-ID (CiA 301, 7.5.2.35). */
+std::string cob_id_text(std::uint32_t cob_id) {
+  constexpr std::uint32_t kNotValid = 0x80000000;
+  constexpr std::uint32_t kIdentifier = 0x1FFFFFFF;
+  return "identifier " + hex(cob_id & kIdentifier, 3) +
+         ((cob_id & kNotValid) != 0 ? ", not valid" : ", valid");
+}
 
 }  // namespace
 
@@ -30,11 +54,23 @@ std::string ObjectText::value(const ObjectBytes& object) const {
   std::string text = decoded(object).text;
   const ObjectEntry* const entry = description_.find(object.object);
   if (entry != nullptr && entry->getDataType() == DataType::VISIBLE_STRING) text = '"' + text + '"';
-  if (object.bytes.size() != 2) return text;
-  const auto word = static_cast<std::uint16_t>(object.bytes[0] | object.bytes[1] << 8);
-  if (object.object == kStatusWord) text += ": " + status_word_text(word);
-  if (object.object == kControlWord) text += ": " + control_word_text(word);
-  return text;
+  const std::string meaning = meaning_of(object);
+  return meaning.empty() ? text : text + ": " + meaning;
+}
+
+std::string ObjectText::meaning_of(const ObjectBytes& object) const {
+  std::uint32_t value = 0;
+  for (std::size_t i = std::min(object.bytes.size(), sizeof value); i-- > 0;)
+    value = value << 8 | object.bytes[i];
+  if (object.bytes.size() == sizeof(std::uint16_t)) {
+    const auto word = static_cast<std::uint16_t>(value);
+    if (object.object == kStatusWord) return status_word_text(word);
+    if (object.object == kControlWord) return control_word_text(word);
+  }
+  if (object.bytes.size() != sizeof value || object.object.subindex() == 0) return {};
+  if (is_pdo_mapping(object.object) && value != 0) return mapping_entry_text(description_, value);
+  if (is_pdo_identifier_object(object.object)) return cob_id_text(value);
+  return {};
 }
 
 Json ObjectText::json(const ObjectBytes& object) const {

@@ -23,7 +23,8 @@ class ObjectText {
 
   /** "\"statusword\" (0x6041:00)". */
   [[nodiscard]] std::string name(nkr::tools::ObjectID id) const;
-  /** The value by the object's type; control and status words with what they mean. */
+  /** The value by the object's type; control and status words, PDO identifiers
+   * and mappings with what they mean. */
   [[nodiscard]] std::string value(const ObjectBytes& object) const;
   /** Name, address and value for programs. */
   [[nodiscard]] Json json(const ObjectBytes& object) const;
@@ -31,6 +32,8 @@ class ObjectText {
   [[nodiscard]] const nkr::tools::EDSParser& description() const { return description_; }
 
  private:
+  /** What the value says, for the objects whose numbers people do not read; else empty. */
+  [[nodiscard]] std::string meaning_of(const ObjectBytes& object) const;
   [[nodiscard]] Value decoded(const ObjectBytes& object) const;
 
   const nkr::tools::EDSParser& description_;

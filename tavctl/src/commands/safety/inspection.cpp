@@ -7,6 +7,7 @@
 #include "model/Record.hpp"
 #include "model/SafetyFields.hpp"
 #include "model/SafetyFile.hpp"
+#include "model/UnitText.hpp"
 #include "session/SafetyReading.hpp"
 
 namespace tavctl {
@@ -30,7 +31,7 @@ void print_records(Output& output, const std::string& function, const Records& r
 
 void print_configuration(Output& output, const SafetyFile& file) {
   output.put("configuration", json_of(file));
-  print_record(output, "Units", file.configuration.units, kUnitFields);
+  print_record(output, "Units", unit_texts(file.configuration.units), kUnitFields);
   print_record(output, "STO 1", file.configuration.sto, kStoFields);
   print_records(output, "SLS", file.configuration.sls, kHeldSlsFields);
   print_records(output, "SDI", file.configuration.sdi, kSdiFields);

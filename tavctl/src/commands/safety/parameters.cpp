@@ -6,6 +6,7 @@
 #include "model/DriveWords.hpp"
 #include "model/Record.hpp"
 #include "model/SafetyFields.hpp"
+#include "session/DriveState.hpp"
 #include "session/SafetyReading.hpp"
 
 namespace tavctl {
@@ -54,6 +55,7 @@ ExitCode set(Context& context, const SetArguments& arguments) {
   const auto change = [&](auto id, auto fields, auto get, auto put, auto record, int most) {
     see_instance(arguments, most);
     Session session(context);
+    see_not_enabled(session, "change safety parameters");
     Dispatcher& drive = *session.dispatcher();
     set_parameters<decltype(record)>(
         session, name, arguments.assignments, fields,

@@ -12,6 +12,7 @@
 #include "model/PdoMapping.hpp"
 #include "model/Record.hpp"
 #include "model/SafetyFields.hpp"
+#include "model/UnitText.hpp"
 #include "session/SafetyReading.hpp"
 
 namespace tavctl {
@@ -74,7 +75,7 @@ void add_rows(std::vector<Row>& rows, const std::string& name, Record record, Fi
 
 Report::Section inputs(const SafetyFile& file) {
   std::vector<Row> rows;
-  add_rows(rows, "Units", file.configuration.units, kUnitFields);
+  add_rows(rows, "Units", unit_texts(file.configuration.units), kUnitFields);
   add_rows(rows, "STO 1", file.configuration.sto, kStoFields);
   const auto add_all = [&](const char* function, const auto& records, auto fields) {
     for (std::size_t i = 0; i < records.size(); ++i) {

@@ -8,6 +8,7 @@
 #include "model/PdoMapping.hpp"
 #include "model/Record.hpp"
 #include "model/SafetyFields.hpp"
+#include "session/DriveState.hpp"
 #include "session/SafetyReading.hpp"
 
 namespace tavctl {
@@ -19,6 +20,7 @@ using NMTCommand = nkr::tavcore::INMTService::NMTCommand;
 
 /** A drive takes no SRDO configuration while operational (EN 50325-5). */
 void enter_pre_operational(Session& session) {
+  see_not_enabled(session, "change the SRDO configuration");
   session.output().note("entering pre-operational: an SRDO configuration is not taken while operational");
   session.check(session.dispatcher()->setNMTState(NMTCommand::ENTER_PRE_OPERATIONAL),
                 "enter pre-operational");

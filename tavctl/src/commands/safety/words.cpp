@@ -6,6 +6,7 @@
 #include "commands/safety/SafetyCommands.hpp"
 #include "model/Record.hpp"
 #include "model/SafetyNames.hpp"
+#include "session/DriveState.hpp"
 #include "session/SafetyReading.hpp"
 
 namespace tavctl {
@@ -73,6 +74,7 @@ struct WordArguments {
 ExitCode set_mapping(Context& context, const WordArguments& arguments) {
   const SafetyWord word = safety_word_named(arguments.kind, arguments.name);
   Session session(context);
+  see_not_enabled(session, "change the mapping of safety words");
   Dispatcher& drive = *session.dispatcher();
   Mapping wanted = read_mapping(session, word);
   for (const std::string& text : arguments.assignments) {
