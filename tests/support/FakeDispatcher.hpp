@@ -37,6 +37,7 @@ class FakeDispatcher : public nkr::tavcore::ICANOpenDispatcher {
   bool client_initialized = true;
   mutable std::vector<short> target_velocities;
   mutable std::vector<bool> fault_resets;
+  std::vector<NMTCommand> nmt_commands;
 
   [[nodiscard]] std::vector<std::string> operations() const {
     std::vector<std::string> names;
@@ -111,7 +112,10 @@ class FakeDispatcher : public nkr::tavcore::ICANOpenDispatcher {
     state = nmt_state;
     return called("getNMTState", state);
   }
-  nkr_error_t setNMTState(const NMTCommand& command) override { return called("setNMTState", command); }
+  nkr_error_t setNMTState(const NMTCommand& command) override {
+    nmt_commands.push_back(command);
+    return called("setNMTState", command);
+  }
   // IEMCYService
   nkr_error_t getErrorBehavior(const ErrorType& type, ErrorBehavior& behavior) const override {
     return called("getErrorBehavior", type, behavior);

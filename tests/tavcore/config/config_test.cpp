@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <tavcore/Config.hpp>
 
 #include "support/ConfigText.hpp"
@@ -94,6 +95,39 @@ TEST_F(ConfigLoad, EachMissingSettingStopsWithItsOwnMessage) {
     Config config;
     EXPECT_EQ(config.load(file.path()), NKR_NOT_AVAILABLE);
     expect_single_record(context, std::string("Invalid type for ") + key);
+  }
+}
+
+TEST_F(ConfigLoad, SettingsAreReadInTheirOrderUntilTheFirstFailure) {
+  const char* const keys[] = {"contextId",
+                              "nodeId",
+                              "HWConfigurationEntry",
+                              "CANOpenEDSFile",
+                              "targetVelocityTimeoutMs",
+                              "maxMaintenanceSpeedValue"};
+  ConfigValues removed;
+  for (std::size_t i = std::size(keys); i-- > 0;) {
+    removed[keys[i]] = "";
+    const TemporaryFile file(config_text(removed));
+    EXPECT_EQ(Config().load(file.path()), NKR_NOT_AVAILABLE);
+    ASSERT_EQ(log.records().size(), 1U);
+    EXPECT_EQ(log.records()[0].text, std::string("Invalid type for ") + keys[i]);
+    log.clear();
+  }
+}
+
+TEST_F(ConfigLoad, HardwareMembersAreReadInTheirOrderUntilTheFirstFailure) {
+  const char* const members[] = {"nbStepRevolutionElec", "nbPolePair", "reduction", "diameter", "device"};
+  for (std::size_t i = 0; i < std::size(members); ++i) {
+    SCOPED_TRACE(members[i]);
+    const TemporaryFile file(config_text({{members[i], ""}}));
+    Config config;
+    EXPECT_EQ(config.load(file.path()), NKR_NOT_AVAILABLE);
+    EXPECT_EQ(config.getNbStepRevolutionElec(), i > 0 ? 6 : 0);
+    EXPECT_EQ(config.getNbPolePair(), i > 1 ? 4 : 0);
+    EXPECT_EQ(config.getReduction(), i > 2 ? 10.5 : 0.0);
+    EXPECT_EQ(config.getDiameter(), i > 3 ? 200.25 : 0.0);
+    EXPECT_EQ(config.getUsbPort(), "");
   }
 }
 

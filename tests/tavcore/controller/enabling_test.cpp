@@ -60,6 +60,8 @@ TEST_F(EnablingSequence, ADriveAlreadyEnabledIsAskedSixTimesAndCommandedNothing)
   EXPECT_EQ(enable({State::OPERATION_ENABLED}), NKR_OK);
   EXPECT_EQ(dispatcher->operations(), (Names{"setNMTState", "getPDSState", "getPDSState", "getPDSState",
                                              "getPDSState", "getPDSState", "getPDSState"}));
+  EXPECT_EQ(dispatcher->nmt_commands,
+            std::vector<INMTService::NMTCommand>{INMTService::NMTCommand::START_REMOTE_NODE});
   EXPECT_EQ(texts(), (Texts{{4, "Check NOT_READY_TO_SWITCH_ON"},
                             {4, "Check FAULT"},
                             {4, "Check SWITCH_ON_DISABLED"},

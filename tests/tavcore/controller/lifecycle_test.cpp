@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
+#include <iostream>
+#include <streambuf>
 #include <thread>
 
 #include "support/ControllerFixture.hpp"
@@ -73,6 +76,16 @@ TEST_F(ControllerLifecycle, ASecondInitReplacesBothPointers) {
   EXPECT_EQ(other_dispatcher->operations().back(), "setHalt");
 }
 
+TEST_F(ControllerLifecycle, AFailedSecondInitKeepsADispatcherThatIsNotReady) {
+  Controller controller;
+  ASSERT_EQ(controller.init(config, dispatcher), NKR_OK);
+  const auto other_dispatcher = std::make_shared<tavtest::FakeDispatcher>();
+  other_dispatcher->config_loaded = false;
+  EXPECT_EQ(controller.init(config, other_dispatcher), NKR_ERROR);
+  EXPECT_EQ(controller.setHalt(true), NKR_OK);
+  EXPECT_EQ(other_dispatcher->operations(), (Names{"isConfigLoaded", "setHalt"}));
+}
+
 TEST_F(ControllerLifecycle, ConfigurationIsEmptyBeforeInit) {
   EXPECT_EQ(Controller().getConfig(), nullptr);
 }
@@ -86,6 +99,24 @@ TEST_F(ControllerLifecycle, DestructionCommandsTargetVelocity0ThenReleasesBoth) 
   EXPECT_EQ(dispatcher->target_velocities, (std::vector<short>{500, 0}));
   EXPECT_EQ(dispatcher.use_count(), 1);
   EXPECT_EQ(config.use_count(), 1);
+}
+
+TEST_F(ControllerLifecycle, DestructionReleasesTheDispatcherBeforeTheConfiguration) {
+  Names released;
+  {
+    Controller controller;
+    const std::shared_ptr<Config> watched_config(new Config, [&](Config* owned) {
+      released.emplace_back("configuration");
+      delete owned;
+    });
+    const std::shared_ptr<tavtest::FakeDispatcher> watched_dispatcher(
+        new tavtest::FakeDispatcher, [&](tavtest::FakeDispatcher* owned) {
+          released.push_back("dispatcher after " + owned->operations().back());
+          delete owned;
+        });
+    ASSERT_EQ(controller.init(watched_config, watched_dispatcher), NKR_OK);
+  }
+  EXPECT_EQ(released, (Names{"dispatcher after setTargetVelocity", "configuration"}));
 }
 
 TEST_F(ControllerLifecycle, DestructionOfAControllerNeverInitialisedOnlyRecordsSo) {
@@ -113,6 +144,40 @@ TEST_F(ControllerLifecycle, RunReturnsAfterItsSleepWhenTheControllerIsDestroyed)
   EXPECT_EQ(running.wait_for(std::chrono::milliseconds(250)), std::future_status::timeout) << "run() parks";
   controller.reset();
   EXPECT_EQ(running.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+}
+
+/** Stands in for standard output while it lives, and counts how often it is flushed. */
+class FlushCounter : public std::streambuf {
+ public:
+  FlushCounter() : before_(std::cout.rdbuf(this)) {}
+  FlushCounter(const FlushCounter&) = delete;
+  FlushCounter& operator=(const FlushCounter&) = delete;
+  ~FlushCounter() override { std::cout.rdbuf(before_); }
+
+  [[nodiscard]] int flushes() const { return flushes_; }
+
+ protected:
+  int sync() override {
+    ++flushes_;
+    return 0;
+  }
+
+ private:
+  std::streambuf* before_;
+  std::atomic<int> flushes_{0};
+};
+
+TEST_F(ControllerLifecycle, RunFlushesStandardOutputAgainAndAgain) {
+  const FlushCounter output;
+  auto controller = std::make_unique<Controller>();
+  std::thread parked([&, run = controller.get()] { run->run(); });
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (output.flushes() < 3 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  controller.reset();
+  parked.join();
+  EXPECT_GE(output.flushes(), 3);
 }
 
 }  // namespace
