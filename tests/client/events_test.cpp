@@ -114,6 +114,16 @@ TEST_F(Events, ANodeThatIsHeardInTimeIsNotMissed) {
   EXPECT_EQ(count(Kind::never_heard), 1U);
 }
 
+TEST_F(Events, ANodeThatAnswersRequestsIsNotMissedForItsMissingHeartbeat) {
+  client.expectNode(kNode, 150ms);
+  client.expectNode(11, 200ms);
+  node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
+  std::uint16_t value = 0;
+  EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
+  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
+  EXPECT_EQ(count(Kind::never_heard), 1U);
+}
+
 TEST_F(Events, AnEmergencyIsToldAndKept) {
   node.send(0x08A, "10 23 02 01 02 03 04 05");
   const Event event = wait_for(Kind::emergency);

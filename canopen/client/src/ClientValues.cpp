@@ -1,6 +1,7 @@
 #include <cstring>
 #include <nkr/canopen/Client.hpp>
 #include <type_traits>
+#include <utility>
 
 #include "Core.hpp"
 #include "numbers.hpp"
@@ -48,6 +49,22 @@ nkr_error_t Client::getBytes(const std::uint8_t& nodeId, const std::uint32_t& ad
 nkr_error_t Client::setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::vector<std::uint8_t>& value) {
   return core_->download(nodeId, address, value.data(), value.size());
+}
+
+nkr_error_t Client::readLater(std::uint8_t nodeId, std::uint32_t address, ReadHandler handler) {
+  return core_->later(nodeId, [this, nodeId, address, handle = std::move(handler)] {
+    std::vector<std::uint8_t> value;
+    const nkr_error_t result = getBytes(nodeId, address, value);
+    if (handle) handle(result, std::move(value));
+  });
+}
+
+nkr_error_t Client::writeLater(std::uint8_t nodeId, std::uint32_t address, std::vector<std::uint8_t> value,
+                               WriteHandler handler) {
+  return core_->later(nodeId, [this, nodeId, address, bytes = std::move(value), handle = std::move(handler)] {
+    const nkr_error_t result = setBytes(nodeId, address, bytes);
+    if (handle) handle(result);
+  });
 }
 
 /** Of a short string whose size is not stated the zeros behind it are padding. */

@@ -1,5 +1,6 @@
 #include "Core.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace nkr::canopen {
@@ -54,7 +55,7 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
   port_ = std::make_unique<DeferredPort>(*bus_, filters);
   port_->open();
   timers_.set(Timers::Slot::heartbeat_consumer, TimePoint::max(), [this](TimePoint /*due*/) {
-    post(nmt_.check(Clock::now()));
+    check_heartbeats();
     return nmt_.next_check();
   });
   producers_ = std::make_unique<Producers>(*port_, timers_, options_.sync_counter_overflow);
@@ -83,7 +84,9 @@ void Client::Core::close() {
       if (data) data->close();
     }
   }
-  events_.close();  // last: a handler may wait for an answer
+  // Last: handlers may wait for an answer.
+  requests_.close(!events_.is_own_thread());
+  events_.close();
 }
 
 nkr_error_t Client::Core::refusal() const {
@@ -126,6 +129,18 @@ nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, con
       });
   if (is_pdo_parameter(sdo::Object::of_address(address)) && is_node(node)) forget_pdos(node);
   return result;
+}
+
+nkr_error_t Client::Core::later(std::uint8_t node, std::function<void()> request) {
+  if (!is_node(node)) return NKR_CAN_INVALID_NODE;
+  if (!port_) return NKR_CAN_NOT_CONNECTED;
+  if (const SdoTimeoutScope* const scope = SdoTimeoutScope::innermost()) {
+    request = [timeout = scope->timeout(), inner = std::move(request)] {
+      const SdoTimeoutScope same(timeout);
+      inner();
+    };
+  }
+  return requests_.add(node, std::move(request)) ? NKR_OK : NKR_CAN_CLOSED;
 }
 
 void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_write,
@@ -258,6 +273,17 @@ bool Client::Core::bus_is_there() const {
 /** Has the timers look at the heartbeats when the earliest may be lost. */
 void Client::Core::watch_heartbeats() {
   timers_.wake(Timers::Slot::heartbeat_consumer, nmt_.next_check());
+}
+
+/** A node without heartbeat may have answered a request: that is a sign of life, too. */
+void Client::Core::check_heartbeats() {
+  NmtMonitor::Events events = nmt_.check(Clock::now());
+  const auto answered = [this](const Event& event) {
+    TimePoint heard;
+    return event.kind == Event::Kind::never_heard && heard_.last(event.node, heard);
+  };
+  events.erase(std::remove_if(events.begin(), events.end(), answered), events.end());
+  post(events);
 }
 
 void Client::Core::post(const NmtMonitor::Events& events) {

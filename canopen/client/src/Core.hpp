@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <nkr/can/trace.hpp>
 #include <nkr/canopen/Client.hpp>
@@ -23,6 +24,7 @@
 #include "ProcessData.hpp"
 #include "Producers.hpp"
 #include "Recovery.hpp"
+#include "RequestPool.hpp"
 #include "Timeouts.hpp"
 #include "Timers.hpp"
 #include "sdo/Sink.hpp"
@@ -45,6 +47,8 @@ class Client::Core final : private Recovery::Access {
   /** `by_block`: the object may be long. */
   nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block = false);
   nkr_error_t download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes, std::size_t size);
+  /** Has it done on a thread of the client, with the calling thread's time-out scope. */
+  nkr_error_t later(std::uint8_t node, std::function<void()> request);
   nkr_error_t send_nmt(std::uint8_t command, std::uint8_t node, bool resets);
   nkr_error_t send_sync();
   /** The node shall give a sign of life within that time. */
@@ -89,6 +93,7 @@ class Client::Core final : private Recovery::Access {
   void bus_failed(nkr_error_t result);
   void post(const NmtMonitor::Events& events);
   void watch_heartbeats();
+  void check_heartbeats();
 
   // For the recovery:
   nkr_error_t write(std::uint8_t node, const ObjectValue& value) override;
@@ -113,6 +118,7 @@ class Client::Core final : private Recovery::Access {
   std::array<std::unique_ptr<ProcessData>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.
   EventQueue events_;
+  RequestPool requests_;
   Recovery recovery_{*this, events_};
   Timers timers_;
   std::unique_ptr<Listener> listener_;

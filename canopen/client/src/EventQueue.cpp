@@ -37,6 +37,11 @@ void EventQueue::post(const Event& event) {
   changed_.notify_one();
 }
 
+bool EventQueue::is_own_thread() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return std::this_thread::get_id() == thread_.get_id();
+}
+
 void EventQueue::close() {
   std::unique_lock<std::mutex> lock(mutex_);
   closed_ = true;

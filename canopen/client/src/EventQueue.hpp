@@ -27,6 +27,8 @@ class EventQueue {
   /** When it returns, the handler runs no more (unless it is called from inside a handler). */
   void unsubscribe(int subscription);
   void post(const Event& event);
+  /** Whether it is called from inside a handler. */
+  [[nodiscard]] bool is_own_thread() const;
   /** No more events are handed out; waits for a handler that runs (unless it is called from inside one). */
   void close();
 
@@ -36,7 +38,7 @@ class EventQueue {
   void run();
   void hand_out(const Event& event, std::unique_lock<std::mutex>& lock);
 
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::condition_variable idle_;
   std::map<int, EventHandler> handlers_;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/ClientOptions.hpp>
@@ -127,6 +128,22 @@ class Client final : public canopencore::IService {
                        std::vector<std::uint8_t>& value) override;
   nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
                        const std::vector<std::uint8_t>& value) override;
+
+  /** @name Requests that nobody waits for
+   * They are made on threads of the client, a few in all: those to one node one after the other, in the order
+   * of the calls, those to several nodes at once. The handler is called there, once, with what getBytes or
+   * setBytes would have answered (NKR_CAN_CLOSED when the client is closed before); it may call the client,
+   * but not destroy it. The calling thread's SdoTimeoutScope holds. When close() returns no handler runs any
+   * more, unless close() is called from inside a handler.
+   * @return NKR_OK; else the handler is not called: NKR_CAN_INVALID_NODE, NKR_CAN_NOT_CONNECTED,
+   * NKR_CAN_CLOSED
+   * @{ */
+  using ReadHandler = std::function<void(nkr_error_t result, std::vector<std::uint8_t> value)>;
+  using WriteHandler = std::function<void(nkr_error_t result)>;
+  nkr_error_t readLater(std::uint8_t nodeId, std::uint32_t address, ReadHandler handler);
+  nkr_error_t writeLater(std::uint8_t nodeId, std::uint32_t address, std::vector<std::uint8_t> value,
+                         WriteHandler handler);
+  /** @} */
 
   /**
    * One exchange of process data. The order goes to object 6042h:00 (vl target velocity, CiA 402) as a signed
