@@ -160,7 +160,7 @@ nkr_error_t SocketCanPort::receive_stamped(Frame& frame, Clock::time_point deadl
       when = result == NKR_OK ? received.when : system_clock::now();
       return result;
     }
-    if (!in_time) return NKR_CAN_TIMED_OUT;
+    if (!in_time || deadline == Clock::time_point{}) return NKR_CAN_TIMED_OUT;  // only a look: no poll
   }
 }
 

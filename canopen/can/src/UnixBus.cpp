@@ -267,7 +267,7 @@ nkr_error_t UnixBus::MemberPort::receive(Frame& frame, Clock::time_point deadlin
         continue;
       }
     }
-    if (!in_time) return NKR_CAN_TIMED_OUT;
+    if (!in_time || deadline == Clock::time_point{}) return NKR_CAN_TIMED_OUT;  // only a look: no poll
     pollfd descriptors[] = {{connection ? connection->get() : -1, POLLIN, 0},
                             {attention_.descriptor(), POLLIN, 0}};
     // Without a listener and unable to become one (the folder is gone, say), nothing tells when that ends.
