@@ -100,13 +100,13 @@ nkr_error_t Client::Core::refusal(std::uint8_t node) const {
 
 template <class Transfer>
 nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool is_write,
-                                  Transfer transfer) {
+                                  const Transfer& transfer) {
   if (!is_node(node)) return NKR_CAN_INVALID_NODE;
   const auto object = sdo::Object::of_address(address);
-  TransferResult result;
-  result.code = refusal();
-  if (result.code == NKR_OK)
-    result = transfer(*channels_[node], TransferRequest{object, timeouts_.of(node, object)});
+  const nkr_error_t refused = refusal();
+  const TransferResult result =
+      refused == NKR_OK ? transfer(*channels_[node], TransferRequest{object, timeouts_.of(node, object)})
+                        : TransferResult{refused, false, {}, {}};
   if (result.code == NKR_OK) {
     failures_.succeeded(node, object.address());
   } else if (result.code != NKR_CAN_WOULD_DEADLOCK) {

@@ -81,7 +81,7 @@ class Client::Core final : private Recovery::Access {
   using TimePoint = can::Clock::time_point;
 
   template <class Transfer>
-  nkr_error_t request(std::uint8_t node, std::uint32_t address, bool is_write, Transfer transfer);
+  nkr_error_t request(std::uint8_t node, std::uint32_t address, bool is_write, const Transfer& transfer);
   void note_failure(std::uint8_t node, sdo::Object object, bool is_write, const TransferResult& result);
   [[nodiscard]] Circumstances circumstances(std::uint8_t node, const TransferResult& result,
                                             TimePoint now) const;

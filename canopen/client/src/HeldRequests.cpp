@@ -4,8 +4,7 @@
 
 namespace nkr::canopen {
 
-HeldRequests::Place::~Place() {
-  if (!joined_) return;
+void HeldRequests::Place::leave() {
   const std::lock_guard<std::mutex> lock(requests_.mutex_);
   Place** link = &requests_.first_;
   while (*link != this) link = &(*link)->next_;
@@ -48,8 +47,7 @@ const HeldRequests::Place* HeldRequests::first_of(sdo::Object object) const {
   return place;
 }
 
-bool HeldRequests::holds(sdo::Object object) {
-  if (count_.load(std::memory_order_relaxed) == 0) return false;
+bool HeldRequests::finds(sdo::Object object) {
   const std::lock_guard<std::mutex> lock(mutex_);
   return first_of(object) != nullptr;
 }

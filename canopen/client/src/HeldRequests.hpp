@@ -23,7 +23,9 @@ class HeldRequests {
   class Place {
    public:
     Place(HeldRequests& requests, sdo::Object object) : requests_(requests), object_(object) {}
-    ~Place();
+    ~Place() {
+      if (joined_) leave();
+    }
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
 
@@ -39,6 +41,8 @@ class HeldRequests {
 
    private:
     friend class HeldRequests;
+    void leave();
+
     HeldRequests& requests_;
     const sdo::Object object_;
     std::unique_ptr<can::Port> port_;
@@ -47,11 +51,14 @@ class HeldRequests {
   };
 
   /** Whether a request for the object is held. No lock when none is held at all. */
-  [[nodiscard]] bool holds(sdo::Object object);
+  [[nodiscard]] bool holds(sdo::Object object) {
+    return count_.load(std::memory_order_relaxed) != 0 && finds(object);
+  }
   /** Wakes and refuses everybody. */
   void close();
 
  private:
+  [[nodiscard]] bool finds(sdo::Object object);
   [[nodiscard]] const Place* first_of(sdo::Object object) const;
 
   std::mutex mutex_;

@@ -29,7 +29,7 @@ NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& 
       heard_(heard) {}
 
 template <class Transfer>
-TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer run) {
+TransferResult NodeChannel::transfer(const TransferRequest& request, const Transfer& run) {
   HeldRequests::Place place(held_, request.object);
   {
     const GateStay stay(gate_);
@@ -46,7 +46,7 @@ TransferResult NodeChannel::transfer(const TransferRequest& request, Transfer ru
 
 template <class Transfer>
 TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldRequests::Place& place,
-                                           Transfer run) {
+                                           const Transfer& run) {
   const Clock::time_point since = Clock::now();
   nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside());
   if (result == NKR_OK) result = listen(place);
@@ -70,7 +70,7 @@ TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldR
 /** Inside the gate. */
 template <class Transfer>
 TransferResult NodeChannel::perform(const TransferRequest& request, Clock::time_point waiting_since,
-                                    Transfer run) {
+                                    const Transfer& run) {
   timeout_ = request.timeout;
   waiting_since_ = waiting_since;
   deadline_ = can::Deadline(timeout_);
@@ -170,7 +170,7 @@ void NodeChannel::note(const can::Frame& frame) {
   last_heard_ = coarse_now();
   last_reply_ = sdo::reply_kind(frame);
   heard_.heard(node_, last_heard_);
-  late_replies_.arrived(frame);
+  if (!late_replies_.empty()) late_replies_.arrived(frame);
 }
 
 /** Answers that nobody waits for, and what the port still has to tell of the past. */

@@ -59,11 +59,13 @@ class NodeChannel final : private sdo::Link {
 
  private:
   template <class Transfer>
-  TransferResult transfer(const TransferRequest& request, Transfer run);
+  TransferResult transfer(const TransferRequest& request, const Transfer& run);
   template <class Transfer>
-  TransferResult transfer_later(const TransferRequest& request, HeldRequests::Place& place, Transfer run);
+  TransferResult transfer_later(const TransferRequest& request, HeldRequests::Place& place,
+                                const Transfer& run);
   template <class Transfer>
-  TransferResult perform(const TransferRequest& request, can::Clock::time_point waiting_since, Transfer run);
+  TransferResult perform(const TransferRequest& request, can::Clock::time_point waiting_since,
+                         const Transfer& run);
   nkr_error_t upload_by_block(sdo::Object object, sdo::Sink& sink);
   nkr_error_t download_by_block(sdo::Object object, const std::uint8_t* bytes, std::size_t size);
   TransferResult finish(sdo::Object object, nkr_error_t code);

@@ -5,52 +5,22 @@
 namespace nkr::canopen::sdo {
 namespace {
 
-constexpr std::uint8_t kUploadRequest = 0x40;
 constexpr std::uint8_t kUploadSegmentRequest = 0x60;
 constexpr std::uint8_t kExpeditedDownload = 0x23;
 constexpr std::uint8_t kDownloadRequest = 0x21;
 constexpr std::uint8_t kToggle = 0x10;
 constexpr std::uint8_t kLast = 0x01;
-constexpr std::uint8_t kExpedited = 0x02;
-constexpr std::uint8_t kSizeStated = 0x01;
-constexpr std::size_t kDataOffset = 4;
 constexpr std::size_t kSegmentOffset = 1;
 
 std::uint8_t unused_bytes(std::size_t room, std::size_t size, unsigned shift) {
   return static_cast<std::uint8_t>((room - size) << shift);
 }
 
-/** Bytes of data that the frame carries after the first `offset`. */
-std::size_t sent_after(const can::Frame& frame, std::size_t offset) {
-  const std::size_t size = std::min<std::size_t>(frame.size, frame.data.size());
-  return size > offset ? size - offset : 0;
-}
-
 }  // namespace
-
-can::Frame request(std::uint8_t node, std::uint8_t command) {
-  can::Frame frame;
-  frame.id = kRequestId + node;
-  frame.size = 8;
-  frame.data[0] = command;
-  return frame;
-}
-
-can::Frame request(std::uint8_t node, std::uint8_t command, Object object) {
-  can::Frame frame = request(node, command);
-  frame.data[1] = static_cast<std::uint8_t>(object.index);
-  frame.data[2] = static_cast<std::uint8_t>(object.index >> 8);
-  frame.data[3] = object.subindex;
-  return frame;
-}
 
 void put_long_word(can::Frame& frame, std::uint32_t value) {
   for (std::size_t i = 0; i < kExpeditedBytes; ++i)
     frame.data[kDataOffset + i] = static_cast<std::uint8_t>(value >> (8 * i));
-}
-
-can::Frame upload_request(std::uint8_t node, Object object) {
-  return request(node, kUploadRequest, object);
 }
 
 can::Frame upload_segment_request(std::uint8_t node, bool toggle) {
@@ -96,16 +66,6 @@ nkr_error_t abort_result(const can::Frame& frame) {
   constexpr std::uint32_t kFirstAbortCode = 0x05000000;
   const std::uint32_t code = long_word(frame);
   return code < kFirstAbortCode ? NKR_SDO_GENERAL : static_cast<nkr_error_t>(code);
-}
-
-UploadInitiate upload_initiate(const can::Frame& frame) {
-  const std::uint8_t command = frame.data[0];
-  UploadInitiate reply;
-  reply.expedited = (command & kExpedited) != 0;
-  reply.size_stated = (command & kSizeStated) != 0;
-  reply.size = reply.size_stated ? kExpeditedBytes - ((command >> 2) & 3U)
-                                 : std::min(kExpeditedBytes, sent_after(frame, kDataOffset));
-  return reply;
 }
 
 UploadSegment upload_segment(const can::Frame& frame) {

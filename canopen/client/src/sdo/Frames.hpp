@@ -3,6 +3,7 @@
 
 #include <nkr/error.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <nkr/can/Frame.hpp>
@@ -17,6 +18,7 @@ constexpr std::uint32_t kReplyId = 0x580;
 constexpr std::uint8_t kAbort = 0x80;  ///< first byte of an abort, either way
 constexpr std::size_t kExpeditedBytes = 4;
 constexpr std::size_t kSegmentBytes = 7;
+constexpr std::size_t kDataOffset = 4;  ///< of the data in a frame that names its object
 
 /** The upper three bits of a server's first byte. */
 enum class Reply : std::uint8_t {
@@ -33,11 +35,26 @@ enum class Reply : std::uint8_t {
 /** @name Requests of a client to the node
  * @{ */
 /** Eight bytes with this first one, zeros behind it. */
-can::Frame request(std::uint8_t node, std::uint8_t command);
-can::Frame request(std::uint8_t node, std::uint8_t command, Object object);
+inline can::Frame request(std::uint8_t node, std::uint8_t command) {
+  can::Frame frame;
+  frame.id = kRequestId + node;
+  frame.size = 8;
+  frame.data[0] = command;
+  return frame;
+}
+inline can::Frame request(std::uint8_t node, std::uint8_t command, Object object) {
+  can::Frame frame = request(node, command);
+  frame.data[1] = static_cast<std::uint8_t>(object.index);
+  frame.data[2] = static_cast<std::uint8_t>(object.index >> 8);
+  frame.data[3] = object.subindex;
+  return frame;
+}
 /** Bytes 4 to 7 as a little-endian number. */
 void put_long_word(can::Frame& frame, std::uint32_t value);
-can::Frame upload_request(std::uint8_t node, Object object);
+inline can::Frame upload_request(std::uint8_t node, Object object) {
+  constexpr std::uint8_t kUploadRequest = 0x40;
+  return request(node, kUploadRequest, object);
+}
 can::Frame upload_segment_request(std::uint8_t node, bool toggle);
 /** 1 to 4 bytes at once. */
 can::Frame expedited_download(std::uint8_t node, Object object, const std::uint8_t* bytes, std::size_t size);
@@ -54,8 +71,7 @@ inline Reply reply_kind(const can::Frame& frame) {
 }
 /** The object that an initiate reply or an abort names. False when the frame is too short to name one. */
 inline bool names_object(const can::Frame& frame, Object object) {
-  constexpr std::size_t kNameEnd = 4;
-  return frame.size >= kNameEnd && frame.data[1] == (object.index & 0xFF) &&
+  return frame.size >= kDataOffset && frame.data[1] == (object.index & 0xFF) &&
          frame.data[2] == object.index >> 8 && frame.data[3] == object.subindex;
 }
 /** Whether the frame is an abort of a transfer of the object. There are servers that name 0000h:00 in the
@@ -71,13 +87,29 @@ std::uint32_t long_word(const can::Frame& frame);
  */
 nkr_error_t abort_result(const can::Frame& frame);
 
+/** Bytes of data that the frame carries after the first `offset`. */
+inline std::size_t sent_after(const can::Frame& frame, std::size_t offset) {
+  const std::size_t size = std::min<std::size_t>(frame.size, frame.data.size());
+  return size > offset ? size - offset : 0;
+}
+
 /** The first byte of an upload's initiate reply. */
 struct UploadInitiate {
   bool expedited = false;
   bool size_stated = false;
   std::size_t size = 0;  ///< bytes of data in an expedited reply: as stated, else as many as were sent
 };
-UploadInitiate upload_initiate(const can::Frame& frame);
+inline UploadInitiate upload_initiate(const can::Frame& frame) {
+  constexpr std::uint8_t kExpedited = 0x02;
+  constexpr std::uint8_t kSizeStated = 0x01;
+  const std::uint8_t command = frame.data[0];
+  UploadInitiate reply;
+  reply.expedited = (command & kExpedited) != 0;
+  reply.size_stated = (command & kSizeStated) != 0;
+  reply.size = reply.size_stated ? kExpeditedBytes - ((command >> 2) & 3U)
+                                 : std::min(kExpeditedBytes, sent_after(frame, kDataOffset));
+  return reply;
+}
 
 /** The first byte of a segment of an upload. */
 struct UploadSegment {

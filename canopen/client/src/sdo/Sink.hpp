@@ -35,8 +35,7 @@ class NumberSink final : public Sink {
 
   bool append(const std::uint8_t* bytes, std::size_t size) override {
     if (size > width_ - size_) return false;
-    std::copy_n(bytes, size, bytes_.begin() + static_cast<std::ptrdiff_t>(size_));
-    size_ += size;
+    for (std::size_t i = 0; i < size; ++i) bytes_[size_++] = bytes[i];
     return true;
   }
   /** A number without a stated size has the type's own. */
