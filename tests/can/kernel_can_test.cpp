@@ -1,9 +1,5 @@
 // On the kernel's own CAN stack: needs the interfaces vcan0 and vcan1, and skips without them.
 #include <gtest/gtest.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -11,6 +7,7 @@
 #include <nkr/can/open_bus.hpp>
 #include <thread>
 
+#include "can/link.hpp"
 #include "can/ports.hpp"
 
 namespace {
@@ -25,19 +22,6 @@ using nkr::can::Port;
 
 Clock::time_point soon() {
   return Clock::now() + 5s;
-}
-
-/** Sets an interface up or down; false without the right to. */
-bool set_up(const std::string& interface, bool up) {
-  const int any_socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  ifreq request{};
-  std::strncpy(request.ifr_name, interface.c_str(), IFNAMSIZ - 1);
-  bool done = ::ioctl(any_socket, SIOCGIFFLAGS, &request) == 0;
-  const int flags = request.ifr_flags;
-  request.ifr_flags = static_cast<short>(up ? flags | IFF_UP : flags & ~IFF_UP);
-  done = done && ::ioctl(any_socket, SIOCSIFFLAGS, &request) == 0;
-  ::close(any_socket);
-  return done;
 }
 
 class KernelCan : public testing::Test {

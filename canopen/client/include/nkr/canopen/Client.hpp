@@ -33,7 +33,7 @@ namespace nkr::canopen {
  *
  * A request that timed out is aborted on the bus, and the same object is asked again only when the late
  * answer came or the grace time passed: a late answer is never taken for that of another request. The client
- * sends nothing twice on its own.
+ * sends no download twice on its own.
  */
 class Client final : public canopencore::IService {
  public:
