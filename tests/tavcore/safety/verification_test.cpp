@@ -341,6 +341,23 @@ TEST_F(Verification, AnSRDOIsComparedFieldByField) {
   }
 }
 
+TEST_F(Verification, AMappingEntryThatOneSideLacksCountsAsZero) {
+  SRDOConfiguration longer = commissioned_srdo();
+  longer.mapping.push_back(7);
+  bench_.hold(longer);
+  const auto held_more = verify_safety(*bench_.dispatcher, {2}, all_expected()).checks.back().differences;
+  ASSERT_EQ(names_of(held_more), (std::vector<std::string>{"1382:00", "1382:03"}));
+  EXPECT_EQ(held_more[1].expected, 0U);
+  EXPECT_EQ(held_more[1].actual, 7U);
+
+  bench_.hold(commissioned_srdo());
+  const auto held_less =
+      verify_safety(*bench_.dispatcher, {2}, {commissioned(), {longer}}).checks.back().differences;
+  ASSERT_EQ(names_of(held_less), (std::vector<std::string>{"1382:00", "1382:03"}));
+  EXPECT_EQ(held_less[1].expected, 7U);
+  EXPECT_EQ(held_less[1].actual, 0U);
+}
+
 TEST_F(Verification, AnSRDOWithAnotherSignatureIsMarked) {
   bench_.hold_at(0x13FF, 2, std::uint16_t{0});
   EXPECT_EQ(failing(verify_safety(*bench_.dispatcher, {2})), std::vector<std::string>{"SRDO 2"});
@@ -404,6 +421,10 @@ TEST_F(Verification, NamesTheObjectThatCouldNotBeRead) {
   bench_.client->clear();
   bench_.client->fail_address(tavtest::at(0x138A, 0), kTimeout);
   EXPECT_EQ(verify_safety(*bench_.dispatcher, {10}).failed_object, "138A:00");
+  bench_.client->clear();
+  bench_.client->fail_address(tavtest::at(0x13FF, 16), kTimeout);
+  EXPECT_EQ(verify_safety(*bench_.dispatcher, {16}).failed_object, "13FF:10")
+      << "both digits are hexadecimal";
 }
 
 TEST_F(Verification, NeedsALoadedDescription) {
