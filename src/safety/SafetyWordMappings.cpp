@@ -144,7 +144,7 @@ nkr_error_t convert(Converter converter, const char* converter_name, std::uint32
 nkr_error_t CANOpenDispatcher::getSafetyControlWordMapping(const SafetyControlWordId& word,
                                                            SafetyWordMapping& mapping) const {
   Steps steps = Steps::guarded(*this);
-  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), "CANOpenDispatcher"};
+  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
   read_mapping(steps, sSafetyControlWordMapping, word, mapping,
                [&](std::uint32_t code, SafetyFunctionId& function) {
                  return convert(nkr_safety_word_command_get_fct, "nkr_safety_word_command_get_fct", code,
@@ -164,7 +164,7 @@ nkr_error_t CANOpenDispatcher::setSafetyControlWordMapping(const SafetyControlWo
 nkr_error_t CANOpenDispatcher::getSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                           SafetyWordMapping& mapping) const {
   Steps steps = Steps::guarded(*this);
-  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), "CANOpenDispatcher"};
+  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
   read_mapping(steps, sSafetyStatusWordMapping, word, mapping,
                [&](std::uint32_t code, SafetyFunctionId& function) {
                  return convert(nkr_safety_word_status_get_fct, "nkr_safety_word_status_get_fct", code,

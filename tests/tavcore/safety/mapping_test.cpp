@@ -191,6 +191,17 @@ TEST_F(SafetyMapping, AnUnknownCodeEndsTheReadingWithARecordOfIt) {
   EXPECT_EQ(record.class_name, "CANOpenDispatcher");
 }
 
+TEST_F(SafetyMapping, AnUnknownStatusCodeIsRecordedUnderItsOwnReaderAndConverter) {
+  bench_.hold("nkr_safety_word_ssw_mapping_sw1 ssw_sw_can_1_bit0", std::uint32_t{0x26400001});
+  Mapping mapping = all_of(Function::SLS_5);
+  log_.clear();
+  EXPECT_EQ(drive().getSafetyStatusWordMapping(StatusWord::CAN_1, mapping), NKR_ERROR);
+  EXPECT_EQ(
+      lines_of(log_.records()).back(),
+      "7 | 2 | getSafetyStatusWordMapping | CANOpenDispatcher | nkr_safety_word_status_get_fct 641728513 "
+      "failed !");
+}
+
 TEST_F(SafetyMapping, ACommandsCodeIsUnknownAmongStatuses) {
   bench_.hold("nkr_safety_word_ssw_mapping_sw1 ssw_sw_can_1_bit0", std::uint32_t{0x66400000});
   Mapping mapping = all_of(Function::SLS_5);
@@ -229,6 +240,28 @@ TEST_F(SafetyMapping, AFieldThatWouldBeWrittenAndIsNoFunctionIsAnErrorBeforeAnyt
     }
   }
   EXPECT_TRUE(accesses().empty());
+}
+
+TEST_F(SafetyMapping, EveryBitThatIsWrittenIsCheckedAndNoOther) {
+  const std::vector<std::string> control_bits = {".xxxxx..", "xxxxxxxx",
+                                                 "xxxxxx.."};  // word 1, 2 to 8, safe input
+  const std::vector<std::string> status_bits = {".xxxxxx.", "xxxxxxxx",
+                                                "xxxx...."};  // word 1, 2 to 8, safe output
+  for (const int word : {0, 1, 7, 8}) {
+    const std::size_t kind = word == 0 ? 0 : word == 8 ? 2 : 1;
+    for (std::size_t bit = 0; bit < 8; ++bit) {
+      SCOPED_TRACE("word " + std::to_string(word) + " bit " + std::to_string(bit));
+      Mapping mapping = all_of(Function::NONE);
+      constexpr Function Mapping::*kFields[] = {&Mapping::bit0, &Mapping::bit1, &Mapping::bit2,
+                                                &Mapping::bit3, &Mapping::bit4, &Mapping::bit5,
+                                                &Mapping::bit6, &Mapping::bit7};
+      mapping.*kFields[bit] = Function{18};
+      EXPECT_EQ(drive().setSafetyControlWordMapping(ControlWord{word}, mapping),
+                control_bits[kind][bit] == 'x' ? NKR_ERROR : NKR_OK);
+      EXPECT_EQ(drive().setSafetyStatusWordMapping(StatusWord{word}, mapping),
+                status_bits[kind][bit] == 'x' ? NKR_ERROR : NKR_OK);
+    }
+  }
 }
 
 TEST_F(SafetyMapping, FieldsThatAreNotWrittenAreNotChecked) {
