@@ -188,6 +188,14 @@ TEST(Emcy, TellsTheMessagesOfAllNodesAsTheyCome) {
   EXPECT_EQ(drive.uploads(), 0);
 }
 
+TEST(Emcy, ListensToABusWhoseDriveDoesNotAnswer) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"--node", "11", "--sdo-timeout", "100", "emcy", "--for", "0.2"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_NE(result.err.find("no history: "), std::string::npos) << result.err;
+  EXPECT_EQ(drive.tavctl({"--node", "11", "--sdo-timeout", "100", "emcy", "--history"}).code, 5);
+}
+
 TEST(Emcy, OfAHealthyDriveIsNoFinding) {
   const auto result = tavctl({"--bus", "virtual", "emcy", "--for", "0.2"});
   EXPECT_EQ(result.code, 0) << result.out << result.err;

@@ -114,6 +114,9 @@ TEST(CommandLine, HelpTeachesAndSucceeds) {
   EXPECT_NE(result.out.find("Exit codes"), std::string::npos);
   EXPECT_NE(result.out.find("tavctl --bus virtual info"), std::string::npos);
   EXPECT_EQ(tavctl({"velocity", "--help"}).code, 0);
+  const auto fields = tavctl({"safety", "set", "--help"});
+  EXPECT_EQ(fields.code, 0);
+  EXPECT_NE(fields.out.find("velocity_limit"), std::string::npos) << fields.out;
 }
 
 TEST(CommandLine, AsksForABusWhenNoneIsGiven) {

@@ -253,11 +253,21 @@ TEST(Doctor, LooksAtEverythingOnTheWayToATurningMotor) {
             "death of the host;state;safe torque off;errors;");
 }
 
+TEST(Doctor, FindsAnInterfaceThatIsNotThere) {
+  const auto result = tavctl({"--bus", "nocan7", "doctor", "--json"});
+  EXPECT_EQ(result.code, 1);
+  const auto check = result.json()["checks"][0];
+  EXPECT_EQ(check["check"], "interface");
+  EXPECT_EQ(check["verdict"], "problem");
+  EXPECT_NE(check["found"].get<std::string>().find("nocan7"), std::string::npos) << check;
+  EXPECT_FALSE(check["cure"].get<std::string>().empty());
+}
+
 TEST(Doctor, FindsASilentNodeAndEndsThere) {
   const DriveOnBus drive;
   const auto result = drive.tavctl({"--node", "11", "doctor"});
   EXPECT_EQ(result.code, 1);
-  EXPECT_NE(result.out.find("node 11 is silent"), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("node 11 is silent, but node 10 is heard"), std::string::npos) << result.out;
   EXPECT_EQ(result.out.find("vendor id"), std::string::npos) << result.out;
 }
 

@@ -18,9 +18,13 @@ constexpr const char* kFooter =
 
 Examples:
   tavctl --bus virtual info                      a drive inside this program: nothing to wire
+  tavctl --bus can0 doctor                       what stands between this host and a turning motor?
+  tavctl --bus can0 scan                         who is on the bus?
   tavctl --bus can0 read "Identity Object Vendor Id"
-  tavctl --bus can0 --trace read statusword      the same, every frame with its meaning
+  tavctl --bus can0 --trace read statusword      every frame with its meaning
+  tavctl --bus can0 velocity 300 --for 2 --plot  turn, and stop again
   tavctl list velocity                           objects whose name holds "velocity"
+"tavctl COMMAND --help" teaches each command.
 
 Exit codes: 0 done; 1 done, and something wrong was found; 2 command line; 3 configuration, description or
 unknown object; 4 bus; 5 no answer from the drive; 6 refused; 7 drive in the wrong state; 130 interrupted.)";

@@ -56,7 +56,7 @@ void add_record_commands(Commands& commands, CLI::App& parent, const std::string
   commands.on(show, [=](Context& context) { return show_drive_record<Record>(context, what, fields, read); });
   auto assignments = std::make_shared<std::vector<std::string>>();
   CLI::App& set = Commands::add_below(parent, "set", "Change fields of " + what + " and read them back");
-  set.add_option("KEY=VALUE", *assignments, "Fields as \"show\" lists them with --json")->required();
+  set.add_option("KEY=VALUE", *assignments, "Fields: " + field_keys<Record>(fields))->required();
   commands.on(set, [=](Context& context) {
     return set_drive_record<Record>(context, what, *assignments, fields, read, write);
   });

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -188,13 +189,20 @@ void check_state(Session& session, Report& report) {
 }
 
 ExitCode doctor(Context& context) {
-  Session session(context);
-  Report report(session.output());
-  check_interface(session, report);
-  if (check_node(session, report)) {
-    check_identity(session, report);
-    check_heartbeats(session, report);
-    check_state(session, report);
+  Report report(context.output);
+  std::optional<Session> session;
+  try {
+    session.emplace(context);
+  } catch (const Failure& failure) {
+    if (failure.exit_code() != ExitCode::CONNECTION) throw;
+    report.problem("interface", failure.what(), failure.hint());
+    return report.finish();
+  }
+  check_interface(*session, report);
+  if (check_node(*session, report)) {
+    check_identity(*session, report);
+    check_heartbeats(*session, report);
+    check_state(*session, report);
   }
   return report.finish();
 }

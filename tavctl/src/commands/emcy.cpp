@@ -87,6 +87,17 @@ bool tell_history(Session& session) {
   return error_register != 0;
 }
 
+/** A drive that does not answer is a reason to listen, not to end. */
+bool history_says_present(Session& session, const EmcyOptions& options) {
+  try {
+    return tell_history(session);
+  } catch (const Failure& failure) {
+    if (options.history_only) throw;
+    session.output().note(std::string("no history: ") + failure.what());
+    return false;
+  }
+}
+
 /** What was told and not taken back, of all nodes. */
 bool tell_active(Session& session) {
   constexpr std::uint8_t kLastNode = 127;
@@ -120,7 +131,7 @@ ExitCode emcy(Context& context, const EmcyOptions& options) {
     std::optional<LiveEmergencies> live;
     if (!options.history_only)
       live.emplace(session);  // first: what comes while the history is read is not lost
-    if (!options.live_only) present = tell_history(session);
+    if (!options.live_only) present = history_says_present(session, options);
     if (!options.history_only) {
       session.output().flush();
       wait(options);

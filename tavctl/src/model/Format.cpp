@@ -69,6 +69,14 @@ constexpr TypeName kTypeNames[] = {{DataType::UNKNOWN, "?"},
                                    {DataType::TIME_DIFFERENCE, "TIME_DIFFERENCE"},
                                    {DataType::DOMAIN, "DOMAIN"}};
 
+struct AccessName {
+  AccessType access;
+  const char* name;
+};
+constexpr AccessName kAccessNames[] = {{AccessType::RO, "ro"},   {AccessType::WO, "wo"},
+                                       {AccessType::RW, "rw"},   {AccessType::RWR, "rwr"},
+                                       {AccessType::RWW, "rww"}, {AccessType::CONST, "const"}};
+
 }  // namespace
 
 std::string data_type_name(DataType type) {
@@ -79,21 +87,8 @@ std::string data_type_name(DataType type) {
 }
 
 std::string access_name(AccessType access) {
-  switch (access) {
-    case AccessType::UNKNOWN:
-      return {};
-    case AccessType::RO:
-      return "ro";
-    case AccessType::WO:
-      return "wo";
-    case AccessType::RW:
-      return "rw";
-    case AccessType::RWR:
-      return "rwr";
-    case AccessType::RWW:
-      return "rww";
-    case AccessType::CONST:
-      return "const";
+  for (const AccessName& row : kAccessNames) {
+    if (row.access == access) return row.name;
   }
   return {};
 }

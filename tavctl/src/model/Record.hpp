@@ -71,6 +71,15 @@ template <class Field>
 /** The key as a label: "event_timer" reads "event timer". */
 [[nodiscard]] std::string label_of(std::string key);
 
+/** The keys of a record's fields: "time_unit, position_unit". */
+template <class Record, class Fields>
+[[nodiscard]] std::string field_keys(Fields fields) {
+  Record record{};
+  std::string keys;
+  fields([&](const char* key, const auto&) { keys += keys.empty() ? key : std::string(", ") + key; }, record);
+  return keys;
+}
+
 template <class Record, class Fields>
 void show_record(Output& output, Record& record, Fields fields) {
   fields(
@@ -87,10 +96,8 @@ void assign_fields(const std::vector<std::string>& texts, Record& record, Fields
   for (const std::string& text : texts) {
     const Assignment assignment = assignment_of(text);
     bool known = false;
-    std::string keys;
     fields(
         [&](const char* key, auto& field) {
-          keys += keys.empty() ? key : std::string(", ") + key;
           if (assignment.key != key) return;
           known = true;
           assign(assignment, field);
@@ -98,7 +105,7 @@ void assign_fields(const std::vector<std::string>& texts, Record& record, Fields
         record);
     if (!known) {
       throw Failure(ExitCode::USAGE, "there is no field \"" + assignment.key + "\"",
-                    "The fields are: " + keys + ".");
+                    "The fields are: " + field_keys<Record>(fields) + ".");
     }
   }
 }

@@ -89,8 +89,14 @@ void add_safety_parameters(Commands& commands, CLI::App& safety) {
       ->required()
       ->check(CLI::IsMember({"STO", "SLS", "SDI", "SBC"}));
   command.add_option("INSTANCE", arguments->instance, "From 1")->required();
-  command.add_option("KEY=VALUE", arguments->assignments, "Fields as \"safety show --json\" names them")
-      ->required();
+  command.add_option("KEY=VALUE", arguments->assignments, "Fields, as below")->required();
+  command.footer(
+      "Fields:\n  STO 1       " + field_keys<Dispatcher::STOParameters>(kStoFields) + "\n  SLS 1 to 8  " +
+      field_keys<Dispatcher::SLSParameters>(kSlsFields) + "\n  SDI 1, 2    " +
+      field_keys<Dispatcher::SDIParameters>(kSdiFields) + "\n  SBC 1 to 3  " +
+      field_keys<Dispatcher::SBCParameters>(kSbcFields) +
+      "\nThe signature is written behind them; the drive gives no torque while one does not fit.\n\n" +
+      command.get_footer());
   commands.on(command, [arguments](Context& context) { return set(context, *arguments); });
 }
 
