@@ -21,19 +21,24 @@ std::string* place_of(const std::string& option, Arguments& arguments, std::stri
   if (option == "--eds") return &arguments.eds;
   if (option == "--config") return &arguments.config;
   if (option == "--store") return &arguments.store;
+  if (option == "--scenario") return &arguments.scenario;
   if (option == "--node") return &node;
+  return nullptr;
+}
+
+/** Where an option without a value is noted; null for another word. */
+bool* flag_of(const std::string& word, Arguments& arguments) {
+  if (word == "--help" || word == "-h") return &arguments.help;
+  if (word == "--version") return &arguments.version;
+  if (word == "--console") return &arguments.console;
   return nullptr;
 }
 
 bool read_words(const std::vector<std::string>& words, Arguments& arguments, std::string& node,
                 std::string& problem) {
   for (std::size_t i = 0; i < words.size(); ++i) {
-    if (words[i] == "--help" || words[i] == "-h") {
-      arguments.help = true;
-      continue;
-    }
-    if (words[i] == "--version") {
-      arguments.version = true;
+    if (bool* const flag = flag_of(words[i], arguments)) {
+      *flag = true;
       continue;
     }
     const std::size_t sign = words[i].find('=');
@@ -77,6 +82,7 @@ std::string help_text() {
   return R"(tav-drive - a virtual drive on a CAN bus
 
 Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FILE]
+                 [--scenario FILE] [--console]
 
   --bus BUS      unix:PATH   a bus between programs of this machine; no rights needed
                  can0 ...    a SocketCAN interface (vcan0 too)
@@ -84,6 +90,9 @@ Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FIL
   --eds FILE     the description of the drive (default: share/tav/tav.eds, else the installed one)
   --config FILE  take the mechanics (steps, pole pairs) from the hardware section of this file
   --store FILE   keep what is stored in the drive in this file; without it a restart forgets it
+  --scenario FILE
+                 faults and disturbances, one a line: at a time, or at an access (docs/virtual-drive.md)
+  --console      take such lines from standard input too, and do them at once ("help" lists them)
   --version      the version
   --help         this text
 
@@ -91,7 +100,7 @@ The drive runs until Ctrl-C. It behaves as a drive that was switched on at that 
 boot-up message and then a heartbeat.
 
 Example, in two terminals:
-  tav-drive --bus unix:/tmp/bus --node 1
+  tav-drive --bus unix:/tmp/bus --node 1 --console
   tavctl --bus unix:/tmp/bus --node 1 info
 
 Exit status: 0 stopped by the user, 1 the bus or a file cannot be used, 2 wrong usage.

@@ -13,7 +13,9 @@ struct Arguments {
   std::string eds;
   std::string config;
   std::string store;
+  std::string scenario;
   std::uint8_t node = 0;
+  bool console = false;
   bool help = false;
   bool version = false;
 };

@@ -1,7 +1,10 @@
+#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
-#include <time.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
+#include <array>
 #include <fstream>
 #include <iostream>
 #include <nkr/can/open_bus.hpp>
@@ -12,6 +15,7 @@
 #include <vector>
 
 #include "Arguments.hpp"
+#include "Console.hpp"
 
 namespace {
 
@@ -44,23 +48,48 @@ bool read_mechanics(const std::string& path, tav::drive::Mechanics& mechanics, s
   return true;
 }
 
-/** The signals that end the program; blocked, so that they are waited for. */
-sigset_t ending_signals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return signals;
-}
+/** The signals that end the program, as something to wait on. They are blocked from its construction on. */
+class EndingSignals {
+ public:
+  EndingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC);
+  }
+  ~EndingSignals() { close(descriptor_); }
+  EndingSignals(const EndingSignals&) = delete;
+  EndingSignals& operator=(const EndingSignals&) = delete;
+
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+ private:
+  int descriptor_ = -1;
+};
 
 int fail(const std::string& problem) {
   std::cerr << "tav-drive: " << problem << '\n';
   return kFailed;
 }
 
+/** Serves the console until a signal ends the program. @return false when the drive lost its bus instead */
+bool wait_for_the_end(const tav::drive::Runner& runner, const EndingSignals& signals,
+                      tav::drive::Console* console) {
+  constexpr int kMilliseconds = 250;
+  while (runner.status() == NKR_OK) {
+    const int input = console != nullptr ? console->descriptor() : -1;
+    std::array<pollfd, 2> watched{{{signals.descriptor(), POLLIN, 0}, {input, POLLIN, 0}}};
+    poll(watched.data(), watched.size(), kMilliseconds);
+    if (watched[0].revents != 0) return true;
+    if (watched[1].revents != 0) console->read();
+  }
+  return false;
+}
+
 int run(const tav::drive::Arguments& arguments) {
-  const sigset_t signals = ending_signals();
+  const EndingSignals signals;
   std::string problem;
   tav::drive::Settings settings;
   settings.node_id = arguments.node;
@@ -70,6 +99,11 @@ int run(const tav::drive::Arguments& arguments) {
   }
   const auto drive = tav::drive::VirtualDrive::from_file(description_path(arguments), settings, problem);
   if (!drive) return fail(problem);
+  tav::drive::Scenario scenario;
+  if (!arguments.scenario.empty() && !tav::drive::read_scenario_file(arguments.scenario, scenario, problem)) {
+    return fail(problem);
+  }
+  if (!drive->play(scenario, problem)) return fail(arguments.scenario + ": " + problem);
   nkr_error_t result = NKR_OK;
   const auto bus = nkr::can::open_bus(arguments.bus, result, problem);
   if (!bus) return fail(arguments.bus + ": " + problem);
@@ -78,14 +112,10 @@ int run(const tav::drive::Arguments& arguments) {
   if (result != NKR_OK) return fail(arguments.bus + ": " + nkr_error_text(result));
   std::cout << "drive " << int{drive->node_id()} << " is on " << arguments.bus << "; Ctrl-C switches it off"
             << std::endl;
-  const timespec quarter_second{0, 250000000};
-  while (sigtimedwait(&signals, nullptr, &quarter_second) < 0) {
-    if (runner.status() == NKR_OK) continue;
-    const std::string advice = nkr::can::bus_advice(arguments.bus, runner.status());
-    return fail(arguments.bus + ": " + nkr_error_text(runner.status()) +
-                (advice.empty() ? "" : ": " + advice));
-  }
-  return kStopped;
+  tav::drive::Console console(*drive);
+  if (wait_for_the_end(runner, signals, arguments.console ? &console : nullptr)) return kStopped;
+  const std::string advice = nkr::can::bus_advice(arguments.bus, runner.status());
+  return fail(arguments.bus + ": " + nkr_error_text(runner.status()) + (advice.empty() ? "" : ": " + advice));
 }
 
 }  // namespace

@@ -154,4 +154,25 @@ Bytes default_value(const Object& object, std::uint8_t node_id) {
   return value;
 }
 
+std::optional<Bytes> value_of(const Object& object, const std::string& text) {
+  if (object.kind == Kind::TEXT) {
+    if (text.size() > object.size) return std::nullopt;
+    return Bytes(text.begin(), text.end());
+  }
+  Bytes value(object.size, 0);
+  if (object.kind == Kind::REAL) {
+    double real = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, real);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    put_real(value, real);
+    return value;
+  }
+  const auto number = nkr::tools::number_of(text);
+  if (!number) return std::nullopt;
+  put_number(value, static_cast<std::uint64_t>(*number));
+  if (number_in(object, value) != static_cast<long double>(*number)) return std::nullopt;
+  return value;
+}
+
 }  // namespace tav::drive

@@ -2,6 +2,7 @@
 #define TAV_DRIVE_SRC_DESCRIPTION_HPP
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ bool read_description(std::istream& eds, std::vector<Object>& objects, std::stri
 
 /** The value that the object's default text means for a drive of that node id; without a text, zeros. */
 [[nodiscard]] Bytes default_value(const Object& object, std::uint8_t node_id);
+
+/** The value that such a text means for the object; nothing when it is none, or does not fit. */
+[[nodiscard]] std::optional<Bytes> value_of(const Object& object, const std::string& text);
 
 }  // namespace tav::drive
 

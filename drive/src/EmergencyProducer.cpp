@@ -25,7 +25,8 @@ void EmergencyProducer::send(std::uint16_t code, std::uint8_t error_register, co
 }
 
 bool EmergencyProducer::may_send() const {
-  return context_.nmt == NMTState::PRE_OPERATIONAL || context_.nmt == NMTState::OPERATIONAL;
+  return context_.on_bus &&
+         (context_.nmt == NMTState::PRE_OPERATIONAL || context_.nmt == NMTState::OPERATIONAL);
 }
 
 void EmergencyProducer::run() {

@@ -43,6 +43,8 @@ class Errors : public Part {
   /** The user has seen the errors. @return false when one still has its cause */
   bool acknowledge();
   [[nodiscard]] bool any() const { return !active_.empty(); }
+  /** The value of the error register: generic, and the classes of the errors there are. */
+  [[nodiscard]] std::uint8_t error_register() const;
 
   void reset(Reset kind) override;
 
@@ -58,7 +60,6 @@ class Errors : public Part {
   void show();
   void record(const Error& error);
   [[nodiscard]] Abort entry_readable(std::uint8_t subindex) const;
-  [[nodiscard]] std::uint8_t error_register() const;
 
   EmergencyProducer& emergencies_;
   Variable<std::uint8_t> register_;

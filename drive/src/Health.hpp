@@ -30,6 +30,7 @@ class Health : public Part {
 
   /** What the sensors measure from now on. */
   void measure(const Environment& environment);
+  [[nodiscard]] const Environment& environment() const { return environment_; }
   /** The motor cannot be driven without its calibration. */
   [[nodiscard]] bool calibrated() const { return calibrated_; }
 

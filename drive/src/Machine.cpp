@@ -27,11 +27,10 @@ bool is_communication(const Object& object) {
 
 }  // namespace
 
-Machine::Machine(std::vector<Object> objects, const Settings& settings,
-                 std::function<void(const nkr::can::Frame&)> transmit)
-    : context_{settings,           ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING,
-               std::move(transmit)},
+Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs outputs)
+    : context_{settings, ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING, {}, {}},
       node_id_setting_(context_.dictionary.find("Node ID"), 1) {
+  add_line(std::move(outputs));
   store_ = &add<ParameterStore>();
   add<NMT>(NMT::Actions{[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }});
   add_sdo_servers();
@@ -40,9 +39,31 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings,
   add_heartbeat_consumer();
   add_safety();
   add_health();
+  add_scenario_player();
   process_data_ = &add<ProcessData>(*errors_, [this] { return motion_->moving(); });
   deliver_node_id();
   load_values(Reset::NODE);
+}
+
+void Machine::add_line(Outputs outputs) {
+  constexpr std::uint16_t kRecoveredFromBusOff = 0x8140;
+  line_ = &add<Line>(Line::Effects{std::move(outputs.transmit), std::move(outputs.bus_state),
+                                   [this] { reset(Reset::NODE); },
+                                   [this] { communication_lost(kRecoveredFromBusOff, {}); },
+                                   [this] { errors_->clear(kRecoveredFromBusOff, {}); }});
+  context_.transmit = [this](const nkr::can::Frame& frame) { line_->transmit(frame); };
+}
+
+void Machine::add_scenario_player() {
+  player_ = &add<ScenarioPlayer>(
+      *line_, ScenarioPlayer::Effects{
+                  [this] { reset(Reset::NODE); },
+                  [this](std::uint16_t code, bool lasting) { raise_fault(code, lasting, {}); },
+                  [this](std::uint16_t code) { errors_->clear_code(code); },
+                  [this](std::uint16_t code) { emergencies_->send(code, errors_->error_register(), {}); },
+                  [this](bool demanded) { safety_functions_->set_torque_off_input(demanded); },
+                  [this](Action::Sensor sensor, std::int32_t value) { show(sensor, value); }});
+  context_.admit = [this](const Access& access) { return player_->admit(access); };
 }
 
 void Machine::add_sdo_servers() {
@@ -56,21 +77,15 @@ void Machine::add_sdo_servers() {
 }
 
 void Machine::add_power_drive() {
-  auto& emergencies = add<EmergencyProducer>();
-  errors_ = &add<Errors>(emergencies);
+  emergencies_ = &add<EmergencyProducer>();
+  errors_ = &add<Errors>(*emergencies_);
   motion_ = &add<Motion>();
   power_ = &add<PowerStateMachine>(*motion_, *errors_);
 }
 
 void Machine::add_heartbeat_consumer() {
   constexpr std::uint16_t kHeartbeatError = 0x8130;
-  const auto lost = [this](std::uint8_t node) {
-    const VendorBytes vendor{node};
-    if (!power_->connection_lost(kHeartbeatError, vendor)) {
-      errors_->raise(kHeartbeatError, vendor, Errors::Ends::WITH_ITS_CAUSE, true);
-    }
-    behave_on_error(kCommunicationError);
-  };
+  const auto lost = [this](std::uint8_t node) { communication_lost(kHeartbeatError, VendorBytes{node}); };
   const auto returned = [this](std::uint8_t node) { errors_->clear(kHeartbeatError, VendorBytes{node}); };
   add<HeartbeatConsumer>(HeartbeatConsumer::Events{lost, returned});
 }
@@ -93,6 +108,14 @@ void Machine::follow_safety() {
   const bool sound = safety_signatures_->agree();
   power_->inhibit_torque(safety_functions_->torque_off() || !sound || !health_->calibrated());
   safety_functions_->set_configuration_sound(sound);
+}
+
+/** What 0x6007 and 0x1029 make of a loss of communication. */
+void Machine::communication_lost(std::uint16_t code, const VendorBytes& vendor) {
+  if (!power_->connection_lost(code, vendor)) {
+    errors_->raise(code, vendor, Errors::Ends::WITH_ITS_CAUSE, true);
+  }
+  behave_on_error(kCommunicationError);
 }
 
 /** The error behaviour object, 0x1029: what an operational node does. */
@@ -129,6 +152,36 @@ void Machine::measure(const Environment& environment) {
   plan();
 }
 
+/** One of the drive's sensors shows another value. */
+void Machine::show(Action::Sensor sensor, std::int32_t value) {
+  Environment environment = health_->environment();
+  switch (sensor) {
+    case Action::Sensor::BATTERY_VOLTAGE:
+      environment.battery_mv = value;
+      break;
+    case Action::Sensor::PHASE_CURRENT:
+      environment.phase_current_ma = value;
+      break;
+    case Action::Sensor::MOSFET_1:
+      environment.mosfet_1_celsius = value;
+      break;
+    case Action::Sensor::MOSFET_2:
+      environment.mosfet_2_celsius = value;
+      break;
+    case Action::Sensor::DRIVER:
+      environment.driver_celsius = value;
+      break;
+  }
+  health_->measure(environment);
+}
+
+bool Machine::play(const Scenario& scenario, std::string& problem) {
+  if (!player_->play(scenario, problem)) return false;
+  plan();
+  advance(context_.now);
+  return true;
+}
+
 /** The node id that the drive's maker gave it, as if stored at delivery. */
 void Machine::deliver_node_id() {
   Object* setting = node_id_setting_.object();
@@ -161,8 +214,10 @@ void Machine::load_values(Reset kind) {
 void Machine::power_on(Time now) {
   if (context_.nmt != NMTState::INITIALISING) return;
   context_.now = now;
+  player_->power_on();
   reset(Reset::NODE);
   plan();
+  advance(now);
 }
 
 void Machine::reset(Reset kind) {
@@ -185,7 +240,9 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
   advance(now);
   if (context_.nmt == NMTState::INITIALISING) return;
   if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
-  for (auto& part : parts_) part->receive(frame);
+  if (line_->hears(frame)) {
+    for (auto& part : parts_) part->receive(frame);
+  }
   process_data_->sample();
   plan();
 }

@@ -9,20 +9,26 @@
 #include "Errors.hpp"
 #include "Health.hpp"
 #include "HeartbeatProducer.hpp"
+#include "Line.hpp"
 #include "ParameterStore.hpp"
 #include "Part.hpp"
 #include "PowerStateMachine.hpp"
 #include "ProcessData.hpp"
 #include "SafetyFunctions.hpp"
 #include "SafetySignatures.hpp"
+#include "ScenarioPlayer.hpp"
 
 namespace tav::drive {
 
 /** The drive as a whole, without locks: its parts, and how frames, time and resets reach them. */
 class Machine {
  public:
-  Machine(std::vector<Object> objects, const Settings& settings,
-          std::function<void(const nkr::can::Frame&)> transmit);
+  /** What comes out of it, in order. */
+  struct Outputs {
+    std::function<void(const nkr::can::Frame&)> transmit;
+    std::function<void(nkr::can::BusState)> bus_state;
+  };
+  Machine(std::vector<Object> objects, const Settings& settings, Outputs outputs);
 
   void power_on(Time now);
   void receive(const nkr::can::Frame& frame, Time now);
@@ -30,6 +36,7 @@ class Machine {
   void raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor);
   void clear_fault(std::uint16_t code);
   void measure(const Environment& environment);
+  bool play(const Scenario& scenario, std::string& problem);
   /** False when the file of the non-volatile memory is damaged. */
   [[nodiscard]] bool memory_readable() const { return store_->readable(); }
   [[nodiscard]] Time now() const { return context_.now; }
@@ -44,12 +51,16 @@ class Machine {
     parts_.push_back(std::move(part));
     return reference;
   }
+  void add_line(Outputs outputs);
+  void add_scenario_player();
   void add_sdo_servers();
   void add_power_drive();
   void add_heartbeat_consumer();
   void add_safety();
   void add_health();
   void follow_safety();
+  void show(Action::Sensor sensor, std::int32_t value);
+  void communication_lost(std::uint16_t code, const VendorBytes& vendor);
   void behave_on_error(std::uint8_t subindex);
   void enter(NMTState state);
   void reset(Reset kind);
@@ -61,11 +72,14 @@ class Machine {
   Context context_;
   Variable<std::uint8_t> node_id_setting_;
   std::vector<std::unique_ptr<Part>> parts_;
+  Line* line_ = nullptr;
+  ScenarioPlayer* player_ = nullptr;
   ParameterStore* store_ = nullptr;
   HeartbeatProducer* heartbeat_ = nullptr;
   Motion* motion_ = nullptr;
   ProcessData* process_data_ = nullptr;
   Health* health_ = nullptr;
+  EmergencyProducer* emergencies_ = nullptr;
   Errors* errors_ = nullptr;
   PowerStateMachine* power_ = nullptr;
   SafetyFunctions* safety_functions_ = nullptr;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <nkr/can/Frame.hpp>
+#include <optional>
 #include <tav/drive/Settings.hpp>
 
 #include "ObjectDictionary.hpp"
@@ -16,6 +17,23 @@ enum class NMTState : std::uint8_t { INITIALISING = 0, STOPPED = 4, OPERATIONAL 
 /** How much of the drive starts anew. */
 enum class Reset : std::uint8_t { NODE, COMMUNICATION };
 
+/** An access by SDO, when it begins. */
+struct Access {
+  std::uint16_t index;
+  std::uint8_t subindex;
+  bool write;
+  bool single;  ///< a write that is done with one request
+  std::uint32_t request_id;
+  std::uint32_t reply_id;
+};
+
+/** What a server is to do with an access. */
+struct Admission {
+  bool served = true;
+  std::optional<Abort> refused;  ///< with which abort
+  bool in_segments = false;      ///< a short value is uploaded in segments too
+};
+
 /** What all parts of one drive share. */
 struct Context {
   Settings settings;
@@ -24,6 +42,8 @@ struct Context {
   std::uint8_t node_id = 0;
   NMTState nmt = NMTState::INITIALISING;
   std::function<void(const nkr::can::Frame&)> transmit;
+  std::function<Admission(const Access&)> admit;  ///< asked before an access is served
+  bool on_bus = true;                             ///< false while the bus is off: what must not be lost waits
 };
 
 /** One capability of the drive. All is called under the drive's lock, one thing at a time. */

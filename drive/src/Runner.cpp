@@ -4,6 +4,7 @@
 #include <mutex>
 #include <tav/drive/Runner.hpp>
 #include <thread>
+#include <utility>
 
 namespace tav::drive {
 namespace {
@@ -27,16 +28,18 @@ struct Runner::Impl {
 
   nkr_error_t start(nkr::can::Bus& bus);
   void stop();
-  void run_queue_port();
+  void run_receiver();
   void run_timer();
   void take(const Frame& frame);
+  void wake_at(Time due);
 
   VirtualDrive& drive;
   std::unique_ptr<nkr::can::Port> port;
-  std::thread thread;
+  std::thread timer;
+  std::thread receiver;  // of a queue port
   std::atomic<nkr_error_t> status{NKR_CAN_NOT_CONNECTED};
 
-  // The timer thread of a handler port, and when it is wanted.
+  // When the timer is wanted.
   std::mutex mutex;
   std::condition_variable wake;
   Time wanted = Time::max();
@@ -53,12 +56,20 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
                                : bus.open({}, result);
   if (!port) return result;
   status = NKR_OK;
-  drive.connect([this](const Frame& frame) {
-    const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
-    if (sent == NKR_CAN_CLOSED) status = sent;
-  });
+  // A bus outside this program is not the drive's to switch off: there the drive alone falls silent.
+  VirtualDrive::Events events{{}, [this] { wake_at(Time::min()); }};
+  if (in_process != nullptr) {
+    events.bus_state = [in_process](nkr::can::BusState state) { in_process->set_state(state); };
+  }
+  drive.connect(
+      [this](const Frame& frame) {
+        const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
+        if (sent == NKR_CAN_CLOSED) status = sent;
+      },
+      std::move(events));
   drive.power_on(Clock::now());
-  thread = std::thread([this, in_process] { in_process != nullptr ? run_timer() : run_queue_port(); });
+  timer = std::thread([this] { run_timer(); });
+  if (in_process == nullptr) receiver = std::thread([this] { run_receiver(); });
   return NKR_OK;
 }
 
@@ -70,14 +81,18 @@ void Runner::Impl::stop() {
   }
   wake.notify_one();
   port->close();
-  thread.join();
+  timer.join();
+  if (receiver.joinable()) receiver.join();
   drive.connect({});
   port.reset();
   status = NKR_CAN_NOT_CONNECTED;
 }
 
 void Runner::Impl::take(const Frame& frame) {
-  const Time due = drive.receive(frame, Clock::now());
+  wake_at(drive.receive(frame, Clock::now()));
+}
+
+void Runner::Impl::wake_at(Time due) {
   {
     const std::lock_guard<std::mutex> lock(mutex);
     if (due >= wanted) return;
@@ -99,13 +114,12 @@ void Runner::Impl::run_timer() {
   }
 }
 
-void Runner::Impl::run_queue_port() {
+void Runner::Impl::run_receiver() {
   while (true) {
-    const Time due = wake_up_time(drive.advance(Clock::now()));
     Frame frame;
-    const nkr_error_t result = port->receive(frame, due);
+    const nkr_error_t result = port->receive(frame, Clock::now() + kLongestSleep);
     if (result == NKR_OK) {
-      drive.receive(frame, Clock::now());
+      take(frame);
     } else if (result == NKR_CAN_CLOSED) {
       status = result;
       return;

@@ -108,8 +108,17 @@ void SDOServer::remember(const Frame& request) {
   subindex_ = request.data[3];
 }
 
+/** Whether the access that begins is to be served here; else it is answered, or lost. */
+bool SDOServer::admitted(bool write, bool single) {
+  const Admission admission = context_.admit({index_, subindex_, write, single, listens_to_, answers_on_});
+  in_segments_ = admission.in_segments;
+  if (admission.served && admission.refused) abort(*admission.refused);
+  return admission.served && !admission.refused;
+}
+
 void SDOServer::begin_download(const Frame& request) {
   remember(request);
+  if (!admitted(true, (request.data[0] & kExpedited) != 0)) return;
   Abort code = Abort::NONE;
   const Object* object = context_.dictionary.writable(index_, subindex_, code);
   if (object == nullptr) return abort(code);
@@ -165,13 +174,14 @@ void SDOServer::finish_download() {
 
 void SDOServer::begin_upload(const Frame& request) {
   remember(request);
+  if (!admitted(false, false)) return;
   Abort code = Abort::NONE;
   Object* object = context_.dictionary.readable(index_, subindex_, code);
   if (object == nullptr) return abort(code);
   code = ObjectDictionary::refresh(*object);
   if (code != Abort::NONE) return abort(code);
   const Bytes& value = object->value;
-  if (!value.empty() && value.size() <= kExpeditedBytes) {
+  if (!in_segments_ && !value.empty() && value.size() <= kExpeditedBytes) {
     const std::size_t unused = kExpeditedBytes - value.size();
     Frame frame =
         reply_with_object(static_cast<std::uint8_t>(0x40 | (unused << 2) | kExpedited | kSizeGiven));

@@ -25,6 +25,7 @@ class SDOServer : public Part {
 
   void take_identifiers();
   void serve(const nkr::can::Frame& request);
+  [[nodiscard]] bool admitted(bool write, bool single);
   void begin_download(const nkr::can::Frame& request);
   void download_segment(const nkr::can::Frame& request);
   void finish_download();
@@ -49,6 +50,7 @@ class SDOServer : public Part {
   std::uint16_t index_ = 0;
   std::uint8_t subindex_ = 0;
   bool toggle_ = false;
+  bool in_segments_ = false;
   bool size_known_ = false;
   std::uint32_t announced_size_ = 0;
   Bytes data_;

@@ -142,6 +142,14 @@ void SafetyFunctions::set_configuration_sound(bool sound) {
   if (std::exchange(sound_, sound) != sound) evaluate();
 }
 
+void SafetyFunctions::set_torque_off_input(bool demanded) {
+  if (std::exchange(sto_input_, demanded) != demanded) evaluate();
+}
+
+bool SafetyFunctions::demanded(std::size_t function) const {
+  return functions_[function].command.get() == 0 || (function == kSTO && sto_input_);
+}
+
 void SafetyFunctions::evaluate() {
   take_commands_from_words();
   update_sto();

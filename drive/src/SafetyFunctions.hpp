@@ -26,6 +26,8 @@ class SafetyFunctions : public Part {
   [[nodiscard]] bool torque_off() const { return sto_active_; }
   /** Whether the safety configuration is sound: without that STO acts too. */
   void set_configuration_sound(bool sound);
+  /** The drive's own STO input, besides the command: it demands STO, or it does not. */
+  void set_torque_off_input(bool demanded);
 
   void reset(Reset kind) override;
 
@@ -54,7 +56,7 @@ class SafetyFunctions : public Part {
   void update_sto();
   void show_statuses();
   [[nodiscard]] bool acts(std::size_t function) const;
-  [[nodiscard]] bool demanded(std::size_t function) const { return functions_[function].command.get() == 0; }
+  [[nodiscard]] bool demanded(std::size_t function) const;
 
   Context& context_;
   std::function<void()> changed_;
@@ -65,6 +67,7 @@ class SafetyFunctions : public Part {
   Variable<std::uint8_t> restart_behaviour_;
   Variable<std::uint32_t> activate_sbc_;
   bool last_restart_ = true;
+  bool sto_input_ = false;
   bool sto_active_ = false;
   bool sound_ = true;
 };

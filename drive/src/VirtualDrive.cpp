@@ -3,6 +3,7 @@
 #include <mutex>
 #include <tav/drive/VirtualDrive.hpp>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "Description.hpp"
@@ -19,6 +20,11 @@ bool is_usable(const Settings& settings, std::string& problem) {
   return false;
 }
 
+/** Something became due: the drive's clock is to be looked at. */
+struct Wake {};
+/** What the drive has to say, in order. */
+using Outgoing = std::variant<nkr::can::Frame, nkr::can::BusState, Wake>;
+
 }  // namespace
 
 // Frames are collected under the lock and handed out without it, so that an output may wait, or bring the
@@ -26,7 +32,24 @@ bool is_usable(const Settings& settings, std::string& problem) {
 struct VirtualDrive::Impl {
   Impl(std::vector<Object> objects, const Settings& settings)
       : machine(std::move(objects), settings,
-                [this](const nkr::can::Frame& frame) { outbox.push_back(frame); }) {}
+                {[this](const nkr::can::Frame& frame) { outbox.emplace_back(frame); },
+                 [this](nkr::can::BusState state) { outbox.emplace_back(state); }}) {}
+
+  void hand_out(const Outgoing& outgoing) const {
+    if (const auto* const frame = std::get_if<nkr::can::Frame>(&outgoing)) {
+      if (output) output(*frame);
+    } else if (const auto* const state = std::get_if<nkr::can::BusState>(&outgoing)) {
+      if (events.bus_state) events.bus_state(*state);
+    } else if (events.wake) {
+      events.wake();
+    }
+  }
+
+  /** After a call that may have made something due earlier. */
+  void hand_out_and_wake(std::unique_lock<std::mutex>& lock) {
+    outbox.emplace_back(Wake{});
+    hand_out(lock);
+  }
 
   void hand_out(std::unique_lock<std::mutex>& lock) {
     if (handing_out) return;
@@ -34,9 +57,7 @@ struct VirtualDrive::Impl {
     while (!outbox.empty()) {
       going_out.swap(outbox);
       lock.unlock();
-      if (output) {
-        for (const nkr::can::Frame& frame : going_out) output(frame);
-      }
+      for (const Outgoing& outgoing : going_out) hand_out(outgoing);
       going_out.clear();
       lock.lock();
     }
@@ -48,8 +69,9 @@ struct VirtualDrive::Impl {
   std::condition_variable idle;  // nobody hands out
   Machine machine;
   Output output;
-  std::vector<nkr::can::Frame> outbox;
-  std::vector<nkr::can::Frame> going_out;  // used by the thread that hands out, without the lock
+  Events events;
+  std::vector<Outgoing> outbox;
+  std::vector<Outgoing> going_out;  // used by the thread that hands out, without the lock
   bool handing_out = false;
 };
 
@@ -87,10 +109,11 @@ std::unique_ptr<VirtualDrive> VirtualDrive::from_file(const std::string& eds_pat
   return drive;
 }
 
-void VirtualDrive::connect(Output output) {
+void VirtualDrive::connect(Output output, Events events) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
   impl_->idle.wait(lock, [this] { return !impl_->handing_out; });
   impl_->output = std::move(output);
+  impl_->events = std::move(events);
 }
 
 void VirtualDrive::power_on(Time now) {
@@ -122,19 +145,26 @@ Time VirtualDrive::advance(Time now) {
 void VirtualDrive::raise_fault(std::uint16_t code, bool lasting, const std::array<std::uint8_t, 5>& vendor) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
   impl_->machine.raise_fault(code, lasting, vendor);
-  impl_->hand_out(lock);
+  impl_->hand_out_and_wake(lock);
 }
 
 void VirtualDrive::clear_fault(std::uint16_t code) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
   impl_->machine.clear_fault(code);
-  impl_->hand_out(lock);
+  impl_->hand_out_and_wake(lock);
 }
 
 void VirtualDrive::measure(const Environment& environment) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
   impl_->machine.measure(environment);
-  impl_->hand_out(lock);
+  impl_->hand_out_and_wake(lock);
+}
+
+bool VirtualDrive::play(const Scenario& scenario, std::string& problem) {
+  std::unique_lock<std::mutex> lock(impl_->mutex);
+  if (!impl_->machine.play(scenario, problem)) return false;
+  impl_->hand_out_and_wake(lock);
+  return true;
 }
 
 std::uint8_t VirtualDrive::node_id() const {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <nkr/can/open_bus.hpp>
 #include <string>
@@ -31,11 +32,22 @@ Outcome run(const std::string& words) {
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
 
-/** The program in the background; killed at the end of the test when it still runs. */
+/** The program in the background; killed at the end of the test when it still runs. What is typed reaches its
+ * standard input. */
 class Background {
  public:
-  explicit Background(std::vector<std::string> words) : process_(fork()) {
-    if (process_ != 0) return;
+  explicit Background(std::vector<std::string> words) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(pipe(ends.data()), 0);
+    input_ = ends[1];
+    process_ = fork();
+    if (process_ != 0) {
+      close(ends[0]);
+      return;
+    }
+    dup2(ends[0], STDIN_FILENO);
+    close(ends[0]);
+    close(ends[1]);
     std::vector<char*> arguments;
     words.insert(words.begin(), TAV_DRIVE_PROGRAM);
     for (std::string& word : words) arguments.push_back(word.data());
@@ -45,9 +57,14 @@ class Background {
   }
   ~Background() {
     if (process_ > 0) end(SIGKILL);
+    close(input_);
   }
   Background(const Background&) = delete;
   Background& operator=(const Background&) = delete;
+
+  void type(const std::string& text) const {
+    EXPECT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
 
   /** Sends it a signal and waits for its end. @return its exit status, -1 when the signal killed it */
   int end(int signal) {
@@ -59,7 +76,42 @@ class Background {
   }
 
  private:
-  pid_t process_;
+  pid_t process_ = -1;
+  int input_ = -1;
+};
+
+/** A bus between programs, for the time of one test, and a port on it. */
+class TestBus {
+ public:
+  TestBus() : path_("/tmp/tav-drive-test-" + std::to_string(getpid())) {
+    nkr_error_t result = NKR_OK;
+    std::string explanation;
+    bus_ = nkr::can::open_bus(name(), result, explanation);
+    if (bus_) port_ = bus_->open({}, result);
+    EXPECT_NE(port_, nullptr) << explanation;
+  }
+  ~TestBus() { unlink(path_.c_str()); }
+  TestBus(const TestBus&) = delete;
+  TestBus& operator=(const TestBus&) = delete;
+
+  [[nodiscard]] std::string name() const { return "unix:" + path_; }
+  void send(const std::string& frame) { port_->send(frame_of(frame), deadline()); }
+  /** The next frame with that identifier; an empty text when none comes. */
+  std::string next(std::uint32_t id) {
+    const auto until = deadline();
+    nkr::can::Frame frame;
+    while (port_->receive(frame, until) == NKR_OK) {
+      if (frame.id == id) return nkr::can::to_string(frame);
+    }
+    return "";
+  }
+
+ private:
+  static nkr::can::Clock::time_point deadline() { return nkr::can::Clock::now() + std::chrono::seconds(20); }
+
+  std::string path_;
+  std::shared_ptr<nkr::can::Bus> bus_;
+  std::unique_ptr<nkr::can::Port> port_;
 };
 
 TEST(Program, ExplainsItself) {
@@ -97,25 +149,37 @@ TEST(Program, SaysWhatCannotBeUsed) {
 }
 
 TEST(Program, IsADriveOnTheBusUntilItIsStopped) {
-  const std::string path = "/tmp/tav-drive-test-" + std::to_string(getpid());
-  nkr_error_t result = NKR_OK;
-  std::string explanation;
-  const auto bus = nkr::can::open_bus("unix:" + path, result, explanation);
-  ASSERT_NE(bus, nullptr) << explanation;
-  const auto port = bus->open({}, result);
-  ASSERT_NE(port, nullptr);
-  Background program({"--bus", "unix:" + path, "--node=0x21", "--config", "share/tav/tav.ini"});
-  const auto deadline = nkr::can::Clock::now() + std::chrono::seconds(20);
-  nkr::can::Frame frame;
-  while (port->receive(frame, deadline) == NKR_OK && frame.id != 0x721) {
-  }
-  EXPECT_EQ(frame.id, 0x721U) << "boot-up or heartbeat of node 33";
-  port->send(frame_of("621#4018100100000000"), deadline);
-  while (port->receive(frame, deadline) == NKR_OK && frame.id != 0x5A1) {
-  }
-  EXPECT_EQ(nkr::can::to_string(frame), "5A1#43181001270A0000");
+  TestBus bus;
+  Background program({"--bus", bus.name(), "--node=0x21", "--config", "share/tav/tav.ini"});
+  EXPECT_NE(bus.next(0x721), "") << "boot-up or heartbeat of node 33";
+  bus.send("621#4018100100000000");
+  EXPECT_EQ(bus.next(0x5A1), "5A1#43181001270A0000");
   EXPECT_EQ(program.end(SIGTERM), 0);
-  unlink(path.c_str());
+}
+
+TEST(Program, PlaysAScenarioAndObeysItsConsole) {
+  TestBus bus;
+  const std::string file = "/tmp/tav-drive-scenario-" + std::to_string(getpid());
+  std::ofstream(file) << "access 1 read 0x1018:1 reply abort 0x08000024\n";
+  Background program({"--bus", bus.name(), "--node=1", "--scenario", file, "--console"});
+  EXPECT_NE(bus.next(0x701), "");
+  bus.send("601#4018100100000000");
+  EXPECT_EQ(bus.next(0x581), "581#8018100124000008");
+  program.type("help\nfoult\nfau");
+  program.type("lt 0x2310\n");
+  EXPECT_EQ(bus.next(0x081), "081#1023030000000000");
+  EXPECT_EQ(program.end(SIGTERM), 0);
+  unlink(file.c_str());
+}
+
+TEST(Program, NamesFileLineAndMistakeOfAScenario) {
+  const std::string file = "/tmp/tav-drive-scenario-" + std::to_string(getpid());
+  std::ofstream(file) << "\nfoult 0x2310\n";
+  const Outcome outcome = run("--bus unix:/tmp/x --node 1 --scenario " + file);
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_NE(outcome.output.find(file + ": line 2: \"foult\" is not known"), std::string::npos)
+      << outcome.output;
+  unlink(file.c_str());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <nkr/can/Bus.hpp>
+#include <sstream>
 #include <string>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
@@ -112,6 +113,57 @@ TEST(Runner, WakesUpForATimeThatAFrameMadeEarlier) {
   EXPECT_EQ(next_frame(*port, 0x701), "701#00");
   EXPECT_EQ(next_frame(*port, 0x701), "701#7F");
   EXPECT_EQ(next_frame(*port, 0x701), "701#7F");
+}
+
+/** A scenario of these lines; fails the test when it is none. */
+void play(VirtualDrive& drive, const std::string& text) {
+  std::istringstream lines(text);
+  Scenario scenario;
+  std::string problem;
+  ASSERT_TRUE(read_scenario(lines, scenario, problem) && drive.play(scenario, problem)) << problem;
+}
+
+void happens_in_time(nkr::can::Bus& bus) {
+  auto drive = make_drive();
+  nkr_error_t result = NKR_OK;
+  auto port = bus.open({{0x081, 0x7FF}}, result);
+  ASSERT_NE(port, nullptr);
+  Runner runner(*drive);
+  ASSERT_EQ(runner.start(bus), NKR_OK);
+  play(*drive, "set 0x1017 0");  // without a heartbeat nothing else wakes the runner
+  play(*drive, "at 30ms emcy 0x1234");
+  EXPECT_EQ(next_frame(*port, 0x081), "081#3412000000000000");
+}
+
+TEST(Runner, WakesUpForWhatAScenarioHasInStore) {
+  nkr::can::InProcessBus handlers;
+  happens_in_time(handlers);
+  QueueOnlyBus queues;
+  happens_in_time(queues);
+}
+
+TEST(Runner, LetsAScenarioSwitchTheInProcessBusOff) {
+  nkr::can::InProcessBus bus;
+  auto drive = make_drive();
+  nkr_error_t result = NKR_OK;
+  auto port = bus.open({{0x581, 0x7FF}}, result);
+  ASSERT_NE(port, nullptr);
+  Runner runner(*drive);
+  ASSERT_EQ(runner.start(bus), NKR_OK);
+  play(*drive, "access 1 read 0x1000 bus off\naccess 2 read 0x1000 bus gone 20ms");
+  const Frame request = frame_of("601#4000100000000000");
+  const auto soon = Clock::now() + std::chrono::seconds(20);
+  Frame frame;
+  EXPECT_EQ(port->send(request, soon), NKR_OK);
+  EXPECT_EQ(port->receive(frame, soon), NKR_CAN_BUS_OFF);
+  EXPECT_EQ(port->send(request, soon), NKR_CAN_BUS_OFF);
+  play(*drive, "bus back");
+  EXPECT_EQ(port->send(request, soon), NKR_OK);
+  EXPECT_EQ(port->receive(frame, soon), NKR_CAN_INTERFACE_GONE);
+  while (port->send(request, soon) == NKR_CAN_INTERFACE_GONE && Clock::now() < soon) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  EXPECT_EQ(port->receive(frame, soon), NKR_OK) << "it came back by itself";
 }
 
 TEST(Runner, ManyThreadsMayAskAtOnce) {

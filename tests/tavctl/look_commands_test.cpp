@@ -111,6 +111,23 @@ TEST(Info, TalksToTheNodeThatIsAskedFor) {
   EXPECT_EQ(result.json()["node"], 33);
 }
 
+TEST(Scenario, HappensToTheDriveInside) {
+  const tavtest::TemporaryFile file("access 2 read 0x1018:1 reply abort 0x06060000\n");
+  const auto result = tavctl({"--bus", "virtual", "--scenario", file.path(), "read", "0x1018:1", "0x1018:1"});
+  EXPECT_EQ(result.code, 6) << result.err;
+  EXPECT_NE(result.err.find("06060000"), std::string::npos) << result.err;
+}
+
+TEST(Scenario, IsNamedWithLineAndMistakeWhenItIsNone) {
+  const tavtest::TemporaryFile file("\nsto maybe\n");
+  const auto wrong = tavctl({"--bus", "virtual", "--scenario", file.path(), "info"});
+  EXPECT_EQ(wrong.code, 3);
+  EXPECT_NE(wrong.err.find("line 2"), std::string::npos) << wrong.err;
+  const tavtest::TemporaryFile unknown("access 1 read \"Statuswort\" reset\n");
+  EXPECT_EQ(tavctl({"--bus", "virtual", "--scenario", unknown.path(), "info"}).code, 3);
+  EXPECT_EQ(tavctl({"--bus", "unix:/tmp/nowhere", "--scenario", file.path(), "info"}).code, 2);
+}
+
 TEST(Read, ReadsByNameAndByAddress) {
   const auto json =
       tavctl({"--bus", "virtual", "--json", "read", "Identity Object Vendor Id", "0x1018:1", "0x1008"})

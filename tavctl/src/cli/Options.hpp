@@ -9,6 +9,7 @@ namespace tavctl {
 /** The options that every command knows. */
 struct Options {
   std::string bus;                ///< "virtual", "can0", "unix:PATH"; empty: none given
+  std::string scenario;           ///< what happens to the drive on the bus "virtual"; empty: nothing
   std::string config;             ///< configuration file; empty: the usual places
   std::optional<int> node;        ///< node id instead of the configuration's
   std::optional<unsigned> log;    ///< show the library's log up to this level

@@ -34,6 +34,8 @@ void add_options(CLI::App& app, Options& options) {
          "-b,--bus", options.bus,
          "Bus: an interface (can0), unix:PATH (between processes), or virtual (a drive inside tavctl)")
       ->envname("TAVCTL_BUS");
+  app.add_option("--scenario", options.scenario,
+                 "With --bus virtual: faults and disturbances of that drive (see docs/virtual-drive.md)");
   app.add_option("-c,--config", options.config,
                  "Configuration file [share/tav/tav.ini, or the installed one]")
       ->envname("TAVCTL_CONFIG");

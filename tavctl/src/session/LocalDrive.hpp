@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <string>
 #include <tavcore/Config.hpp>
 
 namespace tav::drive {
@@ -17,8 +18,10 @@ namespace tavctl {
  */
 class LocalDrive {
  public:
-  /** Failure(CONFIGURATION) when the configuration's description makes no drive. */
-  LocalDrive(nkr::can::Bus& bus, const nkr::tavcore::Config& config, std::uint8_t node);
+  /** Failure(CONFIGURATION) when the configuration's description makes no drive, or the file (none: empty) no
+   * scenario of it. */
+  LocalDrive(nkr::can::Bus& bus, const nkr::tavcore::Config& config, std::uint8_t node,
+             const std::string& scenario_path);
   ~LocalDrive();
   LocalDrive(const LocalDrive&) = delete;
   LocalDrive& operator=(const LocalDrive&) = delete;

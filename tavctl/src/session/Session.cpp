@@ -49,6 +49,10 @@ Session::Session(Context& context)
       description_(load_description(config_->getCANOpenEDSFilePath())),
       node_(node_of(context.options, *config_)),
       bus_(open(context.options.bus)) {
+  if (!context.options.scenario.empty() && context.options.bus != kVirtual) {
+    throw Failure(ExitCode::USAGE, "--scenario is for the drive inside tavctl alone",
+                  "--bus virtual; or tav-drive --scenario FILE on the bus " + bus_->name());
+  }
   if (context.options.trace) trace_ = std::make_unique<BusTrace>(*bus_, *description_, node_, output_);
   client_ = std::make_shared<nkr::canopen::Client>(bus_);
   if (context.options.timeout_ms) client_->setTimeout(std::chrono::milliseconds(*context.options.timeout_ms));
@@ -61,7 +65,9 @@ Session::Session(Context& context)
     throw Failure(ExitCode::CONNECTION, "cannot use the bus " + bus_->name(),
                   nkr::can::bus_advice(bus_->name(), NKR_CAN_INTERFACE_GONE), NKR_CAN_NOT_CONNECTED);
   }
-  if (context.options.bus == kVirtual) local_drive_ = std::make_unique<LocalDrive>(*bus_, *config_, node_);
+  if (context.options.bus == kVirtual) {
+    local_drive_ = std::make_unique<LocalDrive>(*bus_, *config_, node_, context.options.scenario);
+  }
   dispatcher_ = std::make_shared<CANOpenDispatcher>(config_, client_);
   check(dispatcher_->init(), "use the description " + config_->getCANOpenEDSFilePath());
   check(dispatcher_->_setNodeId(node_), "set the node id");

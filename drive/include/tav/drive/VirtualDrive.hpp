@@ -6,8 +6,10 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <nkr/can/Bus.hpp>
 #include <nkr/can/Frame.hpp>
 #include <string>
+#include <tav/drive/Scenario.hpp>
 #include <tav/drive/Settings.hpp>
 
 namespace tav::drive {
@@ -34,8 +36,16 @@ class VirtualDrive {
   VirtualDrive(const VirtualDrive&) = delete;
   VirtualDrive& operator=(const VirtualDrive&) = delete;
 
+  /** What else the drive has to say to whom joins it to a bus; either function may be empty. */
+  struct Events {
+    /** A scenario wants the bus in this state. Comes in order with the frames; the drive itself neither hears
+     * nor speaks until the state is error_active again. Must not throw. */
+    std::function<void(nkr::can::BusState)> bus_state;
+    /** A call other than receive() and advance() made something due: advance() is to be called again. */
+    std::function<void()> wake;
+  };
   /** Where its frames go from now on; an empty function: nowhere. Not to be called from an output. */
-  void connect(Output output);
+  void connect(Output output, Events events = {});
 
   /** Switches the supply on: the drive boots and says so (CiA 301 boot-up message). Done once. */
   void power_on(Time now);
@@ -64,6 +74,14 @@ class VirtualDrive {
 
   /** What the drive's sensors measure from now on; it warns and fails by its thresholds. */
   void measure(const Environment& environment);
+
+  /**
+   * Lets the events of a scenario happen, besides those under way: times and accesses count from now, or from
+   * power_on(). Commands and values of a scenario are those of a drive, not of a client: no access rights.
+   * @return false, and the reason in `problem`, when it names an object that the drive does not have, or a
+   *         value that it cannot take; nothing happens then
+   */
+  bool play(const Scenario& scenario, std::string& problem);
 
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;
