@@ -1,0 +1,238 @@
+// Every operation, every access in it, everything that can go wrong with an access: the result, the attempts
+// and the records that are stated for that case, no wait beyond the time-outs, and the next operation works.
+//
+// TAV_FAULT_MATRIX=complete looks at every access of long operations too, instead of the first, the last and
+// one between.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <support/OperationSuite.hpp>
+#include <tavcore/dispatcher/operations.hpp>
+#include <thread>
+#include <vector>
+
+#include "FaultRig.hpp"
+
+namespace tavtest {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+/** How many bytes an expedited answer to a read has; 0 for what goes in segments. */
+std::size_t expedited_bytes(const Access& access) {
+  if (const auto* const text = std::get_if<std::string>(&access.value)) {
+    return text->size() <= 4 ? text->size() : 0;
+  }
+  return address_bits(type_of(access.value)) / 8;
+}
+
+bool is_read(const Access& access) {
+  return access.kind == AccessKind::READ;
+}
+
+bool in_segments(const Access& access) {
+  return std::holds_alternative<std::string>(access.value) && expedited_bytes(access) == 0;
+}
+
+nkr_error_t fine(const Access& /*access*/) {
+  return NKR_OK;
+}
+
+nkr_error_t timed_out(const Access& /*access*/) {
+  return NKR_SDO_TIMED_OUT;
+}
+
+nkr_error_t hardware_error(const Access& /*access*/) {
+  return NKR_SDO_HARDWARE;
+}
+
+nkr_error_t bus_off(const Access& /*access*/) {
+  return NKR_CAN_BUS_OFF;
+}
+
+nkr_error_t interface_gone(const Access& /*access*/) {
+  return NKR_CAN_INTERFACE_GONE;
+}
+
+/** The reply to an expedited write has no toggle bit: where it would be is reserved, and not looked at. */
+nkr_error_t toggle_noticed(const Access& access) {
+  return is_read(access) || in_segments(access) ? NKR_SDO_TOGGLE_BIT : NKR_OK;
+}
+
+/** A byte more than the type has is refused, one less extends the value; the size that a segmented transfer
+ * announces is not relied on, and neither are the bytes of a confirmation. */
+nkr_error_t size_noticed(const Access& access) {
+  const std::size_t bytes = is_read(access) ? expedited_bytes(access) : 0;
+  const bool number = !std::holds_alternative<std::string>(access.value);
+  const bool real = std::holds_alternative<float>(access.value);
+  return number && (bytes == 1 || bytes == 2 || (real && bytes == 4)) ? NKR_SDO_LENGTH : NKR_OK;
+}
+
+struct Fault {
+  const char* name;
+  const char* event;                       ///< what the drive is told to do at the access
+  nkr_error_t (*expected)(const Access&);  ///< result of the access
+  bool lasts = false;                      ///< all later accesses have the same result
+  bool answer_comes = false;               ///< an answer is under way when the time is over
+  bool changes_values = false;             ///< a read may bring another value
+};
+
+constexpr Fault kFaults[] = {
+    {"reply lost", "reply lost", timed_out},
+    {"reply late", "reply late 150ms", timed_out, false, true},
+    {"reply twice", "reply twice", fine},
+    {"abort", "reply abort 0x06060000", hardware_error},
+    {"wrong toggle", "reply wrong-toggle", toggle_noticed},
+    {"wrong index", "reply wrong-index", timed_out},
+    {"wrong size", "reply wrong-size", size_noticed, false, false, true},
+    {"reset before the access", "reset", timed_out},
+    {"reset in mid-transfer", "reset amid", timed_out},
+    {"bus off", "bus off", bus_off, true},
+    {"interface gone", "bus gone", interface_gone, true},
+    {"emergency between", "emcy 0x8130", fine},
+};
+
+/** An access as the drive sees it, and which of the operation's own accesses it belongs to, counted from 1.
+ */
+struct WireAccess {
+  Access access;
+  std::size_t of;
+};
+
+/** An exchange of process data with a node that maps nothing: the order out, the three objects in. */
+std::vector<Access> parts_of(const Access& access) {
+  if (access.kind == AccessKind::READ || access.kind == AccessKind::WRITE) return {access};
+  if (access.kind != AccessKind::SYNC) return {};
+  return {{AccessKind::WRITE, access.node, 0x60420000, std::int16_t{-321}},
+          {AccessKind::READ, access.node, 0, std::uint16_t{0}},
+          {AccessKind::READ, access.node, 0, std::int32_t{0}},
+          {AccessKind::READ, access.node, 0, std::int32_t{0}}};
+}
+
+std::vector<WireAccess> on_the_wire(const std::vector<Access>& accesses) {
+  std::vector<WireAccess> wire;
+  for (std::size_t i = 0; i < accesses.size(); ++i) {
+    for (const Access& part : parts_of(accesses[i])) wire.push_back({part, i + 1});
+  }
+  return wire;
+}
+
+/** One thing to try: this fault at that access on the wire, counted from 1. */
+struct Trial {
+  const Fault* fault;
+  std::size_t nth;
+};
+
+std::vector<std::size_t> accesses_to_try(std::size_t count) {
+  const char* const extent = std::getenv("TAV_FAULT_MATRIX");
+  const bool complete = extent != nullptr && std::string(extent) == "complete";
+  std::vector<std::size_t> tried;
+  for (std::size_t nth = 1; nth <= count; ++nth) {
+    if (complete || nth == 1 || nth == count || nth == (count + 1) / 2) tried.push_back(nth);
+  }
+  return tried;
+}
+
+std::vector<Operation> operations_with_accesses() {
+  std::vector<Operation> chosen;
+  for (Operation& operation : all_operations()) {
+    const Outcome outcome = predict(operation, description_of(operation));
+    // A command that CiA 301 does not define is refused by the client itself.
+    if (operation.variant == "unknown") continue;
+    if (!outcome.accesses.empty()) chosen.push_back(std::move(operation));
+  }
+  return chosen;
+}
+
+class FaultMatrix : public OperationSuite {
+ protected:
+  /** Longer than all time-outs and graces of one operation together, far longer than it ever takes. */
+  static constexpr std::chrono::seconds kNoHang{10};
+
+  void try_out(const Trial& trial, std::uint32_t context);
+  Outcome expected(const Trial& trial) const;
+
+  RigFiles files_ = files_of(operation());
+  Outcome clean_ = predicted();
+  std::vector<WireAccess> wire_ = on_the_wire(clean_.accesses);
+
+  static constexpr std::uint32_t kFirstContext = 1000;
+};
+
+Outcome FaultMatrix::expected(const Trial& trial) const {
+  const WireAccess& wire = wire_[trial.nth - 1];
+  const nkr_error_t code = trial.fault->expected(wire.access);
+  Faults faults;
+  if (trial.fault->lasts) {
+    faults.from = wire.of;
+    faults.from_code = code;
+  } else if (code != NKR_OK) {
+    faults.accesses[wire.of] = code;
+  }
+  return predicted(faults);
+}
+
+void FaultMatrix::try_out(const Trial& trial, std::uint32_t context) {
+  SCOPED_TRACE(std::string(trial.fault->name) + " at access " + std::to_string(trial.nth));
+  FaultRig rig(files_, context, milliseconds(trial.fault->answer_comes ? 2000 : 60));
+  rig.play("access " + std::to_string(trial.nth) + " any * " + trial.fault->event);
+  const auto start = Clock::now();
+  const Outcome actual = rig.run(operation(), log_);
+  EXPECT_LT(Clock::now() - start, kNoHang);
+  const Outcome stated = expected(trial);
+  if (trial.fault->changes_values && stated.result == NKR_OK) {
+    EXPECT_EQ(actual.result, stated.result);
+    EXPECT_EQ(actual.accesses.size(), stated.accesses.size());
+  } else {
+    expect_same(actual, stated);
+  }
+  rig.play("bus back\n" + files_.initial_values);
+  SCOPED_TRACE("the next operation");
+  expect_same(rig.run(operation(), log_), clean_);
+}
+
+TEST_P(FaultMatrix, WithoutAFaultTheDriveAnswersAsDescribed) {
+  FaultRig rig(files_, kFirstContext, milliseconds(60));
+  expect_same(rig.run(operation(), log_), clean_);
+}
+
+TEST_P(FaultMatrix, OnABusThatIsOffEndsAtItsFirstAccess) {
+  // What the client knows of a node by itself it tells on any bus.
+  if (clean_.accesses[0].kind == AccessKind::NMT_READ) return;
+  FaultRig rig(files_, kFirstContext, milliseconds(60));
+  rig.play("bus off");
+  Faults faults;
+  faults.from = 1;
+  faults.from_code = NKR_CAN_BUS_OFF;
+  expect_same(rig.run(operation(), log_), predicted(faults));
+  rig.play("bus back");
+  expect_same(rig.run(operation(), log_), clean_);
+}
+
+TEST_P(FaultMatrix, EndsAsStatedAndTheNextOperationWorks) {
+  constexpr std::size_t kThreads = 24;  // nearly all of the time is spent waiting for time-outs
+  std::vector<Trial> trials;
+  for (const std::size_t nth : accesses_to_try(wire_.size())) {
+    for (const Fault& fault : kFaults) trials.push_back({&fault, nth});
+  }
+  std::atomic<std::size_t> next{0};
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < std::min(kThreads, trials.size()); ++i) {
+    threads.emplace_back([&] {
+      for (std::size_t trial = next++; trial < trials.size(); trial = next++) {
+        try_out(trials[trial], kFirstContext + static_cast<std::uint32_t>(trial));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, FaultMatrix, testing::ValuesIn(operations_with_accesses()),
+                         operation_name);
+
+}  // namespace
+}  // namespace tavtest
