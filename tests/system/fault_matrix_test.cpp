@@ -1,13 +1,9 @@
 // Every operation, every access in it, everything that can go wrong with an access: the result, the attempts
 // and the records that are stated for that case, no wait beyond the time-outs, and the next operation works.
-//
-// TAV_FAULT_MATRIX=complete looks at every access of long operations too, instead of the first, the last and
-// one between.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <string>
 #include <support/OperationSuite.hpp>
 #include <tavcore/dispatcher/operations.hpp>
@@ -127,16 +123,6 @@ struct Trial {
   std::size_t nth;
 };
 
-std::vector<std::size_t> accesses_to_try(std::size_t count) {
-  const char* const extent = std::getenv("TAV_FAULT_MATRIX");
-  const bool complete = extent != nullptr && std::string(extent) == "complete";
-  std::vector<std::size_t> tried;
-  for (std::size_t nth = 1; nth <= count; ++nth) {
-    if (complete || nth == 1 || nth == count || nth == (count + 1) / 2) tried.push_back(nth);
-  }
-  return tried;
-}
-
 std::vector<Operation> operations_with_accesses() {
   std::vector<Operation> chosen;
   for (Operation& operation : all_operations()) {
@@ -216,7 +202,7 @@ TEST_P(FaultMatrix, OnABusThatIsOffEndsAtItsFirstAccess) {
 TEST_P(FaultMatrix, EndsAsStatedAndTheNextOperationWorks) {
   constexpr std::size_t kThreads = 24;  // nearly all of the time is spent waiting for time-outs
   std::vector<Trial> trials;
-  for (const std::size_t nth : accesses_to_try(wire_.size())) {
+  for (std::size_t nth = 1; nth <= wire_.size(); ++nth) {
     for (const Fault& fault : kFaults) trials.push_back({&fault, nth});
   }
   std::atomic<std::size_t> next{0};
