@@ -48,8 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   kDrive->receive(Frame(0, {1, 0}), now);
   bool answered = false;
+  // In the middle of a block download a request is a segment: as a client must, end what there may be.
+  const std::uint32_t requests = 0x600U + kDrive->node_id();
+  kDrive->receive(Frame(requests, {0x80, 0, 0, 0, 0, 0, 0, 0}), now);
   kDrive->connect([&](const Frame& frame) { answered = answered || (frame.id & 0x780U) == 0x580; });
-  kDrive->receive(Frame(0x600U + kDrive->node_id(), {0x40, 0x00, 0x10, 0, 0, 0, 0, 0}), now);
+  kDrive->receive(Frame(requests, {0x40, 0x00, 0x10, 0, 0, 0, 0, 0}), now);
   kDrive->connect({});
   if (!answered) std::abort();
   return 0;

@@ -22,6 +22,10 @@ std::uint8_t specifier(const Frame& reply) {
   return static_cast<std::uint8_t>(reply.data[0] >> 5);
 }
 
+bool is_block(const Frame& reply) {
+  return specifier(reply) == kBlockDownload || specifier(reply) == kBlockUpload;
+}
+
 void name_the_object_behind(Frame& reply) {
   if (++reply.data[1] == 0) ++reply.data[2];
 }
@@ -101,8 +105,7 @@ void Line::transmit(const Frame& frame) {
 /** Whether more exchanges of the transfer follow this first reply. */
 bool Line::goes_on(const Frame& reply) const {
   if (specifier(reply) == kUpload) return (reply.data[0] & kExpedited) == 0;
-  return specifier(reply) == kBlockDownload || specifier(reply) == kBlockUpload ||
-         (specifier(reply) == kDownload && !access_.single);
+  return is_block(reply) || (specifier(reply) == kDownload && !access_.single);
 }
 
 /** The fault's reset in mid-transfer: now, when there is nothing more of it, else with the next request. */
@@ -121,6 +124,7 @@ void Line::send_reply(Frame reply) {
     reply.data[0] ^= kToggle;
   }
   if (!first) return send(reply);
+  if (is_block(reply)) fault_.wrong_toggle = false;  // a block transfer has no toggle bit
   if (resets(reply)) return;
   const ReplyFault fault = fault_;
   if (fault.wrong_index) name_the_object_behind(reply);

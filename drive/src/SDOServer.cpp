@@ -13,11 +13,15 @@ constexpr std::uint8_t kDownload = 1;
 constexpr std::uint8_t kUpload = 2;
 constexpr std::uint8_t kUploadSegment = 3;
 constexpr std::uint8_t kAbort = 4;
+constexpr std::uint8_t kBlockUpload = 5;
+constexpr std::uint8_t kBlockDownload = 6;
 
 constexpr std::uint8_t kExpedited = 0x02;
 constexpr std::uint8_t kSizeGiven = 0x01;
 constexpr std::uint8_t kToggle = 0x10;
 constexpr std::uint8_t kLast = 0x01;
+
+constexpr std::uint8_t kBlockChecksum = 0x04;
 
 constexpr std::size_t kExpeditedBytes = 4;
 constexpr std::size_t kSegmentBytes = 7;
@@ -84,6 +88,7 @@ void SDOServer::receive(const Frame& frame) {
 }
 
 void SDOServer::serve(const Frame& request) {
+  if (transfer_ == Transfer::BLOCK_DOWNLOAD) return take_block_segment(request);
   switch (request.data[0] >> 5) {
     case kDownload:
       return begin_download(request);
@@ -96,6 +101,10 @@ void SDOServer::serve(const Frame& request) {
     case kAbort:
       transfer_ = Transfer::NONE;
       return;
+    case kBlockUpload:
+      return serve_block_upload(request);
+    case kBlockDownload:
+      return serve_block_download(request);
     default:
       remember(request);
       return abort(Abort::UNKNOWN_COMMAND);
@@ -164,23 +173,37 @@ void SDOServer::finish_download() {
   if (segmented && size_known_ && data_.size() != announced_size_) return abort(Abort::LENGTH);
   // A write may move this channel, or reset the node: the answer still goes where the request came from.
   Frame confirmation = segmented ? reply(toggle_ ? 0x20 | kToggle : 0x20) : reply_with_object(0x60);
+  store(data_, confirmation);
+}
+
+/** Writes the object and, when it takes the value, confirms that. */
+void SDOServer::store(const Bytes& bytes, const Frame& confirmation) {
   Abort code = Abort::NONE;
   Object* object = context_.dictionary.writable(index_, subindex_, code);
   if (object == nullptr) return abort(code);
-  code = ObjectDictionary::write(*object, data_);
+  code = ObjectDictionary::write(*object, bytes);
   if (code != Abort::NONE) return abort(code);
   answer(confirmation);
 }
 
-void SDOServer::begin_upload(const Frame& request) {
-  remember(request);
-  if (!admitted(false, false)) return;
+/** Brings the object's value up to date for an upload; else aborts. @return the object, or null */
+const Object* SDOServer::open_for_upload() {
+  if (!admitted(false, false)) return nullptr;
   Abort code = Abort::NONE;
   Object* object = context_.dictionary.readable(index_, subindex_, code);
-  if (object == nullptr) return abort(code);
-  code = ObjectDictionary::refresh(*object);
-  if (code != Abort::NONE) return abort(code);
-  const Bytes& value = object->value;
+  if (object != nullptr) code = ObjectDictionary::refresh(*object);
+  if (code == Abort::NONE) return object;
+  abort(code);
+  return nullptr;
+}
+
+void SDOServer::begin_upload(const Frame& request) {
+  remember(request);
+  if (const Object* const object = open_for_upload()) upload_in_segments(object->value);
+}
+
+/** The answer to a request for an ordinary upload: a short value at once, else the first of segments. */
+void SDOServer::upload_in_segments(const Bytes& value) {
   if (!in_segments_ && !value.empty() && value.size() <= kExpeditedBytes) {
     const std::size_t unused = kExpeditedBytes - value.size();
     Frame frame =
@@ -209,6 +232,108 @@ void SDOServer::upload_segment(const Frame& request) {
   toggle_ = !toggle_;
   if (last) transfer_ = Transfer::NONE;
   answer(frame);
+}
+
+void SDOServer::serve_block_download(const Frame& request) {
+  constexpr std::uint8_t kEnd = 0x01;
+  if ((request.data[0] & kEnd) == 0) return begin_block_download(request);
+  if (transfer_ != Transfer::BLOCK_DOWNLOAD_END) return abort(Abort::UNKNOWN_COMMAND);
+  finish_block_download(request);
+}
+
+void SDOServer::begin_block_download(const Frame& request) {
+  constexpr std::uint8_t kBlockSizeGiven = 0x02;
+  remember(request);
+  if (!admitted(true, false)) return;
+  Abort code = Abort::NONE;
+  const Object* object = context_.dictionary.writable(index_, subindex_, code);
+  if (object == nullptr) return abort(code);
+  size_known_ = (request.data[0] & kBlockSizeGiven) != 0;
+  announced_size_ = size_known_ ? four_bytes(request) : 0;
+  if (announced_size_ > object->size) return abort(Abort::TOO_LONG);
+  transfer_ = Transfer::BLOCK_DOWNLOAD;
+  block_download_.begin(object->size, (request.data[0] & kBlockChecksum) != 0);
+  Frame frame = reply_with_object(0xA0 | kBlockChecksum);
+  frame.data[4] = BlockDownload::kBlockSize;
+  answer(frame);
+}
+
+/** Any byte may begin a segment, but that of an abort: there is no sequence number 0. */
+void SDOServer::take_block_segment(const Frame& segment) {
+  constexpr std::uint8_t kAbortCommand = 0x80;
+  if (segment.data[0] == kAbortCommand) {
+    transfer_ = Transfer::NONE;
+    return;
+  }
+  switch (block_download_.take(segment)) {
+    case BlockDownload::Progress::UNDER_WAY:
+      return;
+    case BlockDownload::Progress::TOO_LONG:
+      return abort(Abort::TOO_LONG);
+    case BlockDownload::Progress::SUB_BLOCK_OVER:
+      break;
+  }
+  Frame frame = reply(0xA2);
+  frame.data[1] = block_download_.acknowledge();
+  frame.data[2] = BlockDownload::kBlockSize;
+  if (block_download_.complete()) transfer_ = Transfer::BLOCK_DOWNLOAD_END;
+  answer(frame);
+}
+
+void SDOServer::finish_block_download(const Frame& request) {
+  transfer_ = Transfer::NONE;
+  const Abort code = block_download_.end(request);
+  if (code != Abort::NONE) return abort(code);
+  const Bytes& bytes = block_download_.bytes();
+  if (size_known_ && bytes.size() != announced_size_) return abort(Abort::LENGTH);
+  store(bytes, reply(0xA1));
+}
+
+void SDOServer::serve_block_upload(const Frame& request) {
+  constexpr std::uint8_t kInitiate = 0;
+  constexpr std::uint8_t kEnd = 1;
+  constexpr std::uint8_t kAcknowledge = 2;
+  const auto command = static_cast<std::uint8_t>(request.data[0] & 3U);
+  if (command == kInitiate) return begin_block_upload(request);
+  const Transfer expected = command == kEnd ? Transfer::BLOCK_UPLOAD_END : Transfer::BLOCK_UPLOAD;
+  if (transfer_ != expected) return abort(Abort::UNKNOWN_COMMAND);
+  if (command == kEnd) {
+    transfer_ = Transfer::NONE;
+  } else if (command == kAcknowledge) {
+    acknowledge_block_upload(request);
+  } else {
+    send_sub_block();
+  }
+}
+
+void SDOServer::begin_block_upload(const Frame& request) {
+  remember(request);
+  const std::uint8_t block_size = request.data[4];
+  const std::uint8_t switch_threshold = request.data[5];
+  const Object* const object = open_for_upload();
+  if (object == nullptr) return;
+  if (!BlockUpload::is_block_size(block_size)) return abort(Abort::BLOCK_SIZE);
+  const bool may_switch = switch_threshold != 0 && object->value.size() <= switch_threshold;
+  if (may_switch) return upload_in_segments(object->value);
+  transfer_ = Transfer::BLOCK_UPLOAD;
+  block_upload_.begin(object->value, block_size);
+  constexpr std::uint8_t kBlockSizeGiven = 0x02;
+  Frame frame = reply_with_object(0xC0 | kBlockChecksum | kBlockSizeGiven);
+  put_four_bytes(frame, static_cast<std::uint32_t>(object->value.size()));
+  answer(frame);
+}
+
+void SDOServer::acknowledge_block_upload(const Frame& request) {
+  const std::uint8_t block_size = request.data[2];
+  if (!BlockUpload::is_block_size(block_size)) return abort(Abort::BLOCK_SIZE);
+  if (!block_upload_.acknowledge(request.data[1], block_size)) return abort(Abort::SEQUENCE);
+  if (!block_upload_.complete()) return send_sub_block();
+  transfer_ = Transfer::BLOCK_UPLOAD_END;
+  answer(block_upload_.end(answers_on_));
+}
+
+void SDOServer::send_sub_block() {
+  while (!block_upload_.sub_block_over()) answer(block_upload_.segment(answers_on_));
 }
 
 Frame SDOServer::reply(std::uint8_t command) const {

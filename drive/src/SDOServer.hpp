@@ -3,12 +3,15 @@
 
 #include <cstdint>
 
+#include "BlockDownload.hpp"
+#include "BlockUpload.hpp"
 #include "Part.hpp"
 
 namespace tav::drive {
 
 /**
- * One SDO server channel: objects 0x1200 and following, expedited and segmented transfers (CiA 301, 7.2.4).
+ * One SDO server channel: objects 0x1200 and following, expedited, segmented and block transfers (CiA
+ * 301, 7.2.4).
  * Not served while the node is stopped or boots.
  */
 class SDOServer : public Part {
@@ -21,7 +24,15 @@ class SDOServer : public Part {
   void nmt_changed(NMTState before) override;
 
  private:
-  enum class Transfer : std::uint8_t { NONE, DOWNLOAD, UPLOAD };
+  enum class Transfer : std::uint8_t {
+    NONE,
+    DOWNLOAD,
+    UPLOAD,
+    BLOCK_DOWNLOAD,      ///< whatever comes is a segment
+    BLOCK_DOWNLOAD_END,  ///< all segments are there
+    BLOCK_UPLOAD,        ///< the client has to start or to acknowledge
+    BLOCK_UPLOAD_END     ///< it has to confirm the end
+  };
 
   void take_identifiers();
   void serve(const nkr::can::Frame& request);
@@ -29,8 +40,19 @@ class SDOServer : public Part {
   void begin_download(const nkr::can::Frame& request);
   void download_segment(const nkr::can::Frame& request);
   void finish_download();
+  void store(const Bytes& bytes, const nkr::can::Frame& confirmation);
   void begin_upload(const nkr::can::Frame& request);
   void upload_segment(const nkr::can::Frame& request);
+  const Object* open_for_upload();
+  void upload_in_segments(const Bytes& value);
+  void serve_block_download(const nkr::can::Frame& request);
+  void begin_block_download(const nkr::can::Frame& request);
+  void take_block_segment(const nkr::can::Frame& segment);
+  void finish_block_download(const nkr::can::Frame& request);
+  void serve_block_upload(const nkr::can::Frame& request);
+  void begin_block_upload(const nkr::can::Frame& request);
+  void acknowledge_block_upload(const nkr::can::Frame& request);
+  void send_sub_block();
   void answer(const nkr::can::Frame& reply);
   void abort(Abort code);
   void remember(const nkr::can::Frame& request);
@@ -55,6 +77,8 @@ class SDOServer : public Part {
   std::uint32_t announced_size_ = 0;
   Bytes data_;
   std::size_t sent_ = 0;
+  BlockDownload block_download_;
+  BlockUpload block_upload_;
 };
 
 }  // namespace tav::drive
