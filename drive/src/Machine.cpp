@@ -94,6 +94,10 @@ void Machine::add_safety() {
   add<SRDOConfiguration>();
   safety_functions_ = &add<SafetyFunctions>([this] { follow_safety(); });
   safety_signatures_ = &add<SafetySignatures>(*errors_, [this] { follow_safety(); });
+  safe_motion_ = &add<SafeMotion>(
+      *safety_functions_, *motion_,
+      SafeMotion::Effects{[this](const SafeMotion::Violation& violation) { safety_violated(violation); },
+                          [this](bool applied) { power_->set_safe_brake(applied); }});
 }
 
 void Machine::add_health() {
@@ -108,6 +112,16 @@ void Machine::follow_safety() {
   const bool sound = safety_signatures_->agree();
   power_->inhibit_torque(safety_functions_->torque_off() || !sound || !health_->calibrated());
   safety_functions_->set_configuration_sound(sound);
+  safe_motion_->follow();
+}
+
+void Machine::safety_violated(const SafeMotion::Violation& violation) {
+  constexpr std::uint16_t kSpeedController = 0x8400;
+  const VendorBytes vendor{static_cast<std::uint8_t>(violation.command_index),
+                           static_cast<std::uint8_t>(violation.command_index >> 8), violation.instance};
+  errors_->raise(kSpeedController, vendor, Errors::Ends::ACKNOWLEDGED, false);
+  power_->fault();
+  if (violation.torque_off) safety_functions_->violate();
 }
 
 /** What 0x6007 and 0x1029 make of a loss of communication. */

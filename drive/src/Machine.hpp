@@ -14,6 +14,7 @@
 #include "Part.hpp"
 #include "PowerStateMachine.hpp"
 #include "ProcessData.hpp"
+#include "SafeMotion.hpp"
 #include "SafetyFunctions.hpp"
 #include "SafetySignatures.hpp"
 #include "ScenarioPlayer.hpp"
@@ -59,6 +60,7 @@ class Machine {
   void add_safety();
   void add_health();
   void follow_safety();
+  void safety_violated(const SafeMotion::Violation& violation);
   void show(Action::Sensor sensor, std::int32_t value);
   void communication_lost(std::uint16_t code, const VendorBytes& vendor);
   void behave_on_error(std::uint8_t subindex);
@@ -84,6 +86,7 @@ class Machine {
   PowerStateMachine* power_ = nullptr;
   SafetyFunctions* safety_functions_ = nullptr;
   SafetySignatures* safety_signatures_ = nullptr;
+  SafeMotion* safe_motion_ = nullptr;
   Time next_due_ = Time::max();
 };
 

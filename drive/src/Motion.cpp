@@ -97,9 +97,13 @@ void Motion::command(Movement movement) {
   apply();
 }
 
-bool Motion::standstill() {
+double Motion::velocity() {
   axis_.advance(context_.now);
-  return axis_.velocity() == 0;
+  return axis_.velocity();
+}
+
+bool Motion::standstill() {
+  return velocity() == 0;
 }
 
 bool Motion::target_reached() {

@@ -28,6 +28,8 @@ class Motion : public Part {
 
   void command(Movement movement);
   [[nodiscard]] bool standstill();
+  /** The motor's speed now, in 1/min, whatever the polarity. */
+  [[nodiscard]] double velocity();
   /** Speed and position change by themselves. */
   [[nodiscard]] bool moving() const { return axis_.velocity() != 0 || !axis_.settled(); }
   /** Status word bit 10: the motor turns as the set-point asks, or stands when it is to stand. */

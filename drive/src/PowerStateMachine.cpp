@@ -314,7 +314,7 @@ void PowerStateMachine::show_statusword() {
 
 void PowerStateMachine::show_peripherals() {
   mode_display_.set(mode_.get());
-  peripherals_.brake_applied.set(has_torque() ? 0 : 1);
+  peripherals_.brake_applied.set(has_torque() && !safe_brake_ ? 0 : 1);
   peripherals_.low_power_applied.set(1);
   peripherals_.high_power_applied.set(supply_ ? 1 : 0);
   peripherals_.driver_enabled.set(has_torque() ? 1 : 0);

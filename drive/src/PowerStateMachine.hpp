@@ -42,6 +42,8 @@ class PowerStateMachine : public Part {
   /** Supply of the power stage. */
   void set_supply(bool present) { supply_ = present; }
   void set_warning(bool warning) { warning_ = warning; }
+  /** The brake is applied, torque or not. */
+  void set_safe_brake(bool applied) { safe_brake_ = applied; }
 
   [[nodiscard]] PowerState state() const { return state_; }
 
@@ -89,6 +91,7 @@ class PowerStateMachine : public Part {
   bool torque_inhibited_ = false;
   bool supply_ = true;
   bool warning_ = false;
+  bool safe_brake_ = false;
 
   Variable<std::uint16_t> controlword_;
   Variable<std::uint16_t> statusword_;

@@ -6,13 +6,6 @@
 namespace tav::drive {
 namespace {
 
-// Where each function stands in the list.
-constexpr std::size_t kSTO = 0;
-constexpr std::size_t kFirstSBC = 1;
-constexpr std::size_t kLastSBC = 3;
-constexpr std::size_t kErrorAcknowledge = 16;
-constexpr std::size_t kRestartAcknowledge = 17;
-
 constexpr std::uint8_t kCanWords = 8;
 constexpr std::uint8_t kBitsOfWord = 8;
 
@@ -134,6 +127,8 @@ void SafetyFunctions::join_names_of_the_safe_input() {
 void SafetyFunctions::reset(Reset kind) {
   if (kind != Reset::NODE) return;
   sto_active_ = false;
+  violated_ = false;
+  last_error_acknowledge_ = !demanded(kErrorAcknowledge);
   last_restart_ = restart_acknowledged_.get() != 0;
   evaluate();
 }
@@ -152,6 +147,7 @@ bool SafetyFunctions::demanded(std::size_t function) const {
 
 void SafetyFunctions::evaluate() {
   take_commands_from_words();
+  take_error_acknowledge();
   update_sto();
   show_statuses();
   changed_();
@@ -183,12 +179,22 @@ void SafetyFunctions::update_sto() {
   }
 }
 
+void SafetyFunctions::violate() {
+  if (!std::exchange(violated_, true)) evaluate();
+}
+
+void SafetyFunctions::take_error_acknowledge() {
+  const bool acknowledge = !demanded(kErrorAcknowledge);
+  if (acknowledge && !std::exchange(last_error_acknowledge_, acknowledge)) violated_ = false;
+  last_error_acknowledge_ = acknowledge;
+}
+
 bool SafetyFunctions::acts(std::size_t function) const {
-  if (function == kSTO) return sto_active_ || !sound_;
-  if (function == kErrorAcknowledge) return !sound_;
+  if (function == kSTO) return torque_off() || !sound_;
+  if (function == kErrorAcknowledge) return violated_ || !sound_;
   if (function == kRestartAcknowledge) return sto_active_ && !demanded(kSTO);
-  const bool with_sto = function >= kFirstSBC && function <= kLastSBC && acts(kSTO) &&
-                        activate_sbc_.get() == functions_[function].command_code;
+  const bool brake = function >= kFirstSBC && function < kFirstSBC + kSBCInstances;
+  const bool with_sto = brake && acts(kSTO) && activate_sbc_.get() == functions_[function].command_code;
   return demanded(function) || with_sto;
 }
 

@@ -20,10 +20,29 @@ namespace tav::drive {
  */
 class SafetyFunctions : public Part {
  public:
+  /** @name Where each function stands in the list
+   * @{ */
+  static constexpr std::size_t kSTO = 0;
+  static constexpr std::size_t kFirstSBC = 1;
+  static constexpr std::size_t kSBCInstances = 3;
+  static constexpr std::size_t kFirstSLS = 4;
+  static constexpr std::size_t kSLSInstances = 8;
+  static constexpr std::size_t kFirstSDIPositive = 12;
+  static constexpr std::size_t kFirstSDINegative = 14;
+  static constexpr std::size_t kSDIInstances = 2;
+  static constexpr std::size_t kErrorAcknowledge = 16;
+  static constexpr std::size_t kRestartAcknowledge = 17;
+  /** @} */
+
   SafetyFunctions(Context& context, std::function<void()> changed);
 
   /** STO acts. */
-  [[nodiscard]] bool torque_off() const { return sto_active_; }
+  [[nodiscard]] bool torque_off() const { return sto_active_ || violated_; }
+  [[nodiscard]] bool demanded(std::size_t function) const;
+  /** What its status says: it is demanded, or something else brought it about. */
+  [[nodiscard]] bool acts(std::size_t function) const;
+  /** The motor left what a function allows: STO acts until a rising edge of the error acknowledge. */
+  void violate();
   /** Whether the safety configuration is sound: without that STO acts too. */
   void set_configuration_sound(bool sound);
   /** The drive's own STO input, besides the command: it demands STO, or it does not. */
@@ -54,9 +73,8 @@ class SafetyFunctions : public Part {
   void evaluate();
   void take_commands_from_words();
   void update_sto();
+  void take_error_acknowledge();
   void show_statuses();
-  [[nodiscard]] bool acts(std::size_t function) const;
-  [[nodiscard]] bool demanded(std::size_t function) const;
 
   Context& context_;
   std::function<void()> changed_;
@@ -67,6 +85,8 @@ class SafetyFunctions : public Part {
   Variable<std::uint8_t> restart_behaviour_;
   Variable<std::uint32_t> activate_sbc_;
   bool last_restart_ = true;
+  bool last_error_acknowledge_ = true;
+  bool violated_ = false;
   bool sto_input_ = false;
   bool sto_active_ = false;
   bool sound_ = true;
