@@ -9,6 +9,7 @@
 #include "NMT.hpp"
 #include "SDOServer.hpp"
 #include "SRDOConfiguration.hpp"
+#include "SRDOConsumer.hpp"
 #include "SafetyFunctions.hpp"
 #include "SafetySignatures.hpp"
 
@@ -38,6 +39,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
   add_power_drive();
   add_heartbeat_consumer();
   add_safety();
+  add_srdo();
   add_health();
   add_scenario_player();
   process_data_ = &add<ProcessData>(*errors_, [this] { return motion_->moving(); });
@@ -91,13 +93,17 @@ void Machine::add_heartbeat_consumer() {
 }
 
 void Machine::add_safety() {
-  add<SRDOConfiguration>();
   safety_functions_ = &add<SafetyFunctions>([this] { follow_safety(); });
   safety_signatures_ = &add<SafetySignatures>(*errors_, [this] { follow_safety(); });
   safe_motion_ = &add<SafeMotion>(
       *safety_functions_, *motion_,
       SafeMotion::Effects{[this](const SafeMotion::Violation& violation) { safety_violated(violation); },
                           [this](bool applied) { power_->set_safe_brake(applied); }});
+}
+
+void Machine::add_srdo() {
+  add<SRDOConfiguration>();
+  add<SRDOConsumer>(*errors_, [this](bool missing) { safety_functions_->set_data_missing(missing); });
 }
 
 void Machine::add_health() {

@@ -58,6 +58,7 @@ class Machine {
   void add_power_drive();
   void add_heartbeat_consumer();
   void add_safety();
+  void add_srdo();
   void add_health();
   void follow_safety();
   void safety_violated(const SafeMotion::Violation& violation);

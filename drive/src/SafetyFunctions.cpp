@@ -141,6 +141,10 @@ void SafetyFunctions::set_torque_off_input(bool demanded) {
   if (std::exchange(sto_input_, demanded) != demanded) evaluate();
 }
 
+void SafetyFunctions::set_data_missing(bool missing) {
+  if (std::exchange(data_missing_, missing) != missing) evaluate();
+}
+
 bool SafetyFunctions::demanded(std::size_t function) const {
   return functions_[function].command.get() == 0 || (function == kSTO && sto_input_);
 }

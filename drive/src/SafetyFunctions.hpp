@@ -37,7 +37,7 @@ class SafetyFunctions : public Part {
   SafetyFunctions(Context& context, std::function<void()> changed);
 
   /** STO acts. */
-  [[nodiscard]] bool torque_off() const { return sto_active_ || violated_; }
+  [[nodiscard]] bool torque_off() const { return sto_active_ || violated_ || data_missing_; }
   [[nodiscard]] bool demanded(std::size_t function) const;
   /** What its status says: it is demanded, or something else brought it about. */
   [[nodiscard]] bool acts(std::size_t function) const;
@@ -47,6 +47,8 @@ class SafetyFunctions : public Part {
   void set_configuration_sound(bool sound);
   /** The drive's own STO input, besides the command: it demands STO, or it does not. */
   void set_torque_off_input(bool demanded);
+  /** Whether safety-relevant data that should come do not: STO acts as long. */
+  void set_data_missing(bool missing);
 
   void reset(Reset kind) override;
 
@@ -87,6 +89,7 @@ class SafetyFunctions : public Part {
   bool last_restart_ = true;
   bool last_error_acknowledge_ = true;
   bool violated_ = false;
+  bool data_missing_ = false;
   bool sto_input_ = false;
   bool sto_active_ = false;
   bool sound_ = true;

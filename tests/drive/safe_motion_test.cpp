@@ -5,6 +5,7 @@
 // second.
 #include <gtest/gtest.h>
 
+#include "Crc.hpp"
 #include "DriveBench.hpp"
 
 namespace tav::drive::test {
@@ -50,29 +51,18 @@ class SafeMotionTest : public ::testing::Test {
   DriveBench bench;
 };
 
-/** CRC-16, polynomial 0x1021, from 0, over units, parameters of SLS 1 with zeros between, and the mapping. */
+/** Over units, the parameters of SLS 1 with zeros between them, and the mapping. */
 std::uint16_t SafeMotionTest::sls_signature(std::uint32_t reaction) {
-  std::uint32_t crc = 0;
-  const auto feed = [&crc](std::uint32_t number, unsigned bytes) {
-    for (unsigned i = 0; i < bytes; ++i, number >>= 8) {
-      crc ^= (number & 0xFFU) << 8;
-      for (int bit = 0; bit < 8; ++bit) crc = ((crc << 1) ^ ((crc & 0x8000U) != 0 ? 0x1021U : 0U)) & 0xFFFFU;
-    }
-  };
-  for (const std::uint16_t unit : {std::uint16_t{0x6600}, std::uint16_t{0x6602}, std::uint16_t{0x6603}})
-    feed(bench.read(unit), 4);
-  feed(bench.read(0x6691, 1), 2);
-  feed(0, 2);
-  feed(bench.read(0x6693, 1), 4);
-  feed(bench.read(0x6694, 1), 2);
-  feed(0, 2);
-  feed(0, 2);
-  feed(0, 4);
-  feed(reaction, 4);
-  for (std::uint16_t index = 0x66F0; index <= 0x66FF; ++index) {
-    for (std::uint8_t bit = 1; bit <= 8; ++bit) feed(bench.read(index, bit), 4);
+  Crc crc;
+  for (const unsigned unit : {0x6600U, 0x6602U, 0x6603U}) {
+    crc.feed(bench.read(static_cast<std::uint16_t>(unit)), 4);
   }
-  return static_cast<std::uint16_t>(crc);
+  crc.feed(bench.read(0x6691, 1), 2).feed(0, 2).feed(bench.read(0x6693, 1), 4);
+  crc.feed(bench.read(0x6694, 1), 2).feed(0, 2).feed(0, 2).feed(0, 4).feed(reaction, 4);
+  for (std::uint16_t index = 0x66F0; index <= 0x66FF; ++index) {
+    for (std::uint8_t bit = 1; bit <= 8; ++bit) crc.feed(bench.read(index, bit), 4);
+  }
+  return crc.value();
 }
 
 TEST_F(SafeMotionTest, SLSTakesTheTorqueOfAMotorThatIsTooFastWhenItsTimeIsOver) {
