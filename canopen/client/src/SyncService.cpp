@@ -12,9 +12,9 @@ constexpr std::uint32_t kTargetVelocity = 0x60420000;
 constexpr unsigned kOrderBits = 16;
 
 bool is_order_alone(const Pdo& pdo) {
+  if (pdo.entries.size() != 1) return false;
   const PdoEntry& entry = pdo.entries.front();
-  return pdo.entries.size() == 1 && entry.object == sdo::Object::of_address(kTargetVelocity) &&
-         entry.bits == kOrderBits;
+  return entry.object == sdo::Object::of_address(kTargetVelocity) && entry.bits == kOrderBits;
 }
 
 can::Frame order_frame(const Pdo& pdo, std::int32_t order) {
@@ -65,7 +65,7 @@ nkr_error_t SyncService::send_order() {
 }
 
 nkr_error_t SyncService::exchange() {
-  if (order_rpdo_ == nullptr && wanted_.empty()) return NKR_OK;
+  if (data_ == nullptr || (order_rpdo_ == nullptr && wanted_.empty())) return NKR_OK;
   can::Frame order;
   if (order_rpdo_ != nullptr) order = order_frame(*order_rpdo_, request_.order);
   std::vector<can::Frame> frames;

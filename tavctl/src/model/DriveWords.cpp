@@ -80,7 +80,7 @@ std::vector<std::string> status_bits(std::uint16_t status_word) {
                                       "bit 15"};
   std::vector<std::string> names;
   for (std::size_t bit = 0; bit < 16; ++bit) {
-    if ((status_word >> bit & 1U) != 0) names.emplace_back(kNames[bit]);
+    if ((static_cast<unsigned>(status_word) >> bit & 1U) != 0) names.emplace_back(kNames[bit]);
   }
   return names;
 }

@@ -32,7 +32,7 @@ std::vector<Operation> nmt_operations() {
       getter(
           "getNMTState", INMTService::NMTState::STOPPED,
           [](const auto& dispatcher, auto& state) { return dispatcher.getNMTState(state); },
-          [](auto state) { return Values{static_cast<std::uint32_t>(state)}; }, {nmt_read(127).into(0)})
+          [](auto state) { return Values{Value{static_cast<std::uint32_t>(state)}}; }, {nmt_read(127).into(0)})
           .finishing([](Outcome& outcome) {
             outcome.records.push_back(outcome.result == NKR_OK
                                           ? dispatcher_record(5, "getNMTState", "getNmtState get 127")
@@ -61,7 +61,7 @@ std::vector<Operation> emcy_operations() {
           [](const auto& dispatcher, auto& behavior) {
             return dispatcher.getErrorBehavior(Type::OTHER_1, behavior);
           },
-          [](auto behavior) { return Values{static_cast<std::uint32_t>(behavior)}; },
+          [](auto behavior) { return Values{Value{static_cast<std::uint32_t>(behavior)}}; },
           {read_at(0x10290200, u8(2)).once().converted(0, 2U)})
           .unguarded()
           .finishing(zero_when_failed(0U)),

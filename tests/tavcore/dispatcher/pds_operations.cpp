@@ -21,7 +21,7 @@ Operation option_code_getter(std::string name, std::string object,
   return getter(
       std::move(name), Code{77},
       [operation](const auto& dispatcher, Code& code) { return (dispatcher.*operation)(code); },
-      [](Code code) { return Values{static_cast<std::int32_t>(code)}; },
+      [](Code code) { return Values{Value{static_cast<std::int32_t>(code)}}; },
       {read(std::move(object), i16(-2)).converted(0, -2)});
 }
 
@@ -61,7 +61,7 @@ Operation pds_state() {
   return getter(
              "getPDSState", IPDSService::PDSState::FAULT,
              [](const auto& dispatcher, auto& state) { return dispatcher.getPDSState(state); },
-             [](auto state) { return Values{static_cast<std::int32_t>(state)}; },
+             [](auto state) { return Values{Value{static_cast<std::int32_t>(state)}}; },
              {read("statusword", u16(0x0237))})
       .finishing([](Outcome& outcome) {  // goes on when the repeat succeeded
         if (outcome.result != NKR_OK) return;
