@@ -118,6 +118,13 @@ TEST(Scenario, HappensToTheDriveInside) {
   EXPECT_NE(result.err.find("06060000"), std::string::npos) << result.err;
 }
 
+TEST(Scenario, AnSTOInputIsTheReasonThatEnablingNames) {
+  const tavtest::TemporaryFile file("sto on\n");
+  const auto result = tavctl({"--bus", "virtual", "--scenario", file.path(), "enable"});
+  EXPECT_NE(result.code, 0);
+  EXPECT_NE(result.err.find("STO input"), std::string::npos) << result.err;
+}
+
 TEST(Scenario, IsNamedWithLineAndMistakeWhenItIsNone) {
   const tavtest::TemporaryFile file("\nsto maybe\n");
   const auto wrong = tavctl({"--bus", "virtual", "--scenario", file.path(), "info"});

@@ -96,6 +96,22 @@ bool sto_demanded(Session& session) {
   return !command;
 }
 
+namespace {
+
+/** Whether STO takes the torque, and why: its command is one of several reasons. */
+std::string sto_text(Session& session) {
+  if (sto_demanded(session)) return "STO is demanded: no torque until it is released";
+  bool acts = false;
+  session.check(session.dispatcher()->getSafetyFunctionStatus(CANOpenDispatcher::SafetyFunctionId::STO, acts),
+                "read the STO status");
+  if (!acts) return "STO is not demanded";
+  return "STO acts without its command: the drive's STO input, a safety signature that differs (tavctl "
+         "safety "
+         "verify), or a safety function that was violated and not acknowledged";
+}
+
+}  // namespace
+
 std::string explain_stall(Session& session) {
   std::uint16_t word = 0;
   session.check(session.dispatcher()->getCIA402StatusWord(word), "read the status word");
@@ -104,9 +120,7 @@ std::string explain_stall(Session& session) {
   if (state) text += "; " + next_transition(*state);
   text += "\nstatus word: " + hex(word, 4) + " (" + joined(status_bits(word)) + ')';
   text += "\nlast error: " + last_error_text(session);
-  text +=
-      sto_demanded(session) ? "\nSTO is demanded: no torque until it is released" : "\nSTO is not demanded";
-  return text;
+  return text + '\n' + sto_text(session);
 }
 
 }  // namespace tavctl
