@@ -32,7 +32,8 @@ std::vector<Operation> nmt_operations() {
       getter(
           "getNMTState", INMTService::NMTState::STOPPED,
           [](const auto& dispatcher, auto& state) { return dispatcher.getNMTState(state); },
-          [](auto state) { return Values{Value{static_cast<std::uint32_t>(state)}}; }, {nmt_read(127).into(0)})
+          [](auto state) { return Values{Value{static_cast<std::uint32_t>(state)}}; },
+          {nmt_read(127).into(0)})
           .finishing([](Outcome& outcome) {
             outcome.records.push_back(outcome.result == NKR_OK
                                           ? dispatcher_record(5, "getNMTState", "getNmtState get 127")
