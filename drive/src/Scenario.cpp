@@ -44,7 +44,7 @@ class Words {
   /** The next word, whatever it is. */
   std::string take_any(const char* what) {
     if (!there_) throw Mistake{std::string(what) + " is missing"};
-    std::string word = std::move(word_);
+    std::string word = std::exchange(word_, {});
     advance();
     return word;
   }
@@ -315,7 +315,7 @@ bool read_scenario(std::istream& text, Scenario& scenario, std::string& problem)
   for (std::size_t number = 1; std::getline(text, line); ++number) {
     const std::size_t before = read.events.size();
     if (!read_scenario_line(line, read, problem)) {
-      problem = "line " + std::to_string(number) + ": " + problem;
+      problem.insert(0, "line " + std::to_string(number) + ": ");
       return false;
     }
     if (read.events.size() > before) read.events.back().line = number;

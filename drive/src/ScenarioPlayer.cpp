@@ -25,7 +25,7 @@ bool ScenarioPlayer::play(const Scenario& scenario, std::string& problem) {
   std::vector<ScenarioEvent> events = scenario.events;
   for (ScenarioEvent& event : events) {
     if (resolve(event, problem)) continue;
-    if (event.line != 0) problem = "line " + std::to_string(event.line) + ": " + problem;
+    if (event.line != 0) problem.insert(0, "line " + std::to_string(event.line) + ": ");
     return false;
   }
   for (const ScenarioEvent& event : events) add(event);

@@ -19,6 +19,8 @@ namespace {
 /** The first object in index order keeps a name that stands twice. */
 template <typename Names>
 void index_names(const Objects& objects, Names& names, Diagnostics& diagnostics) {
+  constexpr float kSparse = 0.25F;  // a look-up stands before every access: it should meet few other names
+  names.max_load_factor(kSparse);
   names.reserve(objects.size());
   for (const auto& object : objects) {
     if (object->getName().empty()) continue;
