@@ -1,4 +1,4 @@
-"""Which library may include which: the rule of docs/architecture.md, read off the sources."""
+"""Which library, and which room of a library, may include which: the rule of docs/architecture.md, read off the sources."""
 
 import pathlib
 import re
@@ -41,6 +41,13 @@ MAY_INCLUDE = {
     "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error", "nkrLog"},
     "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},
 }
+
+# The rooms of a library: folder of its sources -> room (a folder in it) -> the rooms that it may include. BESIDE are the files
+# that lie beside the rooms: the top of the library when they include the rooms, its base when the rooms include them.
+# Arrows run one way: a table with a circle is refused.
+BESIDE = "."
+
+ROOMS: dict[str, dict[str, set[str]]] = {}
 
 # The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.
 STANDARD = set(
@@ -85,6 +92,56 @@ def fault(root, folder, target, path, quote, name):
     if other == target or other in MAY_INCLUDE[target]:
         return None
     return f"{target} must not know {other} ({name})"
+
+
+def room_of(sources, path):
+    """The room of a file under the sources of a library."""
+    parts = path.relative_to(sources).parts
+    return parts[0] if len(parts) > 1 else BESIDE
+
+
+def included_room(sources, path, name):
+    """The room of a file included in quotation marks, by itself or as "room/File.hpp"; None when it lies outside."""
+    beside = (path.parent / name).resolve()
+    target = beside if beside.exists() else (sources / name).resolve()
+    return room_of(sources, target) if target.is_relative_to(sources) else None
+
+
+def room_fault(rooms, sources, path, name):
+    """What is wrong between rooms with one include in quotation marks; None when nothing is."""
+    room = room_of(sources, path)
+    if room not in rooms:
+        return f"room {room} is not in the table"
+    other = included_room(sources, path, name)
+    if other is None or other == room or other in rooms[room]:
+        return None
+    return f"room {room} must not know room {other} ({name})"
+
+
+def circle(rooms):
+    """The rooms that know each other round about; empty when arrows run one way."""
+    left = {room: set(others) for room, others in rooms.items()}
+    while ends := {room for room, others in left.items() if not others & set(left)}:
+        left = {room: others for room, others in left.items() if room not in ends}
+    return sorted(left)
+
+
+def room_violations(root, tables):
+    """One line for every arrow between rooms that is not drawn, and for every table that draws a circle."""
+    root = pathlib.Path(root).resolve()
+    found = []
+    for folder, rooms in tables.items():
+        if round_about := circle(rooms):
+            found.append(f"{folder}: rooms know each other round about: {' '.join(round_about)}")
+        sources = root / folder
+        for path in sorted(sources.rglob("*")):
+            if path.suffix not in SUFFIXES:
+                continue
+            for quote, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
+                text = room_fault(rooms, sources, path, name) if quote == '"' else None
+                if text is not None:
+                    found.append(f"{path.relative_to(root)}: {text}")
+    return found
 
 
 def violations(root):

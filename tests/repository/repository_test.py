@@ -64,6 +64,50 @@ class IncludeRules(unittest.TestCase):
         self.assertEqual(self.planted("canopen/client/src/A.cpp", text), [])
 
 
+class Rooms(unittest.TestCase):
+    TABLES = {"drive/src": {"base": set(), "wing": {"base"}, include_rules.BESIDE: {"base", "wing"}}}
+
+    def planted(self, tables=None, **files):
+        """Violations in a tree with such files: room__File="what it includes"."""
+        with tempfile.TemporaryDirectory() as root:
+            for name, included in files.items():
+                file = pathlib.Path(root, "drive/src", name.replace("__", "/") + ".hpp")
+                file.parent.mkdir(parents=True, exist_ok=True)
+                file.write_text(f'#include "{included}"\n' if included else "")
+            return include_rules.room_violations(root, tables or self.TABLES)
+
+    def test_hold_over_the_whole_tree(self):
+        self.assertEqual(include_rules.room_violations(ROOT, include_rules.ROOMS), [])
+
+    def test_are_there(self):
+        for folder, rooms in include_rules.ROOMS.items():
+            for room in rooms:
+                with self.subTest(f"{folder}/{room}"):
+                    self.assertTrue((ROOT / folder / room).is_dir())
+
+    def test_allow_the_arrows_of_the_table(self):
+        self.assertEqual(self.planted(Top="wing/W.hpp", wing__W="base/B.hpp", base__B="C.hpp", base__C=""), [])
+
+    def test_find_an_arrow_back(self):
+        for included in ("wing/W.hpp", "../wing/W.hpp", "../../src/wing/W.hpp"):
+            with self.subTest(included):
+                found = self.planted(wing__W="base/B.hpp", base__B=included)
+                self.assertEqual(found, [f"drive/src/base/B.hpp: room base must not know room wing ({included})"])
+
+    def test_find_an_arrow_to_the_files_beside(self):
+        self.assertEqual(len(self.planted(Top="", wing__W="Top.hpp")), 1)
+        self.assertEqual(len(self.planted(Top="", wing__W="../Top.hpp")), 1)
+
+    def test_find_a_room_without_a_row(self):
+        self.assertEqual(len(self.planted(attic__A="base/B.hpp")), 1)
+
+    def test_refuse_a_table_that_draws_a_circle(self):
+        table = {"a": {"b"}, "b": {"c"}, "c": {"a"}, "d": {"a"}}
+        self.assertEqual(
+            self.planted({"drive/src": table}), ["drive/src: rooms know each other round about: a b c d"]
+        )
+
+
 class BuildLists(unittest.TestCase):
     def missing(self, *folders):
         named = named_in_build_lists()
