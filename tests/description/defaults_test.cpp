@@ -16,8 +16,7 @@ using description::default_number;
 using description::tav;
 using nkr::tools::ObjectID;
 
-/** Bytes of a configuration, least significant first, and their CRC-16 (polynomial 0x1021, initial value 0).
- */
+/** Bytes of a configuration, low byte first, and their CRC-16 (polynomial 0x1021, initial value 0). */
 class Stream {
  public:
   Stream& add(std::int64_t value, int bytes) {

@@ -1,5 +1,5 @@
-// Every object that software names, with its type; and its address where a standard or the drive's interface
-// fixes it.
+// Every object that software names: its type, and its address where a standard or the drive's interface
+// fixes one.
 #include <gtest/gtest.h>
 
 #include <fstream>

@@ -47,7 +47,9 @@ MAY_INCLUDE = {
 # Arrows run one way: a table with a circle is refused.
 BESIDE = "."
 
-ROOMS: dict[str, dict[str, set[str]]] = {}
+ROOMS: dict[str, dict[str, set[str]]] = {
+    "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}},
+}
 
 # The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.
 STANDARD = set(

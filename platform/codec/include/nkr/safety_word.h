@@ -1,6 +1,5 @@
 /** @file
- * Codec between the safety functions of the drive and the codes that the bits of its safety words are mapped
- * with.
+ * Codec between the drive's safety functions and the codes that map the bits of its safety words.
  *
  * A code is the packed reference of the function's command (or status) object in the object dictionary:
  * index << 16 | subindex << 8 (CiA 402-4 objects 0x6640 and following; manufacturer objects for the rest).
@@ -22,8 +21,7 @@ extern const uint32_t nkr_safety_word_fct_to_dico_cmd[18];
 /** Code of each function's status object, by function number. */
 extern const uint32_t nkr_safety_word_fct_to_dico_status[18];
 
-/** The function whose command object has this code. NKR_OK; NKR_ERROR for an unknown code or a null output.
- */
+/** The function whose command object has this code. NKR_ERROR: the code is unknown or the output null. */
 nkr_error_t nkr_safety_word_command_get_fct(uint32_t code, int32_t* function);
 /** The function whose status object has this code. NKR_OK; NKR_ERROR for an unknown code or a null output. */
 nkr_error_t nkr_safety_word_status_get_fct(uint32_t code, int32_t* function);

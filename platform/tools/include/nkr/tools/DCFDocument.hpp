@@ -13,8 +13,7 @@ namespace nkr::tools {
 
 /**
  * An EDS or DCF as a text that can be changed (CiA 306): what was read and not changed is written back byte
- * for byte; vendor keys, comments, order, line ends and encoding stay. An EDS becomes a DCF by setting
- * values.
+ * for byte; vendor keys, comments, order, line ends and encoding stay. Values that are set make an EDS a DCF.
  *
  * Sections and keys are named without case; the first of two equal ones holds. Texts are UTF-8 here, whatever
  * the file holds. A copy is a document of its own.
@@ -50,9 +49,9 @@ class DCFDocument {
   /** The ParameterValue of an object, be it in a section of its own or in a list of values. */
   [[nodiscard]] std::optional<std::string> getParameterValue(ObjectID object) const;
   /**
-   * Sets the ParameterValue of an object that the file describes, in its section or, for a sub-entry of
-   * CompactSubObj, in the object's list of values. False when there is no such object or the text cannot
-   * stand.
+   * Sets the ParameterValue of an object that the file describes: in its section or, for a sub-entry of
+   * CompactSubObj, in the object's list of values. False when there is no such object, or the text cannot
+   * stand in a line.
    */
   bool setParameterValue(ObjectID object, std::string_view value);
   /** Sets [DeviceComissioning] NodeID. False outside 1 to 127. */

@@ -46,8 +46,7 @@ class EDSParser {
   [[nodiscard]] const ObjectEntry* find(ObjectID id) const;
   /** All objects, by index, then subindex. */
   [[nodiscard]] const std::vector<std::shared_ptr<ObjectEntry>>& objects() const;
-  /** Value of a key outside the objects ("DeviceInfo", "VendorNumber"), without case; as it stands in the
-   * file. */
+  /** Value of a key outside the objects ("DeviceInfo", "VendorNumber"), without case, as the file has it. */
   [[nodiscard]] std::optional<std::string> getInfo(std::string_view section, std::string_view key) const;
   /** The node id that a DCF commissions ([DeviceComissioning] NodeID, 1 to 127). */
   [[nodiscard]] std::optional<std::uint8_t> getNodeId() const;

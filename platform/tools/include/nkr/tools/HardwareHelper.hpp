@@ -9,8 +9,7 @@
 namespace nkr::tools {
 
 /**
- * What the configuration says of the hardware around the drive: mechanics, serial device, compatible
- * versions.
+ * What the configuration says of the hardware around the drive: mechanics, device node, compatible versions.
  *
  * The key "HWConfigurationEntry" of section "default" names the section that holds the members. A member that
  * is absent or of another type, an unreadable file and a missing section answer NKR_NOT_AVAILABLE.
@@ -33,12 +32,10 @@ class HardwareHelper {
   /** NKR_OK, and whether the device node exists. Needs no init(). */
   nkr_error_t checkUSB(const std::string& device, bool& present) const;
 
-  /** The four bytes of a version, most significant first, in decimal, joined by dots: 0x01020304 is
-   * "1.2.3.4". */
+  /** The four bytes of a version, highest first, in decimal, joined by dots: 0x01020304 is "1.2.3.4". */
   [[nodiscard]] std::string convertVersionToString(const unsigned int& version) const;
 
-  /** Whether the version's text stands in the list "compatibleHWVersions" (comma separated) of section
-   * `entry`. */
+  /** Whether the version's text stands in the comma-separated list "compatibleHWVersions" of that section. */
   nkr_error_t checkHWCompatibility(const std::string& entry, unsigned int hwVersion, bool& compatible);
 
  private:

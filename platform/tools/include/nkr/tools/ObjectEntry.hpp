@@ -8,8 +8,7 @@
 
 namespace nkr::tools {
 
-/** CiA 301 data-type code of an object (CiA 301, 7.4.7; object dictionary 0x0001 to 0x001B). 0: none stated.
- */
+/** CiA 301 data-type code of an object (CiA 301, 7.4.7; dictionary 0x0001 to 0x001B). 0: none stated. */
 enum class DataType : std::uint16_t {
   UNKNOWN = 0,
   BOOLEAN = 0x01,
@@ -41,8 +40,8 @@ enum class DataType : std::uint16_t {
 
 /**
  * Length in bits that an object address carries for a data type; 0 where an address carries none.
- * A BOOLEAN counts as 8 bits. The 64-bit row holds code 0x18 and not 0x1B: addresses of this drive family are
- * so.
+ * A BOOLEAN counts as 8 bits. The 64-bit row holds code 0x18 and not 0x1B, as addresses of this drive family
+ * do.
  */
 [[nodiscard]] inline std::uint32_t convert_EDS_Size(DataType type) {
   switch (static_cast<std::uint16_t>(type)) {
@@ -98,8 +97,7 @@ enum class AccessType : std::uint8_t { UNKNOWN, RO, WO, RW, RWR, RWW, CONST };
          access == AccessType::RWW;
 }
 
-/** One addressable object of a device description: a VAR, or one sub-entry of an array or record (CiA 306).
- */
+/** One addressable object of a device description (CiA 306): a VAR, or a sub-entry of an array or record. */
 class ObjectEntry {
  public:
   /** What a description file says of an object. Texts are kept as they stand in the file. */
@@ -134,8 +132,10 @@ class ObjectEntry {
   [[nodiscard]] const std::string& getLowLimit() const { return text(description_.low_limit); }
   [[nodiscard]] const std::string& getHighLimit() const { return text(description_.high_limit); }
 
-  /** (ObjectID::get() << 8) + length in bits, modulo 2^32: index << 16 | subindex << 8 | bits (CiA 301
-   * mapping entry). */
+  /**
+   * (ObjectID::get() << 8) + length in bits, modulo 2^32: index << 16 | subindex << 8 | bits, as a mapping
+   * entry of CiA 301 has it.
+   */
   [[nodiscard]] std::uint32_t getObjectAddress() const {
     return (description_.id.get() << 8) + convert_EDS_Size(description_.data_type);
   }
