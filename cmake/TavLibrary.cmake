@@ -53,7 +53,7 @@ function(tav_install_package)
     LIBRARIES tavcore nkr-tools nkr-codec nkrLog nkr-error)
   tav_pkg_config(nkr-canopen
     DESCRIPTION "CANopen client and CAN buses for Linux"
-    LIBRARIES nkr-canopen nkr-can nkrLog nkr-error)
+    LIBRARIES nkr-canopen nkr-can nkr-error)
   if(TARGET tav-drive)
     tav_pkg_config(tav-drive
       DESCRIPTION "Virtual drive on a CAN bus"

@@ -5,15 +5,15 @@
 #include <cstdlib>
 #include <vector>
 
-#include "sdo/BlockDownload.hpp"
-#include "sdo/BlockUpload.hpp"
 #include "sdo/Download.hpp"
+#include "sdo/DownloadByBlock.hpp"
 #include "sdo/Upload.hpp"
+#include "sdo/UploadByBlock.hpp"
 
 namespace {
 
 using nkr::can::Frame;
-using nkr::canopen::sdo::Object;
+using nkr::canopen::sdo::Multiplexer;
 
 /** Answers with the fuzzer's bytes: a length, then as many bytes of a frame. Silent when they are used up. */
 class FuzzedServer final : public nkr::canopen::sdo::Link {

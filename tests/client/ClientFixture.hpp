@@ -10,7 +10,7 @@
 
 #include "support/ScriptedNode.hpp"
 
-namespace tests {
+namespace tests::client {
 
 using namespace std::chrono_literals;
 
@@ -32,6 +32,6 @@ class ClientTest : public testing::Test {
   nkr::canopen::Client client{bus, short_times()};
 };
 
-}  // namespace tests
+}  // namespace tests::client
 
 #endif

@@ -10,7 +10,7 @@
 #include <nkr/canopen/Client.hpp>
 #include <vector>
 
-namespace tests {
+namespace tests::client {
 
 /** What a client told, in order. */
 class EventLog {
@@ -68,6 +68,6 @@ class EventLog {
   std::vector<Event> seen_;
 };
 
-}  // namespace tests
+}  // namespace tests::client
 
 #endif

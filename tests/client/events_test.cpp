@@ -8,8 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "ClientFixture.hpp"
+#include "client/ClientFixture.hpp"
 
+namespace tests::client {
 namespace {
 
 using nkr::can::Clock;
@@ -19,7 +20,7 @@ using nkr::canopencore::NMTState;
 using namespace std::chrono_literals;
 using Kind = Event::Kind;
 
-class Events : public tests::ClientTest {
+class Events : public ClientTest {
  protected:
   Events() {
     client.subscribe([this](const Event& event) {
@@ -57,61 +58,61 @@ class Events : public tests::ClientTest {
 
 TEST_F(Events, TheFirstBootUpIsNoSurprise) {
   node.send(0x70A, "00");
-  const Event event = wait_for(Kind::boot_up);
+  const Event event = wait_for(Kind::BOOT_UP);
   EXPECT_EQ(event.node, kNode);
   EXPECT_EQ(event.state, NMTState::PRE_OPERATIONAL);
-  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+  EXPECT_EQ(count(Kind::UNEXPECTED_BOOT_UP), 0U);
 }
 
 TEST_F(Events, ABootUpOfANodeThatWasThereIsUnexpected) {
   node.send(0x70A, "05");
   node.send(0x70A, "00");
-  EXPECT_EQ(wait_for(Kind::unexpected_boot_up).node, kNode);
+  EXPECT_EQ(wait_for(Kind::UNEXPECTED_BOOT_UP).node, kNode);
 }
 
 TEST_F(Events, ABootUpAfterOurOwnResetIsExpectedOnce) {
   node.send(0x70A, "05");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   client.setNMTState(kNode, NMTCommand::RESET_NODE);
   node.send(0x70A, "00");
-  wait_for(Kind::boot_up);
-  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+  wait_for(Kind::BOOT_UP);
+  EXPECT_EQ(count(Kind::UNEXPECTED_BOOT_UP), 0U);
   node.send(0x70A, "00");
-  wait_for(Kind::unexpected_boot_up);
+  wait_for(Kind::UNEXPECTED_BOOT_UP);
 }
 
 TEST_F(Events, ABroadcastResetExpectsEveryNodesBootUp) {
   node.send(0x70A, "05");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   client.broadcastNMTCommand(NMTCommand::RESET_COMMUNICATION);
   node.send(0x70A, "00");
-  wait_for(Kind::boot_up);
-  EXPECT_EQ(count(Kind::unexpected_boot_up), 0U);
+  wait_for(Kind::BOOT_UP);
+  EXPECT_EQ(count(Kind::UNEXPECTED_BOOT_UP), 0U);
 }
 
 TEST_F(Events, ALostHeartbeatIsToldOnceAndItsReturnToo) {
   client.setHeartbeatTimeout(kNode, 50ms);
   node.send(0x70A, "05");
-  EXPECT_EQ(wait_for(Kind::heartbeat_lost).node, kNode);
+  EXPECT_EQ(wait_for(Kind::HEARTBEAT_LOST).node, kNode);
   std::this_thread::sleep_for(150ms);
-  EXPECT_EQ(count(Kind::heartbeat_lost), 1U);
+  EXPECT_EQ(count(Kind::HEARTBEAT_LOST), 1U);
   node.send(0x70A, "05");
-  EXPECT_EQ(wait_for(Kind::heartbeat_returned).state, NMTState::OPERATIONAL);
-  EXPECT_EQ(count(Kind::state_changed), 1U) << "the same state as before is no change";
+  EXPECT_EQ(wait_for(Kind::HEARTBEAT_RETURNED).state, NMTState::OPERATIONAL);
+  EXPECT_EQ(count(Kind::STATE_CHANGED), 1U) << "the same state as before is no change";
 }
 
 TEST_F(Events, ANodeThatIsExpectedAndNeverHeardIsTold) {
   EXPECT_EQ(client.expectNode(0, 1ms), NKR_CAN_INVALID_NODE);
   EXPECT_EQ(client.expectNode(11, 30ms), NKR_OK);
-  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
+  EXPECT_EQ(wait_for(Kind::NEVER_HEARD).node, 11);
 }
 
 TEST_F(Events, ANodeThatIsHeardInTimeIsNotMissed) {
   client.expectNode(kNode, 150ms);
   client.expectNode(11, 200ms);
   node.send(0x70A, "00");
-  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
-  EXPECT_EQ(count(Kind::never_heard), 1U);
+  EXPECT_EQ(wait_for(Kind::NEVER_HEARD).node, 11);
+  EXPECT_EQ(count(Kind::NEVER_HEARD), 1U);
 }
 
 TEST_F(Events, ANodeThatAnswersRequestsIsNotMissedForItsMissingHeartbeat) {
@@ -120,13 +121,13 @@ TEST_F(Events, ANodeThatAnswersRequestsIsNotMissedForItsMissingHeartbeat) {
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
   std::uint16_t value = 0;
   EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
-  EXPECT_EQ(wait_for(Kind::never_heard).node, 11);
-  EXPECT_EQ(count(Kind::never_heard), 1U);
+  EXPECT_EQ(wait_for(Kind::NEVER_HEARD).node, 11);
+  EXPECT_EQ(count(Kind::NEVER_HEARD), 1U);
 }
 
 TEST_F(Events, AnEmergencyIsToldAndKept) {
   node.send(0x08A, "10 23 02 01 02 03 04 05");
-  const Event event = wait_for(Kind::emergency);
+  const Event event = wait_for(Kind::EMERGENCY);
   EXPECT_EQ(event.node, kNode);
   EXPECT_EQ(event.emergency.code, 0x2310);
   EXPECT_EQ(event.emergency.error_register, 0x02);
@@ -141,14 +142,14 @@ TEST_F(Events, ErrorsAreActiveUntilTheNodeHasNoneLeft) {
   node.send(0x08A, "10 23 0A 00 00 00 00 00");
   node.send(0x08A, "00 00 08 00 00 00 00 00");
   node.send(0x70A, "7F");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   const auto active = client.getActiveEmergencies(kNode);
   ASSERT_EQ(active.size(), 2U) << "each code once; the error register still shows an error";
   EXPECT_EQ(active.front().code, 0x4310);
   EXPECT_EQ(active.back().code, 0x2310);
   node.send(0x08A, "00 00 00 00 00 00 00 00");
   node.send(0x70A, "05");
-  while (count(Kind::state_changed) < 2) std::this_thread::sleep_for(1ms);
+  while (count(Kind::STATE_CHANGED) < 2) std::this_thread::sleep_for(1ms);
   EXPECT_EQ(client.getActiveEmergencies(kNode).size(), 0U);
   EXPECT_EQ(client.getEmergencies(kNode).size(), 5U);
 }
@@ -156,19 +157,19 @@ TEST_F(Events, ErrorsAreActiveUntilTheNodeHasNoneLeft) {
 TEST_F(Events, ARestartEndsWhatWasActive) {
   node.send(0x08A, "10 23 02 00 00 00 00 00");
   node.send(0x70A, "00");
-  wait_for(Kind::boot_up);
+  wait_for(Kind::BOOT_UP);
   EXPECT_EQ(client.getActiveEmergencies(kNode).size(), 0U);
 }
 
 TEST_F(Events, AShortEmergencyIsToldWithWhatItHas) {
   node.send(0x08A, "10 23 02 01");
-  const Event event = wait_for(Kind::emergency);
+  const Event event = wait_for(Kind::EMERGENCY);
   EXPECT_EQ(event.emergency.code, 0x2310);
   EXPECT_EQ(event.emergency.error_register, 0x02);
   EXPECT_EQ(event.emergency.vendor_data, (std::array<std::uint8_t, 5>{1, 0, 0, 0, 0}));
   node.send(0x08A, "10 43");
   node.send(0x70A, "00");
-  wait_for(Kind::boot_up);
+  wait_for(Kind::BOOT_UP);
   ASSERT_EQ(client.getEmergencies(kNode).size(), 2U);
   EXPECT_EQ(client.getEmergencies(kNode).back().code, 0x4310);
 }
@@ -176,31 +177,31 @@ TEST_F(Events, AShortEmergencyIsToldWithWhatItHas) {
 TEST_F(Events, FramesTooShortForAnEmergencyAreNone) {
   node.send(0x08A, "10");
   node.send(0x70A, "00");
-  wait_for(Kind::boot_up);
-  EXPECT_EQ(count(Kind::emergency), 0U);
+  wait_for(Kind::BOOT_UP);
+  EXPECT_EQ(count(Kind::EMERGENCY), 0U);
 }
 
 TEST_F(Events, TheBusItselfIsTold) {
   bus->set_state(nkr::can::BusState::bus_off);
-  EXPECT_EQ(wait_for(Kind::bus_off).node, 0);
+  EXPECT_EQ(wait_for(Kind::BUS_OFF).node, 0);
   bus->set_state(nkr::can::BusState::error_active);
   node.send(0x70A, "05");
-  wait_for(Kind::bus_returned);
+  wait_for(Kind::BUS_RETURNED);
 }
 
 TEST_F(Events, HandlersGoOnAfterTheLossOfTheInterface) {
   bus->set_state(nkr::can::BusState::interface_gone);
-  wait_for(Kind::interface_gone);
+  wait_for(Kind::INTERFACE_GONE);
   bus->set_state(nkr::can::BusState::error_active);
   node.send(0x08A, "10 23 02 00 00 00 00 00");
-  EXPECT_EQ(wait_for(Kind::emergency).emergency.code, 0x2310);
-  EXPECT_EQ(count(Kind::bus_returned), 1U);
+  EXPECT_EQ(wait_for(Kind::EMERGENCY).emergency.code, 0x2310);
+  EXPECT_EQ(count(Kind::BUS_RETURNED), 1U);
 }
 
 TEST_F(Events, AnIdleClientUsesNoProcessorTime) {
   client.setHeartbeatTimeout(kNode, 30s);
   node.send(0x70A, "05");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   const std::clock_t before = std::clock();
   std::this_thread::sleep_for(500ms);
   EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
@@ -238,11 +239,11 @@ TEST_F(Events, AHandlerRunsNoMoreWhenUnsubscribeReturned) {
   std::atomic<int> calls{0};
   const int subscription = client.subscribe([&](const Event&) { ++calls; });
   node.send(0x70A, "05");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   client.unsubscribe(subscription);
   const int before = calls;
   node.send(0x70A, "04");
-  while (count(Kind::state_changed) < 2) std::this_thread::sleep_for(1ms);
+  while (count(Kind::STATE_CHANGED) < 2) std::this_thread::sleep_for(1ms);
   EXPECT_EQ(calls, before);
 }
 
@@ -251,7 +252,7 @@ TEST_F(Events, ASlowHandlerHoldsUpNeitherHeartbeatsNorReception) {
   auto released = release.get_future().share();
   client.subscribe([&](const Event&) { released.wait(); });
   node.send(0x70A, "05");
-  wait_for(Kind::state_changed);
+  wait_for(Kind::STATE_CHANGED);
   nkr_error_t result = NKR_ERROR;
   const auto tap = bus->open({{0x77F, 0x7FF}}, result);
   EXPECT_EQ(client.startHeartbeat(0x7F, 10ms), NKR_OK);
@@ -267,7 +268,7 @@ TEST_F(Events, ASlowHandlerHoldsUpNeitherHeartbeatsNorReception) {
   client.close();
 }
 
-class Producers : public tests::ClientTest {
+class Producers : public ClientTest {
  protected:
   std::string next() {
     nkr::can::Frame frame;
@@ -322,3 +323,4 @@ TEST_F(Producers, SyncCountsFrom1ToItsOverflow) {
 }
 
 }  // namespace
+}  // namespace tests::client

@@ -14,6 +14,7 @@
 #include "can/link.hpp"
 #include "client/EventLog.hpp"
 
+namespace tests::client {
 namespace {
 
 using nkr::can::Clock;
@@ -113,20 +114,21 @@ TEST_F(KernelClient, BuiltWhileItsInterfaceIsDownItWorksOnceThatIsUp) {
 TEST_F(KernelClient, AfterTheInterfaceWasDownTheConfigurationIsReadBackAndTheClientGoesOn) {
   const Device device(*bus);
   Client client(bus);
-  tests::EventLog log(client);
+  EventLog log(client);
   ASSERT_EQ(client.setNodeConfiguration(kNode, {object_value(kPeriod, 10000U)}), NKR_OK);
-  log.wait_for(Event::Kind::configured);
+  log.wait_for(Event::Kind::CONFIGURED);
   const int writes = device.writes();
   ASSERT_TRUE(set_up(kInterface, false));
-  log.wait_for(Event::Kind::interface_gone);
+  log.wait_for(Event::Kind::INTERFACE_GONE);
   std::uint32_t value = 0;
   EXPECT_EQ(client.getValue(kNode, kPeriod, value), NKR_CAN_INTERFACE_GONE);
-  EXPECT_EQ(log.count(Event::Kind::recovered), 0U);
+  EXPECT_EQ(log.count(Event::Kind::RECOVERED), 0U);
   ASSERT_TRUE(set_up(kInterface, true));
-  log.wait_for(Event::Kind::recovered);
+  log.wait_for(Event::Kind::RECOVERED);
   EXPECT_EQ(device.writes(), writes) << "the node has it still";
   EXPECT_EQ(client.getValue(kNode, kPeriod, value), NKR_OK);
   EXPECT_EQ(value, 10000U);
 }
 
 }  // namespace
+}  // namespace tests::client

@@ -12,8 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include "ClientFixture.hpp"
+#include "client/ClientFixture.hpp"
 
+namespace tests::client {
 namespace {
 
 using nkr::can::Clock;
@@ -290,3 +291,4 @@ TEST_F(RandomFaults, ClosingEndsWhateverIsUnderWay) {
 }
 
 }  // namespace
+}  // namespace tests::client

@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "ClientFixture.hpp"
+#include "client/ClientFixture.hpp"
 
+namespace tests::client {
 namespace {
 
-using tests::ClientTest;
 using Requests = std::vector<std::string>;
 
 class Values : public ClientTest {
@@ -226,3 +226,4 @@ TEST_F(Values, BytesAreWrittenAsTheyAre) {
 }
 
 }  // namespace
+}  // namespace tests::client

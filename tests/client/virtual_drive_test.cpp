@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+namespace tests::client {
 namespace {
 
 using nkr::can::Clock;
@@ -134,7 +135,7 @@ TEST_F(WithDrive, NmtCommandsChangeTheStateThatHeartbeatsTell) {
   }
   nkr::canopen::RequestFailure failure;
   ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
-  EXPECT_EQ(failure.cause, nkr::canopen::FailureCause::stopped);
+  EXPECT_EQ(failure.cause, nkr::canopen::FailureCause::STOPPED);
   ASSERT_EQ(client.setNMTState(kNode, NMTCommand::ENTER_PRE_OPERATIONAL), NKR_OK);
   EXPECT_TRUE(state_becomes(NMTState::PRE_OPERATIONAL));
   EXPECT_EQ(client.getValue(kNode, 0x10180100, vendor), NKR_OK);
@@ -142,7 +143,7 @@ TEST_F(WithDrive, NmtCommandsChangeTheStateThatHeartbeatsTell) {
 
 TEST_F(WithDrive, AFaultIsToldAsAnEmergency) {
   drive->raise_fault(0x2310);
-  ASSERT_TRUE(came(Event::Kind::emergency));
+  ASSERT_TRUE(came(Event::Kind::EMERGENCY));
   const auto active = client.getActiveEmergencies(kNode);
   ASSERT_EQ(active.size(), 1U);
   EXPECT_EQ(active.front().code, 0x2310);
@@ -153,7 +154,7 @@ TEST_F(WithDrive, ADriveThatLeavesTheBusIsLost) {
   ASSERT_EQ(client.setHeartbeatTimeout(kNode, 400ms), NKR_OK);
   make_operational();  // a heartbeat was heard, then: before the first one nothing is monitored
   runner->stop();
-  EXPECT_TRUE(came(Event::Kind::heartbeat_lost));
+  EXPECT_TRUE(came(Event::Kind::HEARTBEAT_LOST));
   EXPECT_TRUE(state_becomes(NMTState::UNKNOWN));
 }
 
@@ -191,7 +192,7 @@ TEST_F(WithDrive, AnUnexpectedRestartIsToldAndThePdosAreLookedUpAgain) {
   nkr_error_t result = NKR_ERROR;
   const auto somebody_else = bus->open({{0x7FF}}, result);
   somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max());
-  EXPECT_TRUE(came(Event::Kind::unexpected_boot_up));
+  EXPECT_TRUE(came(Event::Kind::UNEXPECTED_BOOT_UP));
   ASSERT_TRUE(state_becomes(NMTState::PRE_OPERATIONAL));
   make_operational();
   EXPECT_EQ(sync(out), NKR_OK) << "the mapping is as shipped again: everything comes by SDO";
@@ -205,14 +206,14 @@ TEST_F(WithDrive, ARestartedDriveGetsItsConfigurationBackAndStaysStill) {
                         object_value(0x1A000000, std::uint8_t{2}), object_value(0x18000200, std::uint8_t{1}),
                         object_value(0x18000100, 0x4000018AU), object_value(0x10170000, std::uint16_t{50})}),
             NKR_OK);
-  ASSERT_TRUE(came(Event::Kind::configured));
+  ASSERT_TRUE(came(Event::Kind::CONFIGURED));
   make_operational();
   for (const std::uint8_t control_word : {std::uint8_t{0x06}, std::uint8_t{0x07}, std::uint8_t{0x0F}})
     ASSERT_EQ(client.setValue(kNode, 0x60400010, std::uint16_t{control_word}), NKR_OK);
   nkr_error_t result = NKR_ERROR;
   const auto somebody_else = bus->open({{0x7FF}}, result);
   somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max());
-  ASSERT_TRUE(came(Event::Kind::recovered));
+  ASSERT_TRUE(came(Event::Kind::RECOVERED));
   std::uint32_t mapped = 0;
   EXPECT_EQ(client.getValue(kNode, 0x1A000220, mapped), NKR_OK);
   EXPECT_EQ(mapped, 0x606C0020U);
@@ -242,3 +243,4 @@ TEST_F(WithDrive, ManyThreadsShareTheDrive) {
 }
 
 }  // namespace
+}  // namespace tests::client

@@ -38,7 +38,7 @@ MAY_INCLUDE = {
     "nkr-canopencore": {"nkr-error"},
     "tavcore": {"nkr-error", "nkrLog", "nkr-tools", "nkr-codec", "nkr-canopencore"},
     "nkr-can": {"nkr-error"},
-    "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error", "nkrLog"},
+    "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error"},
     "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},
 }
 
@@ -49,6 +49,15 @@ BESIDE = "."
 
 ROOMS: dict[str, dict[str, set[str]]] = {
     "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}},
+    "canopen/client/src": {
+        BESIDE: {"sdo", "pdo", "nmt", "emcy", "requests", "runtime"},
+        "pdo": {"sdo", "runtime"},
+        "requests": {"sdo", "runtime"},
+        "nmt": {"runtime"},
+        "emcy": set(),
+        "sdo": set(),
+        "runtime": set(),
+    },
 }
 
 # The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "Core.hpp"
-#include "SyncService.hpp"
+#include "pdo/SyncService.hpp"
 
 namespace nkr::canopen {
 namespace {
@@ -64,7 +64,7 @@ nkr_error_t Client::setNodeTimeout(std::uint8_t nodeId, Duration timeout) {
 }
 
 void Client::setObjectTimeout(std::uint32_t address, Duration timeout) {
-  core_->timeouts().set_object(sdo::Object::of_address(address), timeout);
+  core_->timeouts().set_object(sdo::Multiplexer::of_address(address), timeout);
 }
 
 nkr_error_t Client::setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout) {
@@ -102,24 +102,24 @@ nkr_error_t Client::startHeartbeat(std::uint8_t nodeId, Duration period) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
   if (period <= Duration::zero()) return NKR_ERROR;
-  core_->producers()->start_heartbeat(nodeId, period);
+  core_->heartbeat()->start(nodeId, period);
   return NKR_OK;
 }
 
 void Client::stopHeartbeat() {
-  if (core_->producers() != nullptr) core_->producers()->stop_heartbeat();
+  if (core_->heartbeat() != nullptr) core_->heartbeat()->stop();
 }
 
 nkr_error_t Client::startSync(std::chrono::microseconds period) {
   const nkr_error_t refused = core_->refusal();
   if (refused != NKR_OK) return refused;
   if (period <= std::chrono::microseconds::zero()) return NKR_ERROR;
-  core_->producers()->start_sync(period);
+  core_->sync()->start(period);
   return NKR_OK;
 }
 
 void Client::stopSync() {
-  if (core_->producers() != nullptr) core_->producers()->stop_sync();
+  if (core_->sync() != nullptr) core_->sync()->stop();
 }
 
 int Client::subscribe(EventHandler handler) {
@@ -163,7 +163,7 @@ nkr_error_t Client::sync(const canopenservice::TavIn& request, canopenservice::T
   if (refused != NKR_OK) return refused;
   if (request.flag && !fits_in_16_bits(request.order)) return NKR_SDO_INVALID_VALUE;
   const auto timeout =
-      core_->timeouts().of(request.nodeId, sdo::Object::of_address(request.statusWordAddress));
+      core_->timeouts().of(request.nodeId, sdo::Multiplexer::of_address(request.statusWordAddress));
   return SyncService(*this, core_->usable_pdos(request.nodeId), timeout, request).run(out);
 }
 

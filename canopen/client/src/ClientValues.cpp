@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Core.hpp"
-#include "numbers.hpp"
+#include "sdo/numbers.hpp"
 
 /** Values of C++ types as the bytes of objects (CiA 301, 7.1.4: little endian), and back. */
 namespace nkr::canopen {

@@ -21,7 +21,7 @@ constexpr std::chrono::seconds kBooting{3};
 constexpr std::chrono::seconds kRecently{10};
 
 /** Communication and mapping parameters of RPDOs and TPDOs. */
-bool is_pdo_parameter(sdo::Object object) {
+bool is_pdo_parameter(sdo::Multiplexer object) {
   return object.index >= 0x1400 && object.index <= 0x1BFF;
 }
 
@@ -54,14 +54,15 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
   const std::vector<can::Filter> filters{{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}};
   port_ = std::make_unique<DeferredPort>(*bus_, filters);
   port_->open();
-  timers_.set(Timers::Slot::heartbeat_consumer, TimePoint::max(), [this](TimePoint /*due*/) {
+  timers_.set(Timers::Slot::HEARTBEAT_CONSUMER, TimePoint::max(), [this](TimePoint /*due*/) {
     check_heartbeats();
     return nmt_.next_check();
   });
-  producers_ = std::make_unique<Producers>(*port_, timers_, options_.sync_counter_overflow);
+  heartbeat_ = std::make_unique<HeartbeatProducer>(*port_, timers_);
+  sync_ = std::make_unique<SyncProducer>(*port_, timers_, options_.sync_counter_overflow);
   guarding_ = std::make_unique<NodeGuarding>(*port_, timers_);
   if (is_node(options_.host_node_id))
-    producers_->start_heartbeat(options_.host_node_id, options_.host_heartbeat_period);
+    heartbeat_->start(options_.host_node_id, options_.host_heartbeat_period);
   listener_ = std::make_unique<Listener>(
       *port_, [this](nkr_error_t result, const can::Frame& frame) { received(result, frame); });
 }
@@ -102,7 +103,7 @@ template <class Transfer>
 nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool is_write,
                                   const Transfer& transfer) {
   if (!is_node(node)) return NKR_CAN_INVALID_NODE;
-  const auto object = sdo::Object::of_address(address);
+  const auto object = sdo::Multiplexer::of_address(address);
   const nkr_error_t refused = refusal();
   const TransferResult result =
       refused == NKR_OK ? transfer(*channels_[node], TransferRequest{object, timeouts_.of(node, object)})
@@ -115,7 +116,8 @@ nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool
   return result.code;
 }
 
-nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block) {
+nkr_error_t Client::Core::upload(std::uint8_t node, std::uint32_t address, sdo::UploadSink& sink,
+                                 bool by_block) {
   return request(node, address, false, [&](NodeChannel& channel, const TransferRequest& wanted) {
     return channel.upload(wanted, sink, by_block);
   });
@@ -127,7 +129,7 @@ nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, con
       request(node, address, true, [&](NodeChannel& channel, const TransferRequest& wanted) {
         return channel.download(wanted, bytes, size);
       });
-  if (is_pdo_parameter(sdo::Object::of_address(address)) && is_node(node)) forget_pdos(node);
+  if (is_pdo_parameter(sdo::Multiplexer::of_address(address)) && is_node(node)) forget_pdos(node);
   return result;
 }
 
@@ -143,7 +145,7 @@ nkr_error_t Client::Core::later(std::uint8_t node, std::function<void()> request
   return requests_.add(node, std::move(request)) ? NKR_OK : NKR_CAN_CLOSED;
 }
 
-void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_write,
+void Client::Core::note_failure(std::uint8_t node, sdo::Multiplexer object, bool is_write,
                                 const TransferResult& result) {
   const TimePoint now = Clock::now();
   RequestFailure failure;
@@ -163,7 +165,7 @@ void Client::Core::note_failure(std::uint8_t node, sdo::Object object, bool is_w
   }
   failure.nmt_state = nmt_.state(node, now);
   failure.cause = likely_cause(failure, circumstances(node, result, now));
-  if (history_ && failure.cause != FailureCause::refused_by_node)
+  if (history_ && failure.cause != FailureCause::REFUSED_BY_NODE)
     failure.frames = std::make_shared<const std::vector<can::TracedFrame>>(history_->frames());
   failures_.failed(std::move(failure));
 }
@@ -194,21 +196,21 @@ nkr_error_t Client::Core::send_nmt(std::uint8_t command, std::uint8_t node, bool
 
 nkr_error_t Client::Core::send_sync() {
   const nkr_error_t refused = refusal();
-  return refused == NKR_OK ? producers_->send_sync(Clock::now() + options_.sdo_timeout) : refused;
+  return refused == NKR_OK ? sync_->send(Clock::now() + options_.sdo_timeout) : refused;
 }
 
 void Client::Core::write_frames(std::ostream& log) const {
   if (history_) history_->write(log, bus_ ? bus_->name() : "none");
 }
 
-ProcessData* Client::Core::usable_pdos(std::uint8_t node) {
+PdoExchange* Client::Core::usable_pdos(std::uint8_t node) {
   if (nmt_.state(node, Clock::now()) != canopencore::NMTState::OPERATIONAL) {
     forget_pdos(node);
     return nullptr;
   }
   const std::lock_guard<std::mutex> lock(process_data_mutex_);
-  std::unique_ptr<ProcessData>& data = process_data_.at(node);
-  if (!data) data = std::make_unique<ProcessData>(*bus_, *port_, *producers_, options_.late_reply_grace);
+  std::unique_ptr<PdoExchange>& data = process_data_.at(node);
+  if (!data) data = std::make_unique<PdoExchange>(*bus_, *port_, *sync_, options_.late_reply_grace);
   if (closed_.load()) data->close();
   return data.get();
 }
@@ -272,7 +274,7 @@ bool Client::Core::bus_is_there() const {
 
 /** Has the timers look at the heartbeats when the earliest may be lost. */
 void Client::Core::watch_heartbeats() {
-  timers_.wake(Timers::Slot::heartbeat_consumer, nmt_.next_check());
+  timers_.wake(Timers::Slot::HEARTBEAT_CONSUMER, nmt_.next_check());
 }
 
 /** A node without heartbeat may have answered a request: that is a sign of life, too. */
@@ -280,7 +282,7 @@ void Client::Core::check_heartbeats() {
   NmtMonitor::Events events = nmt_.check(Clock::now());
   const auto answered = [this](const Event& event) {
     TimePoint heard;
-    return event.kind == Event::Kind::never_heard && heard_.last(event.node, heard);
+    return event.kind == Event::Kind::NEVER_HEARD && heard_.last(event.node, heard);
   };
   events.erase(std::remove_if(events.begin(), events.end(), answered), events.end());
   post(events);
@@ -294,7 +296,7 @@ void Client::Core::received(nkr_error_t result, const can::Frame& frame) {
   if (result != NKR_OK) return bus_failed(result);
   if (std::exchange(bus_failed_, false)) {
     Event event;
-    event.kind = Event::Kind::bus_returned;
+    event.kind = Event::Kind::BUS_RETURNED;
     recovery_.tell(event);
   }
   if (!frame.extended && !frame.remote && !frame.error && (frame.id & kNodeMask) != 0) arrived(frame);
@@ -304,7 +306,7 @@ void Client::Core::bus_failed(nkr_error_t result) {
   if (result == NKR_CAN_TIMED_OUT) return;
   bus_failed_ = true;
   Event event;
-  event.kind = result == NKR_CAN_BUS_OFF ? Event::Kind::bus_off : Event::Kind::interface_gone;
+  event.kind = result == NKR_CAN_BUS_OFF ? Event::Kind::BUS_OFF : Event::Kind::INTERFACE_GONE;
   recovery_.tell(event);
 }
 
@@ -313,7 +315,7 @@ void Client::Core::arrived(const can::Frame& frame) {
   heard_.heard(frame.id & kNodeMask, now);
   if ((frame.id & kFunctionMask) == kErrorControl) return error_control_arrived(frame, now);
   Event event;
-  event.kind = Event::Kind::emergency;
+  event.kind = Event::Kind::EMERGENCY;
   if (!emergencies_.arrived(frame, event.emergency)) return;
   event.node = event.emergency.node;
   event.state = nmt_.state(event.node, now);
@@ -323,7 +325,7 @@ void Client::Core::arrived(const can::Frame& frame) {
 void Client::Core::error_control_arrived(const can::Frame& frame, TimePoint now) {
   const NmtMonitor::Events events = nmt_.arrived(frame, now);
   for (const Event& event : events) {
-    if (event.kind != Event::Kind::boot_up && event.kind != Event::Kind::unexpected_boot_up) continue;
+    if (event.kind != Event::Kind::BOOT_UP && event.kind != Event::Kind::UNEXPECTED_BOOT_UP) continue;
     emergencies_.node_restarted(event.node);
     channels_[event.node]->node_restarted();
     forget_pdos(event.node);

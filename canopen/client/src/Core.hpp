@@ -11,23 +11,24 @@
 #include <nkr/canopen/Client.hpp>
 #include <ostream>
 
-#include "DeferredPort.hpp"
-#include "Diagnosis.hpp"
-#include "EmergencyHistory.hpp"
-#include "EventQueue.hpp"
-#include "FailureLog.hpp"
-#include "HeardTimes.hpp"
-#include "Listener.hpp"
-#include "NmtMonitor.hpp"
-#include "NodeChannel.hpp"
-#include "NodeGuarding.hpp"
-#include "ProcessData.hpp"
-#include "Producers.hpp"
-#include "Recovery.hpp"
-#include "RequestPool.hpp"
-#include "Timeouts.hpp"
-#include "Timers.hpp"
-#include "sdo/Sink.hpp"
+#include "emcy/EmergencyHistory.hpp"
+#include "nmt/HeartbeatProducer.hpp"
+#include "nmt/NmtMonitor.hpp"
+#include "nmt/NodeGuarding.hpp"
+#include "nmt/Recovery.hpp"
+#include "pdo/PdoExchange.hpp"
+#include "pdo/SyncProducer.hpp"
+#include "requests/Diagnosis.hpp"
+#include "requests/FailureRecords.hpp"
+#include "requests/NodeChannel.hpp"
+#include "requests/RequestPool.hpp"
+#include "requests/Timeouts.hpp"
+#include "runtime/DeferredPort.hpp"
+#include "runtime/EventQueue.hpp"
+#include "runtime/HeardTimes.hpp"
+#include "runtime/Listener.hpp"
+#include "runtime/Timers.hpp"
+#include "sdo/UploadSink.hpp"
 
 namespace nkr::canopen {
 
@@ -45,7 +46,7 @@ class Client::Core final : private Recovery::Access {
   [[nodiscard]] bool is_ready() const { return refusal() == NKR_OK; }
 
   /** `by_block`: the object may be long. */
-  nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::Sink& sink, bool by_block = false);
+  nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::UploadSink& sink, bool by_block = false);
   nkr_error_t download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes, std::size_t size);
   /** Has it done on a thread of the client, with the calling thread's time-out scope. */
   nkr_error_t later(std::uint8_t node, std::function<void()> request);
@@ -65,15 +66,17 @@ class Client::Core final : private Recovery::Access {
 
   void write_frames(std::ostream& log) const;
   /** The node's process data; null when PDOs cannot be relied on: it is not known to be operational. */
-  ProcessData* usable_pdos(std::uint8_t node);
+  PdoExchange* usable_pdos(std::uint8_t node);
 
   Timeouts& timeouts() { return timeouts_; }
   NmtMonitor& nmt() { return nmt_; }
   EmergencyHistory& emergencies() { return emergencies_; }
-  FailureLog& failures() { return failures_; }
+  FailureRecords& failures() { return failures_; }
   EventQueue& events() { return events_; }
   /** Null without a bus. */
-  Producers* producers() { return producers_.get(); }
+  HeartbeatProducer* heartbeat() { return heartbeat_.get(); }
+  /** Null without a bus. */
+  SyncProducer* sync() { return sync_.get(); }
   [[nodiscard]] const HeardTimes& heard() const { return heard_; }
 
  private:
@@ -82,7 +85,7 @@ class Client::Core final : private Recovery::Access {
 
   template <class Transfer>
   nkr_error_t request(std::uint8_t node, std::uint32_t address, bool is_write, const Transfer& transfer);
-  void note_failure(std::uint8_t node, sdo::Object object, bool is_write, const TransferResult& result);
+  void note_failure(std::uint8_t node, sdo::Multiplexer object, bool is_write, const TransferResult& result);
   [[nodiscard]] Circumstances circumstances(std::uint8_t node, const TransferResult& result,
                                             TimePoint now) const;
 
@@ -109,13 +112,14 @@ class Client::Core final : private Recovery::Access {
   HeardTimes heard_;
   NmtMonitor nmt_;
   EmergencyHistory emergencies_;
-  FailureLog failures_;
+  FailureRecords failures_;
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
   std::unique_ptr<DeferredPort> port_;  ///< for all that is no SDO; null without a bus
-  std::unique_ptr<Producers> producers_;
+  std::unique_ptr<HeartbeatProducer> heartbeat_;
+  std::unique_ptr<SyncProducer> sync_;
   std::unique_ptr<NodeGuarding> guarding_;
   std::mutex process_data_mutex_;
-  std::array<std::unique_ptr<ProcessData>, kLastNode + 1> process_data_;  ///< of those that were asked for
+  std::array<std::unique_ptr<PdoExchange>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.
   EventQueue events_;
   RequestPool requests_;

@@ -50,11 +50,11 @@ class LiveEmergencies {
 
  private:
   void tell(const Event& event) {
-    if (event.kind == Event::Kind::bus_off || event.kind == Event::Kind::interface_gone ||
-        event.kind == Event::Kind::bus_returned) {
+    if (event.kind == Event::Kind::BUS_OFF || event.kind == Event::Kind::INTERFACE_GONE ||
+        event.kind == Event::Kind::BUS_RETURNED) {
       session_.output().note(std::string("bus: ") + to_string(event.kind));
     }
-    if (event.kind != Event::Kind::emergency) return;
+    if (event.kind != Event::Kind::EMERGENCY) return;
     const Emergency& emergency = event.emergency;
     Json json = emergency_json(emergency, session_.description());
     json["time"] = std::chrono::duration<double>(emergency.when.time_since_epoch()).count();

@@ -1,8 +1,8 @@
-#include "BlockFrames.hpp"
+#include "sdo/BlockFrames.hpp"
 
 #include <algorithm>
 
-#include "Frames.hpp"
+#include "sdo/Frames.hpp"
 
 namespace nkr::canopen::sdo {
 namespace {
@@ -38,7 +38,7 @@ bool has_checksum(const can::Frame& initiate_reply) {
   return (initiate_reply.data[0] & kChecksum) != 0;
 }
 
-can::Frame block_download_request(std::uint8_t node, Object object, std::size_t size) {
+can::Frame block_download_request(std::uint8_t node, Multiplexer object, std::size_t size) {
   can::Frame frame = request(node, kDownloadRequest, object);
   put_long_word(frame, static_cast<std::uint32_t>(size));
   return frame;
@@ -54,13 +54,13 @@ can::Frame block_download_end(std::uint8_t node, std::size_t unused, std::uint16
 BlockDownloadReply block_download_reply(const can::Frame& frame) {
   switch (frame.data[0] & kSubcommand) {
     case 0:
-      return BlockDownloadReply::initiate;
+      return BlockDownloadReply::INITIATE;
     case 1:
-      return BlockDownloadReply::end;
+      return BlockDownloadReply::END;
     case 2:
-      return BlockDownloadReply::segments_taken;
+      return BlockDownloadReply::SEGMENTS_TAKEN;
     default:
-      return BlockDownloadReply::unknown;
+      return BlockDownloadReply::UNKNOWN;
   }
 }
 
@@ -76,7 +76,7 @@ std::uint8_t first_block_size(const can::Frame& frame) {
   return frame.data[4];
 }
 
-can::Frame block_upload_request(std::uint8_t node, Object object, std::uint8_t block_size,
+can::Frame block_upload_request(std::uint8_t node, Multiplexer object, std::uint8_t block_size,
                                 std::uint8_t threshold) {
   can::Frame frame = request(node, kUploadRequest, object);
   frame.data[4] = block_size;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <nkr/can/Frame.hpp>
 
-#include "Object.hpp"
+#include "sdo/Multiplexer.hpp"
 
 /** The frames of SDO block transfers (CiA 301, 7.2.4.3.9 to .15), as bytes. */
 namespace nkr::canopen::sdo {
@@ -25,10 +25,10 @@ bool has_checksum(const can::Frame& initiate_reply);
 
 /** @name Block download
  * @{ */
-can::Frame block_download_request(std::uint8_t node, Object object, std::size_t size);
+can::Frame block_download_request(std::uint8_t node, Multiplexer object, std::size_t size);
 /** `unused`: bytes of the last segment that are no data. */
 can::Frame block_download_end(std::uint8_t node, std::size_t unused, std::uint16_t checksum);
-enum class BlockDownloadReply { initiate, segments_taken, end, unknown };
+enum class BlockDownloadReply { INITIATE, SEGMENTS_TAKEN, END, UNKNOWN };
 BlockDownloadReply block_download_reply(const can::Frame& frame);
 /** Of a reply that acknowledges segments: the last one taken in sequence, and how many come next. */
 std::uint8_t acknowledged(const can::Frame& frame);
@@ -40,7 +40,7 @@ std::uint8_t first_block_size(const can::Frame& frame);
 /** @name Block upload
  * @{ */
 /** `threshold`: the server may answer as to an ordinary upload when the object has no more bytes. */
-can::Frame block_upload_request(std::uint8_t node, Object object, std::uint8_t block_size,
+can::Frame block_upload_request(std::uint8_t node, Multiplexer object, std::uint8_t block_size,
                                 std::uint8_t threshold);
 can::Frame block_upload_start(std::uint8_t node);
 can::Frame block_upload_acknowledge(std::uint8_t node, std::uint8_t sequence, std::uint8_t block_size);

@@ -1,4 +1,4 @@
-#include "Crc16.hpp"
+#include "sdo/Crc16.hpp"
 
 #include <array>
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Link.hpp"
-#include "Object.hpp"
+#include "sdo/Link.hpp"
+#include "sdo/Multiplexer.hpp"
 
 namespace nkr::canopen::sdo {
 
@@ -18,7 +18,7 @@ namespace nkr::canopen::sdo {
  * @return NKR_OK; NKR_SDO_TOGGLE_BIT, NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused
  * with
  */
-nkr_error_t download(Link& link, Object object, const std::uint8_t* bytes, std::size_t size);
+nkr_error_t download(Link& link, Multiplexer object, const std::uint8_t* bytes, std::size_t size);
 
 }  // namespace nkr::canopen::sdo
 

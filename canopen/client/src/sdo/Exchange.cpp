@@ -1,4 +1,4 @@
-#include "Exchange.hpp"
+#include "sdo/Exchange.hpp"
 
 #include <algorithm>
 
@@ -22,7 +22,7 @@ nkr_error_t Exchange::initiate(const can::Frame& request, std::initializer_list<
     if (result != NKR_OK) break;
     if (aborts(reply, object_)) return abort_result(reply);
     const Reply kind = reply_kind(reply);
-    const bool segment = kind == Reply::upload_segment || kind == Reply::download_segment;
+    const bool segment = kind == Reply::UPLOAD_SEGMENT || kind == Reply::DOWNLOAD_SEGMENT;
     if (segment || !names_object(reply, object_)) continue;
     if (std::find(wanted.begin(), wanted.end(), kind) == wanted.end()) return fail(NKR_SDO_UNKNOWN_COMMAND);
     opening_ = reply;
@@ -33,10 +33,10 @@ nkr_error_t Exchange::initiate(const can::Frame& request, std::initializer_list<
 
 bool Exchange::is_stray(const can::Frame& frame) const {
   switch (reply_kind(frame)) {
-    case Reply::upload_initiate:
-    case Reply::download_initiate:
+    case Reply::UPLOAD_INITIATE:
+    case Reply::DOWNLOAD_INITIATE:
       return !names_object(frame, object_) || frame == opening_;
-    case Reply::abort:
+    case Reply::ABORT:
       return !aborts(frame, object_);
     default:
       return frame.size == 0;
@@ -55,8 +55,8 @@ nkr_error_t Exchange::continue_with(const can::Frame& request, Reply wanted, can
       continue;
     }
     const Reply kind = reply_kind(reply);
-    if (kind == Reply::abort) return abort_result(reply);
-    if (kind == Reply::upload_segment || kind == Reply::download_segment) last_segment_ = reply;
+    if (kind == Reply::ABORT) return abort_result(reply);
+    if (kind == Reply::UPLOAD_SEGMENT || kind == Reply::DOWNLOAD_SEGMENT) last_segment_ = reply;
     return kind == wanted ? NKR_OK : fail(NKR_SDO_UNKNOWN_COMMAND);
   }
   return result;

@@ -6,9 +6,9 @@
 #include <initializer_list>
 #include <nkr/can/Frame.hpp>
 
-#include "Frames.hpp"
-#include "Link.hpp"
-#include "Object.hpp"
+#include "sdo/Frames.hpp"
+#include "sdo/Link.hpp"
+#include "sdo/Multiplexer.hpp"
 
 namespace nkr::canopen::sdo {
 
@@ -19,10 +19,10 @@ namespace nkr::canopen::sdo {
  */
 class Exchange {
  public:
-  Exchange(Link& link, Object object) : link_(link), object_(object) {}
+  Exchange(Link& link, Multiplexer object) : link_(link), object_(object) {}
 
   [[nodiscard]] std::uint8_t node() const { return link_.node(); }
-  [[nodiscard]] Object object() const { return object_; }
+  [[nodiscard]] Multiplexer object() const { return object_; }
 
   /** Opens the transfer; the reply is of one of the kinds and names the object. */
   nkr_error_t initiate(const can::Frame& request, std::initializer_list<Reply> wanted, can::Frame& reply);
@@ -41,7 +41,7 @@ class Exchange {
   [[nodiscard]] bool is_stray(const can::Frame& frame) const;
 
   Link& link_;
-  const Object object_;
+  const Multiplexer object_;
   can::Frame opening_;       ///< the reply that opened the transfer: it may arrive doubled
   can::Frame last_segment_;  ///< may arrive doubled, too: the next one has another toggle bit
 };

@@ -1,4 +1,4 @@
-#include "Frames.hpp"
+#include "sdo/Frames.hpp"
 
 #include <algorithm>
 
@@ -27,14 +27,15 @@ can::Frame upload_segment_request(std::uint8_t node, bool toggle) {
   return request(node, static_cast<std::uint8_t>(kUploadSegmentRequest | (toggle ? kToggle : 0)));
 }
 
-can::Frame expedited_download(std::uint8_t node, Object object, const std::uint8_t* bytes, std::size_t size) {
+can::Frame expedited_download(std::uint8_t node, Multiplexer object, const std::uint8_t* bytes,
+                              std::size_t size) {
   const auto command = static_cast<std::uint8_t>(kExpeditedDownload | unused_bytes(kExpeditedBytes, size, 2));
   can::Frame frame = request(node, command, object);
   std::copy_n(bytes, size, frame.data.begin() + kDataOffset);
   return frame;
 }
 
-can::Frame download_request(std::uint8_t node, Object object, std::size_t size) {
+can::Frame download_request(std::uint8_t node, Multiplexer object, std::size_t size) {
   can::Frame frame = request(node, kDownloadRequest, object);
   put_long_word(frame, static_cast<std::uint32_t>(size));
   return frame;
@@ -49,7 +50,7 @@ can::Frame download_segment(std::uint8_t node, bool toggle, bool last, const std
   return frame;
 }
 
-can::Frame abort_frame(std::uint8_t node, Object object, nkr_error_t code) {
+can::Frame abort_frame(std::uint8_t node, Multiplexer object, nkr_error_t code) {
   can::Frame frame = request(node, kAbort, object);
   put_long_word(frame, static_cast<std::uint32_t>(code));
   return frame;

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <nkr/can/Frame.hpp>
 
-#include "Object.hpp"
+#include "sdo/Multiplexer.hpp"
 
 /** The frames of the SDO protocols (CiA 301, 7.2.4.3), as bytes. */
 namespace nkr::canopen::sdo {
@@ -22,14 +22,14 @@ constexpr std::size_t kDataOffset = 4;  ///< of the data in a frame that names i
 
 /** The upper three bits of a server's first byte. */
 enum class Reply : std::uint8_t {
-  upload_segment = 0,
-  download_segment = 1,
-  upload_initiate = 2,
-  download_initiate = 3,
-  abort = 4,
-  block_download = 5,
-  block_upload = 6,
-  unknown = 7,
+  UPLOAD_SEGMENT = 0,
+  DOWNLOAD_SEGMENT = 1,
+  UPLOAD_INITIATE = 2,
+  DOWNLOAD_INITIATE = 3,
+  ABORT = 4,
+  BLOCK_DOWNLOAD = 5,
+  BLOCK_UPLOAD = 6,
+  UNKNOWN = 7,
 };
 
 /** @name Requests of a client to the node
@@ -42,7 +42,7 @@ inline can::Frame request(std::uint8_t node, std::uint8_t command) {
   frame.data[0] = command;
   return frame;
 }
-inline can::Frame request(std::uint8_t node, std::uint8_t command, Object object) {
+inline can::Frame request(std::uint8_t node, std::uint8_t command, Multiplexer object) {
   can::Frame frame = request(node, command);
   frame.data[1] = static_cast<std::uint8_t>(object.index);
   frame.data[2] = static_cast<std::uint8_t>(object.index >> 8);
@@ -51,33 +51,35 @@ inline can::Frame request(std::uint8_t node, std::uint8_t command, Object object
 }
 /** Bytes 4 to 7 as a little-endian number. */
 void put_long_word(can::Frame& frame, std::uint32_t value);
-inline can::Frame upload_request(std::uint8_t node, Object object) {
+inline can::Frame upload_request(std::uint8_t node, Multiplexer object) {
   constexpr std::uint8_t kUploadRequest = 0x40;
   return request(node, kUploadRequest, object);
 }
 can::Frame upload_segment_request(std::uint8_t node, bool toggle);
 /** 1 to 4 bytes at once. */
-can::Frame expedited_download(std::uint8_t node, Object object, const std::uint8_t* bytes, std::size_t size);
-can::Frame download_request(std::uint8_t node, Object object, std::size_t size);
+can::Frame expedited_download(std::uint8_t node, Multiplexer object, const std::uint8_t* bytes,
+                              std::size_t size);
+can::Frame download_request(std::uint8_t node, Multiplexer object, std::size_t size);
 /** Up to 7 bytes of a segmented download. */
 can::Frame download_segment(std::uint8_t node, bool toggle, bool last, const std::uint8_t* bytes,
                             std::size_t size);
-can::Frame abort_frame(std::uint8_t node, Object object, nkr_error_t code);
+can::Frame abort_frame(std::uint8_t node, Multiplexer object, nkr_error_t code);
 /** @} */
 
 /** What kind of reply it is; unknown for a frame without data. */
 inline Reply reply_kind(const can::Frame& frame) {
-  return frame.size == 0 ? Reply::unknown : static_cast<Reply>(frame.data[0] >> 5);
+  return frame.size == 0 ? Reply::UNKNOWN : static_cast<Reply>(frame.data[0] >> 5);
 }
 /** The object that an initiate reply or an abort names. False when the frame is too short to name one. */
-inline bool names_object(const can::Frame& frame, Object object) {
+inline bool names_object(const can::Frame& frame, Multiplexer object) {
   return frame.size >= kDataOffset && frame.data[1] == (object.index & 0xFF) &&
          frame.data[2] == object.index >> 8 && frame.data[3] == object.subindex;
 }
 /** Whether the frame is an abort of a transfer of the object. There are servers that name 0000h:00 in the
  * abort of a request that they did not understand. */
-inline bool aborts(const can::Frame& frame, Object object) {
-  return reply_kind(frame) == Reply::abort && (names_object(frame, object) || names_object(frame, Object{}));
+inline bool aborts(const can::Frame& frame, Multiplexer object) {
+  return reply_kind(frame) == Reply::ABORT &&
+         (names_object(frame, object) || names_object(frame, Multiplexer{}));
 }
 /** Bytes 4 to 7 as a little-endian number; bytes that were not sent count as 0. */
 std::uint32_t long_word(const can::Frame& frame);

@@ -1,8 +1,8 @@
-#include "LateReplies.hpp"
+#include "sdo/LateReplies.hpp"
 
 #include <algorithm>
 
-#include "Frames.hpp"
+#include "sdo/Frames.hpp"
 
 namespace nkr::canopen::sdo {
 
@@ -13,7 +13,7 @@ void LateReplies::remove(std::size_t position) {
   --count_;
 }
 
-void LateReplies::expect(Object object, can::Clock::time_point until) {
+void LateReplies::expect(Multiplexer object, can::Clock::time_point until) {
   for (std::size_t i = 0; i < count_; ++i) {
     if (entries_[i].object == object) {
       remove(i);
@@ -25,9 +25,9 @@ void LateReplies::expect(Object object, can::Clock::time_point until) {
 }
 
 /** Segments name no object. */
-bool LateReplies::answers(const can::Frame& frame, Object object) {
+bool LateReplies::answers(const can::Frame& frame, Multiplexer object) {
   const Reply kind = reply_kind(frame);
-  return kind != Reply::upload_segment && kind != Reply::download_segment && names_object(frame, object);
+  return kind != Reply::UPLOAD_SEGMENT && kind != Reply::DOWNLOAD_SEGMENT && names_object(frame, object);
 }
 
 void LateReplies::arrived(const can::Frame& frame) {
@@ -36,7 +36,7 @@ void LateReplies::arrived(const can::Frame& frame) {
   }
 }
 
-bool LateReplies::is_expected(Object object, can::Clock::time_point now, can::Clock::time_point& until) {
+bool LateReplies::is_expected(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until) {
   for (std::size_t i = 0; i < count_;) {
     if (entries_[i].until <= now) {
       remove(i);

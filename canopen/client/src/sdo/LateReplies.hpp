@@ -6,7 +6,7 @@
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/Frame.hpp>
 
-#include "Object.hpp"
+#include "sdo/Multiplexer.hpp"
 
 namespace nkr::canopen::sdo {
 
@@ -18,17 +18,17 @@ class LateReplies {
  public:
   [[nodiscard]] bool empty() const { return count_ == 0; }
   /** An answer about the object may come until then. */
-  void expect(Object object, can::Clock::time_point until);
+  void expect(Multiplexer object, can::Clock::time_point until);
   /** Whether the frame may be the answer to a request about the object. */
-  static bool answers(const can::Frame& frame, Object object);
+  static bool answers(const can::Frame& frame, Multiplexer object);
   /** A frame of the node's server arrived. */
   void arrived(const can::Frame& frame);
   /** Whether an answer about the object may still come, and until when. */
-  bool is_expected(Object object, can::Clock::time_point now, can::Clock::time_point& until);
+  bool is_expected(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until);
 
  private:
   struct Entry {
-    Object object;
+    Multiplexer object;
     can::Clock::time_point until;
   };
   void remove(std::size_t position);

@@ -3,10 +3,10 @@
 
 #include <nkr/error.h>
 
-#include "Exchange.hpp"
-#include "Link.hpp"
-#include "Object.hpp"
-#include "Sink.hpp"
+#include "sdo/Exchange.hpp"
+#include "sdo/Link.hpp"
+#include "sdo/Multiplexer.hpp"
+#include "sdo/UploadSink.hpp"
 
 namespace nkr::canopen::sdo {
 
@@ -17,10 +17,10 @@ namespace nkr::canopen::sdo {
  * @return NKR_OK; NKR_SDO_LENGTH when the object is larger than the sink; NKR_SDO_TOGGLE_BIT,
  * NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused with
  */
-nkr_error_t upload(Link& link, Object object, Sink& sink);
+nkr_error_t upload(Link& link, Multiplexer object, UploadSink& sink);
 
 /** The rest of an upload whose first reply is there. */
-nkr_error_t take_upload(Exchange& exchange, const can::Frame& reply, Sink& sink);
+nkr_error_t take_upload(Exchange& exchange, const can::Frame& reply, UploadSink& sink);
 
 }  // namespace nkr::canopen::sdo
 

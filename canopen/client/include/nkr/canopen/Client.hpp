@@ -64,7 +64,7 @@ class Client final : public canopencore::IService {
   /** The silence after which a node whose heartbeat was heard counts as lost; 0: it never does. */
   nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
 
-  /** When the node gives no sign of life within that time, the event never_heard tells. */
+  /** When the node gives no sign of life within that time, the event NEVER_HEARD tells. */
   nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
 
   /**
@@ -80,7 +80,7 @@ class Client final : public canopencore::IService {
 
   /**
    * What is to be in the node: written and read back now, when the node starts, and when the node or the bus
-   * returns from a loss. The events configured, recovered and configuration_failed tell of it; a node that is
+   * returns from a loss. The events CONFIGURED, RECOVERED and CONFIGURATION_FAILED tell of it; a node that is
    * not there is served when it comes. A node that did not restart and still has it all is not written to.
    * Nothing starts the node or its motion: that is the application's. Replaces what was set before; an empty
    * configuration ends it.

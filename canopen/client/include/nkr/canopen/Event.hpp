@@ -13,27 +13,27 @@ namespace nkr::canopen {
 /** Something that a client noticed on the bus. */
 struct Event {
   enum class Kind {
-    boot_up,             ///< the node started: at power-on, or because this client reset it
-    unexpected_boot_up,  ///< the node restarted on its own: all that was set up in it is as after power-on
-    state_changed,       ///< the node's heartbeat tells another NMT state
-    heartbeat_lost,      ///< the node's heartbeat was heard before and stayed away for its time
-    heartbeat_returned,  ///< it is there again
-    never_heard,         ///< a node that was expected gave no sign of life
-    emergency,           ///< an emergency message
-    bus_off,             ///< the CAN controller went bus off
-    interface_gone,      ///< the CAN interface is down or removed
-    bus_returned,        ///< the first frame after bus off or interface gone
-    configured,          ///< the node's configuration was written and read back for the first time
-    recovered,           ///< the node or the bus is back, and the node's configuration was read back from it
-    configuration_failed,  ///< the node's configuration is not in it: `result` and `address` say why
+    BOOT_UP,             ///< the node started: at power-on, or because this client reset it
+    UNEXPECTED_BOOT_UP,  ///< the node restarted on its own: all that was set up in it is as after power-on
+    STATE_CHANGED,       ///< the node's heartbeat tells another NMT state
+    HEARTBEAT_LOST,      ///< the node's heartbeat was heard before and stayed away for its time
+    HEARTBEAT_RETURNED,  ///< it is there again
+    NEVER_HEARD,         ///< a node that was expected gave no sign of life
+    EMERGENCY,           ///< an emergency message
+    BUS_OFF,             ///< the CAN controller went bus off
+    INTERFACE_GONE,      ///< the CAN interface is down or removed
+    BUS_RETURNED,        ///< the first frame after bus off or interface gone
+    CONFIGURED,          ///< the node's configuration was written and read back for the first time
+    RECOVERED,           ///< the node or the bus is back, and the node's configuration was read back from it
+    CONFIGURATION_FAILED,  ///< the node's configuration is not in it: `result` and `address` say why
   };
 
-  Kind kind = Kind::boot_up;
+  Kind kind = Kind::BOOT_UP;
   std::uint8_t node = 0;                                         ///< 0 for what concerns the bus
   canopencore::NMTState state = canopencore::NMTState::UNKNOWN;  ///< the node's state after the event
-  Emergency emergency;                                           ///< of an emergency
-  nkr_error_t result = NKR_OK;  ///< of configuration_failed: NKR_ERROR when it read back another value
-  std::uint32_t address = 0;    ///< of configuration_failed: the object, index << 16 | subindex << 8
+  Emergency emergency;                                           ///< of EMERGENCY
+  nkr_error_t result = NKR_OK;  ///< of CONFIGURATION_FAILED: NKR_ERROR when it read back another value
+  std::uint32_t address = 0;    ///< of CONFIGURATION_FAILED: the object, index << 16 | subindex << 8
 };
 
 /** What the kind is called: "heartbeat lost" ... */

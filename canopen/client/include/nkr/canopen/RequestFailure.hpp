@@ -18,19 +18,19 @@ namespace nkr::canopen {
 
 /** Why a request most likely failed. */
 enum class FailureCause {
-  refused_by_node,        ///< the node answered with an abort
-  wrong_answer,           ///< the node answered against the protocol, or with another length than wanted
-  no_interface,           ///< no CAN interface, or it is down
-  bus_off,                ///< the CAN controller is off the bus
-  send_queue_full,        ///< frames could not be sent in time
-  closed,                 ///< the client was closed
-  never_heard,            ///< this node was never heard, nor any other
-  other_id_heard,         ///< this node was never heard, but another one is there
-  heard_then_lost,        ///< the node was heard and then fell silent
-  stopped,                ///< the node is in NMT state stopped, in which it serves no SDO
-  booting,                ///< the node has just started
-  answers_other_objects,  ///< the node answers requests, but not this one in time
-  silent_sdo_server,      ///< the node gives signs of life but answers no SDO request
+  REFUSED_BY_NODE,        ///< the node answered with an abort
+  WRONG_ANSWER,           ///< the node answered against the protocol, or with another length than wanted
+  NO_INTERFACE,           ///< no CAN interface, or it is down
+  BUS_OFF,                ///< the CAN controller is off the bus
+  SEND_QUEUE_FULL,        ///< frames could not be sent in time
+  CLOSED,                 ///< the client was closed
+  NEVER_HEARD,            ///< this node was never heard, nor any other
+  OTHER_ID_HEARD,         ///< this node was never heard, but another one is there
+  HEARD_THEN_LOST,        ///< the node was heard and then fell silent
+  STOPPED,                ///< the node is in NMT state stopped, in which it serves no SDO
+  BOOTING,                ///< the node has just started
+  ANSWERS_OTHER_OBJECTS,  ///< the node answers requests, but not this one in time
+  SILENT_SDO_SERVER,      ///< the node gives signs of life but answers no SDO request
 };
 
 /** The last failed request to a node, and what was known about node and bus at that moment. */
@@ -48,7 +48,7 @@ struct RequestFailure {
   std::optional<std::chrono::milliseconds> last_heard;  ///< age of the node's last frame; none: never heard
   canopencore::NMTState nmt_state = canopencore::NMTState::UNKNOWN;
   std::uint8_t other_node = 0;  ///< a node that was heard although this one never was; 0: none
-  FailureCause cause = FailureCause::never_heard;
+  FailureCause cause = FailureCause::NEVER_HEARD;
   /** The client's last frames up to the failure, oldest first; null for what the node itself refused, and
    * when the client keeps none. */
   std::shared_ptr<const std::vector<can::TracedFrame>> frames;

@@ -1,0 +1,26 @@
+#include "nmt/HeartbeatProducer.hpp"
+
+namespace nkr::canopen {
+
+using can::Clock;
+
+namespace {
+
+constexpr std::uint32_t kErrorControlId = 0x700;
+constexpr std::uint8_t kOperational = 5;
+
+}  // namespace
+
+/** A beat that the bus cannot take before the next one is due is given up: late beats help nobody. */
+void HeartbeatProducer::start(std::uint8_t node, std::chrono::milliseconds period) {
+  timers_.set(Timers::Slot::HOST_HEARTBEAT, Clock::now(), [this, node, period](Clock::time_point due) {
+    port_.send({kErrorControlId + node, {kOperational}}, due + period);
+    return next_turn(due, period);
+  });
+}
+
+void HeartbeatProducer::stop() {
+  timers_.cancel(Timers::Slot::HOST_HEARTBEAT);
+}
+
+}  // namespace nkr::canopen

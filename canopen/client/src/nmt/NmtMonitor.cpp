@@ -1,0 +1,168 @@
+#include "nmt/NmtMonitor.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace nkr::canopen {
+namespace {
+
+using canopencore::NMTState;
+
+constexpr std::uint8_t kNodeMask = 0x7F;
+constexpr std::uint8_t kStateMask = 0x7F;
+constexpr std::uint8_t kToggle = 0x80;  // of node guarding
+constexpr std::uint8_t kBootUp = 0;
+
+NMTState state_of(std::uint8_t code) {
+  switch (const auto state = static_cast<NMTState>(code)) {
+    case NMTState::STOPPED:
+    case NMTState::OPERATIONAL:
+    case NMTState::PRE_OPERATIONAL:
+      return state;
+    default:
+      return NMTState::UNKNOWN;
+  }
+}
+
+}  // namespace
+
+NmtMonitor::TimePoint NmtMonitor::Node::lost_at() const {
+  const Duration allowed = life_time != Duration::zero() ? life_time : timeout;
+  return monitored && allowed != Duration::zero() ? last + allowed : TimePoint::max();
+}
+
+NmtMonitor::TimePoint NmtMonitor::Node::due() const {
+  return std::min(lost ? TimePoint::max() : lost_at(), heard ? TimePoint::max() : expected_until);
+}
+
+/** An answer with the toggle bit of the one before counts as not received (CiA 301, 7.2.8.2.2.1). */
+bool NmtMonitor::Node::is_repeated(std::uint8_t toggle) {
+  return life_time != Duration::zero() && std::exchange(last_toggle, toggle) == toggle;
+}
+
+NmtMonitor::NmtMonitor(Duration heartbeat_timeout) {
+  for (Node& node : nodes_) node.timeout = heartbeat_timeout;
+}
+
+NmtMonitor::Events NmtMonitor::arrived(const can::Frame& frame, TimePoint now) {
+  Events events;
+  if (frame.size == 0) return events;
+  const auto code = static_cast<std::uint8_t>(frame.data[0] & kStateMask);
+  Event event;
+  event.node = frame.id & kNodeMask;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Node& node = nodes_.at(event.node);
+  if (code != kBootUp && node.is_repeated(static_cast<std::uint8_t>(frame.data[0] & kToggle))) return events;
+  node.last = now;
+  if (code == kBootUp) {
+    boot_up(node, event, events);
+  } else {
+    heartbeat(node, state_of(code), event, events);
+  }
+  node.heard = true;
+  return events;
+}
+
+/** A loss that was told lasts until the next heartbeat: a boot-up alone does not bring the heartbeat back. */
+void NmtMonitor::boot_up(Node& node, Event event, Events& events) {
+  const bool surprising = !std::exchange(node.reset_commanded, false) && node.heard;
+  node.state = event.state = NMTState::PRE_OPERATIONAL;
+  node.booting = true;
+  node.last_toggle = kNoToggle;
+  event.kind = surprising ? Event::Kind::UNEXPECTED_BOOT_UP : Event::Kind::BOOT_UP;
+  events.push_back(event);
+}
+
+void NmtMonitor::heartbeat(Node& node, NMTState state, Event event, Events& events) {
+  const bool changed = !node.heard || node.state != state;
+  node.state = event.state = state;
+  node.monitored = true;
+  node.booting = false;
+  if (std::exchange(node.lost, false)) {
+    event.kind = Event::Kind::HEARTBEAT_RETURNED;
+    events.push_back(event);
+  }
+  if (changed) {
+    event.kind = Event::Kind::STATE_CHANGED;
+    events.push_back(event);
+  }
+}
+
+NmtMonitor::Events NmtMonitor::check(TimePoint now) {
+  Events events;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (std::size_t id = 1; id < nodes_.size(); ++id) {
+    Node& node = nodes_.at(id);
+    if (node.due() > now) continue;
+    Event event;
+    event.node = static_cast<std::uint8_t>(id);
+    event.kind = node.heard ? Event::Kind::HEARTBEAT_LOST : Event::Kind::NEVER_HEARD;
+    events.push_back(event);
+    node.lost = node.heard;
+    node.expected_until = TimePoint::max();
+  }
+  return events;
+}
+
+NmtMonitor::TimePoint NmtMonitor::next_check() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  TimePoint next = TimePoint::max();
+  for (const Node& node : nodes_) next = std::min(next, node.due());
+  return next;
+}
+
+NMTState NmtMonitor::state(std::uint8_t node, TimePoint now) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const Node& known = nodes_.at(node);
+  return now > known.lost_at() ? NMTState::UNKNOWN : known.state;
+}
+
+bool NmtMonitor::is_lost(std::uint8_t node, TimePoint now) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return now > nodes_.at(node).lost_at();
+}
+
+bool NmtMonitor::is_booting(std::uint8_t node, TimePoint& when) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  when = nodes_.at(node).last;
+  return nodes_.at(node).booting;
+}
+
+void NmtMonitor::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  nodes_.at(node).timeout = timeout;
+}
+
+void NmtMonitor::start_guarding(std::uint8_t id, Duration life_time, TimePoint now) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Node& node = nodes_.at(id);
+  node.life_time = life_time;
+  node.last_toggle = kNoToggle;
+  if (node.heard) {
+    node.monitored = true;
+    node.last = now;
+  } else {
+    node.expected_until = now + life_time;
+  }
+}
+
+void NmtMonitor::stop_guarding(std::uint8_t id) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Node& node = nodes_.at(id);
+  if (node.life_time == Duration::zero()) return;
+  node.life_time = Duration::zero();
+  node.monitored = node.lost = false;
+  node.expected_until = TimePoint::max();
+}
+
+void NmtMonitor::expect(std::uint8_t node, TimePoint until) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  nodes_.at(node).expected_until = until;
+}
+
+void NmtMonitor::reset_commanded(std::uint8_t node) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  nodes_.at(node).reset_commanded = true;
+}
+
+}  // namespace nkr::canopen

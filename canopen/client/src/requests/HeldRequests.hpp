@@ -1,0 +1,73 @@
+#ifndef NKR_CANOPEN_REQUESTS_HELDREQUESTS_HPP
+#define NKR_CANOPEN_REQUESTS_HELDREQUESTS_HPP
+
+#include <nkr/error.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <nkr/can/Bus.hpp>
+
+#include "sdo/Multiplexer.hpp"
+
+namespace nkr::canopen {
+
+/**
+ * The requests of one channel that may not be made yet, because an answer about their object is owed. They
+ * are made in the order in which they came, each object apart from the others.
+ */
+class HeldRequests {
+ public:
+  /** One such request, as long as it lives. */
+  class Place {
+   public:
+    Place(HeldRequests& requests, sdo::Multiplexer object) : requests_(requests), object_(object) {}
+    ~Place() {
+      if (joined_) leave();
+    }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+
+    /** Takes its place behind those that are there. */
+    void join();
+    /** Waits until no earlier request for the object is left. NKR_OK; NKR_CAN_CLOSED; NKR_CAN_WOULD_DEADLOCK
+     * when it would have to wait and may not. */
+    nkr_error_t await_turn(bool may_wait);
+    /** The port on which it waits for the answer; closed with the channel. NKR_OK or NKR_CAN_CLOSED. */
+    nkr_error_t listen(std::unique_ptr<can::Port> port);
+    /** Waits for a frame that may be the answer; results as of Port::receive. */
+    nkr_error_t receive(can::Frame& frame, can::Clock::time_point deadline);
+
+   private:
+    friend class HeldRequests;
+    void leave();
+
+    HeldRequests& requests_;
+    const sdo::Multiplexer object_;
+    std::unique_ptr<can::Port> port_;
+    bool joined_ = false;
+    Place* next_ = nullptr;
+  };
+
+  /** Whether a request for the object is held. No lock when none is held at all. */
+  [[nodiscard]] bool holds(sdo::Multiplexer object) {
+    return count_.load(std::memory_order_relaxed) != 0 && finds(object);
+  }
+  /** Wakes and refuses everybody. */
+  void close();
+
+ private:
+  [[nodiscard]] bool finds(sdo::Multiplexer object);
+  [[nodiscard]] const Place* first_of(sdo::Multiplexer object) const;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  Place* first_ = nullptr;
+  std::atomic<int> count_{0};
+  bool closed_ = false;
+};
+
+}  // namespace nkr::canopen
+
+#endif

@@ -1,0 +1,48 @@
+#ifndef NKR_CANOPEN_RUNTIME_DEFERREDPORT_HPP
+#define NKR_CANOPEN_RUNTIME_DEFERREDPORT_HPP
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <nkr/can/Bus.hpp>
+#include <vector>
+
+namespace nkr::canopen {
+
+/**
+ * A port of a bus whose interface may be missing: opened when the interface is there, at once or later. Until
+ * then sending answers why there is none; a receiver is told it once and then waits, as on a silent bus.
+ */
+class DeferredPort final : public can::Port {
+ public:
+  DeferredPort(can::Bus& bus, std::vector<can::Filter> filters);
+
+  /** NKR_OK when it is open, if need be by trying it now; else why it is not. */
+  nkr_error_t open() { return open_.load(std::memory_order_acquire) != nullptr ? NKR_OK : open_now(); }
+
+  nkr_error_t send(const can::Frame& frame, can::Clock::time_point deadline) override;
+  nkr_error_t receive(can::Frame& frame, can::Clock::time_point deadline) override;
+  [[nodiscard]] can::BusStatus status() const override;
+  void close() override;
+
+ private:
+  nkr_error_t open_now();
+  nkr_error_t try_to_open(can::Clock::time_point now);
+  nkr_error_t await_opening(can::Clock::time_point deadline);
+
+  can::Bus& bus_;
+  const std::vector<can::Filter> filters_;
+  std::atomic<can::Port*> open_{nullptr};  ///< spares the lock
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::unique_ptr<can::Port> port_;  ///< never replaced
+  nkr_error_t reason_ = NKR_CAN_NOT_CONNECTED;
+  can::Clock::time_point tried_;
+  bool told_ = false;  ///< a receiver knows the reason
+  bool closed_ = false;
+};
+
+}  // namespace nkr::canopen
+
+#endif

@@ -1,0 +1,26 @@
+#include "runtime/Listener.hpp"
+
+#include <utility>
+
+namespace nkr::canopen {
+namespace {
+
+void listen(can::Port& port, const Listener::Handler& handler) {
+  can::Frame frame;
+  nkr_error_t result = NKR_OK;
+  while (result != NKR_CAN_CLOSED) {
+    result = port.receive(frame, can::Clock::time_point::max());
+    if (result != NKR_CAN_CLOSED) handler(result, frame);
+  }
+}
+
+}  // namespace
+
+Listener::Listener(can::Port& port, Handler handler)
+    : thread_([&port, handle = std::move(handler)] { listen(port, handle); }) {}
+
+Listener::~Listener() {
+  thread_.join();
+}
+
+}  // namespace nkr::canopen

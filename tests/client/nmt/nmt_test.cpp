@@ -1,0 +1,132 @@
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "client/ClientFixture.hpp"
+
+namespace tests::client {
+namespace {
+
+using nkr::can::Clock;
+using nkr::canopencore::NMTCommand;
+using nkr::canopencore::NMTState;
+using namespace std::chrono_literals;
+
+class Nmt : public ClientTest {
+ protected:
+  NMTState state() {
+    NMTState value{};
+    EXPECT_EQ(client.getNMTState(kNode, value), NKR_OK);
+    return value;
+  }
+  /** Frames reach the client's own thread: its view follows a moment later. */
+  NMTState state_becomes(NMTState wanted) {
+    const auto deadline = Clock::now() + 10s;
+    while (state() != wanted && Clock::now() < deadline) std::this_thread::sleep_for(1ms);
+    return state();
+  }
+  std::string sent() {
+    nkr::can::Frame frame;
+    if (tap->receive(frame, Clock::now()) != NKR_OK) return "nothing";
+    return nkr::can::to_string(frame);
+  }
+
+  nkr_error_t result = NKR_ERROR;
+  std::unique_ptr<nkr::can::Port> tap = bus->open({{0x000, 0x7FF}, {0x080, 0x7FF}}, result);
+};
+
+TEST_F(Nmt, EveryCommandIsOneFrame) {
+  EXPECT_EQ(client.setNMTState(kNode, NMTCommand::START_REMOTE_NODE), NKR_OK);
+  EXPECT_EQ(sent(), "000#010A");
+  EXPECT_EQ(client.setNMTState(kNode, NMTCommand::STOP_REMOTE_NODE), NKR_OK);
+  EXPECT_EQ(sent(), "000#020A");
+  EXPECT_EQ(client.setNMTState(kNode, NMTCommand::ENTER_PRE_OPERATIONAL), NKR_OK);
+  EXPECT_EQ(sent(), "000#800A");
+  EXPECT_EQ(client.setNMTState(kNode, NMTCommand::RESET_NODE), NKR_OK);
+  EXPECT_EQ(sent(), "000#810A");
+  EXPECT_EQ(client.setNMTState(kNode, NMTCommand::RESET_COMMUNICATION), NKR_OK);
+  EXPECT_EQ(sent(), "000#820A");
+}
+
+TEST_F(Nmt, ABroadcastIsACallOfItsOwn) {
+  EXPECT_EQ(client.broadcastNMTCommand(NMTCommand::START_REMOTE_NODE), NKR_OK);
+  EXPECT_EQ(sent(), "000#0100");
+}
+
+TEST_F(Nmt, CommandsThatTheStandardDoesNotDefineAreNotSent) {
+  for (const std::uint32_t command : {0U, 3U, 0x101U}) {
+    EXPECT_EQ(client.setNMTState(kNode, static_cast<NMTCommand>(command)), NKR_ERROR);
+    EXPECT_EQ(client.broadcastNMTCommand(static_cast<NMTCommand>(command)), NKR_ERROR);
+  }
+  EXPECT_EQ(sent(), "nothing");
+}
+
+TEST_F(Nmt, SyncIsAFrameWithoutData) {
+  EXPECT_EQ(client.sendSync(), NKR_OK);
+  EXPECT_EQ(sent(), "080#");
+}
+
+TEST_F(Nmt, ANodeNeverHeardIsUnknown) {
+  EXPECT_EQ(state(), NMTState::UNKNOWN);
+  std::uint32_t age = 0;
+  EXPECT_EQ(client.getTimeSinceHeard(kNode, age), NKR_NOT_AVAILABLE);
+}
+
+TEST_F(Nmt, ABootUpMeansPreOperational) {
+  node.send(0x70A, "00");
+  EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
+  EXPECT_EQ(static_cast<std::uint32_t>(state()), 127U);
+}
+
+TEST_F(Nmt, HeartbeatsTellTheState) {
+  node.send(0x70A, "05");
+  EXPECT_EQ(state_becomes(NMTState::OPERATIONAL), NMTState::OPERATIONAL);
+  node.send(0x70A, "04");
+  EXPECT_EQ(state_becomes(NMTState::STOPPED), NMTState::STOPPED);
+  node.send(0x70A, "7F");
+  EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
+  node.send(0x70A, "85");
+  EXPECT_EQ(state_becomes(NMTState::OPERATIONAL), NMTState::OPERATIONAL) << "bit 7 is node guarding's toggle";
+}
+
+TEST_F(Nmt, OtherNodesHeartbeatsAndEmptyFramesSayNothing) {
+  node.send(0x70A, "05");
+  EXPECT_EQ(state_becomes(NMTState::OPERATIONAL), NMTState::OPERATIONAL);
+  node.send(0x70B, "04");
+  node.send(0x70A, "");
+  NMTState other{};
+  while (client.getNMTState(11, other) == NKR_OK && other != NMTState::STOPPED) std::this_thread::yield();
+  EXPECT_EQ(state(), NMTState::OPERATIONAL);
+}
+
+TEST_F(Nmt, ALostHeartbeatIsUnknownAndItsReturnIsKnown) {
+  client.setHeartbeatTimeout(kNode, 150ms);
+  node.send(0x70A, "05");
+  EXPECT_EQ(state_becomes(NMTState::OPERATIONAL), NMTState::OPERATIONAL);
+  EXPECT_EQ(state_becomes(NMTState::UNKNOWN), NMTState::UNKNOWN);
+  node.send(0x70A, "7F");
+  EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
+}
+
+TEST_F(Nmt, MonitoringStartsWithTheFirstHeartbeatNotWithTheBootUp) {
+  client.setHeartbeatTimeout(kNode, 20ms);
+  node.send(0x70A, "00");
+  EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
+  std::this_thread::sleep_for(60ms);
+  EXPECT_EQ(state(), NMTState::PRE_OPERATIONAL);
+}
+
+TEST_F(Nmt, TheTimeSinceANodeWasHeardCountsItsReplies) {
+  node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
+  std::uint16_t value = 0;
+  ASSERT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
+  std::this_thread::sleep_for(30ms);
+  std::uint32_t age = 0;
+  EXPECT_EQ(client.getTimeSinceHeard(kNode, age), NKR_OK);
+  EXPECT_GE(age, 25U);
+  EXPECT_LT(age, 10000U);
+}
+
+}  // namespace
+}  // namespace tests::client

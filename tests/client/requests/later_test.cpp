@@ -1,0 +1,177 @@
+// Requests that nobody waits for.
+#include <atomic>
+#include <cstdint>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "client/ClientFixture.hpp"
+
+namespace tests::client {
+namespace {
+
+using nkr::can::Clock;
+using nkr::can::Frame;
+using namespace std::chrono_literals;
+using Bytes = std::vector<std::uint8_t>;
+using Requests = std::vector<std::string>;
+
+constexpr std::uint32_t kStatusWord = 0x60410010;
+/** getBytes asks for a block; an ordinary answer is one to that, too. */
+const std::string kRead = "A4 41 60 00 7F 3F 00 00";
+const std::string kReply = "4B 41 60 00 37 02 00 00";
+
+class Later : public ClientTest {
+ protected:
+  ~Later() override { client.close(); }
+
+  struct Answer {
+    nkr_error_t result;
+    Bytes value;
+  };
+  using Answers = std::shared_ptr<std::promise<Answer>>;
+
+  std::future<Answer> read(std::uint8_t id) {
+    const Answers answer = std::make_shared<std::promise<Answer>>();
+    EXPECT_EQ(client.readLater(id, kStatusWord,
+                               [answer](nkr_error_t result, Bytes value) {
+                                 answer->set_value({result, std::move(value)});
+                               }),
+              NKR_OK);
+    return answer->get_future();
+  }
+  static Answer of(std::future<Answer>& future) {
+    EXPECT_EQ(future.wait_for(20s), std::future_status::ready);
+    return future.get();
+  }
+};
+
+TEST_F(Later, AReadTellsTheBytes) {
+  node.on(kRead, {kReply});
+  auto answer = read(kNode);
+  const Answer got = of(answer);
+  EXPECT_EQ(got.result, NKR_OK);
+  EXPECT_EQ(got.value, (Bytes{0x37, 0x02}));
+}
+
+TEST_F(Later, AWriteTellsItsResult) {
+  node.on("2B 42 60 00 64 00 00 00", {"80 42 60 00 22 00 00 08"});
+  std::promise<nkr_error_t> told;
+  ASSERT_EQ(
+      client.writeLater(kNode, 0x60420010, {0x64, 0}, [&](nkr_error_t result) { told.set_value(result); }),
+      NKR_OK);
+  auto result = told.get_future();
+  ASSERT_EQ(result.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(result.get(), NKR_SDO_DEVICE_STATE);
+}
+
+TEST_F(Later, ThoseToOneNodeAreMadeInOrder) {
+  Requests wanted;
+  std::atomic<int> told{0};
+  for (int i = 1; i <= 9; ++i) {
+    const auto byte = static_cast<std::uint8_t>(i);
+    wanted.push_back("2F 42 60 00 0" + std::to_string(i) + " 00 00 00");
+    node.on(wanted.back(), {"60 42 60 00 00 00 00 00"});
+    ASSERT_EQ(client.writeLater(kNode, 0x60420000, {byte}, [&](nkr_error_t) { ++told; }), NKR_OK);
+  }
+  ASSERT_TRUE(node.wait_for_requests(9));
+  client.close();
+  EXPECT_EQ(told.load(), 9);
+  EXPECT_EQ(node.requests(), wanted);
+}
+
+TEST_F(Later, NodesThatAreSilentHoldUpNoOther) {
+  client.setTimeout(30s);
+  node.on(kRead, {kReply});
+  std::vector<std::future<Answer>> silent;
+  for (std::uint8_t id = 20; id < 28; ++id) silent.push_back(read(id));
+  auto answer = read(kNode);
+  EXPECT_EQ(of(answer).result, NKR_OK);
+  client.close();
+  for (auto& one : silent) EXPECT_EQ(of(one).result, NKR_CAN_CLOSED);
+}
+
+TEST_F(Later, AllNodesOfABusAreAskedAtOnce) {
+  nkr_error_t result = NKR_ERROR;
+  const auto sender = bus->open({{0x7FF, 0x7FF}}, result);
+  const auto all = bus->open(
+      {{0x600, 0x780}},
+      [&](const Frame& request) {
+        sender->send({request.id - 0x80, {0x4F, 0x41, 0x60, 0, static_cast<std::uint8_t>(request.id)}},
+                     Clock::time_point::max());
+      },
+      result);
+  std::vector<std::future<Answer>> answers;
+  for (std::uint8_t id = 11; id <= 127; ++id) answers.push_back(read(id));
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    const Answer answer = of(answers[i]);
+    EXPECT_EQ(answer.result, NKR_OK);
+    EXPECT_EQ(answer.value, Bytes{static_cast<std::uint8_t>(0x600 + 11 + i)});
+  }
+}
+
+TEST_F(Later, AHandlerMayCallTheClientAndAskForMore) {
+  node.on(kRead, {kReply});
+  node.on("40 41 60 00 00 00 00 00", {kReply});
+  std::promise<std::uint16_t> told;
+  ASSERT_EQ(client.readLater(kNode, kStatusWord,
+                             [&](nkr_error_t, const Bytes&) {
+                               client.readLater(kNode, kStatusWord, [&](nkr_error_t, const Bytes&) {
+                                 std::uint16_t value = 0;
+                                 EXPECT_EQ(client.getValue(kNode, kStatusWord, value), NKR_OK);
+                                 told.set_value(value);
+                               });
+                             }),
+            NKR_OK);
+  auto value = told.get_future();
+  ASSERT_EQ(value.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(value.get(), 0x0237);
+}
+
+TEST_F(Later, AHandlerMayCloseTheClient) {
+  node.on(kRead, {kReply});
+  std::promise<void> closed;
+  ASSERT_EQ(client.readLater(kNode, kStatusWord,
+                             [&](nkr_error_t, const Bytes&) {
+                               client.close();
+                               closed.set_value();
+                             }),
+            NKR_OK);
+  EXPECT_EQ(closed.get_future().wait_for(20s), std::future_status::ready);
+}
+
+TEST_F(Later, ClosingAnswersAllThatIsQueuedOnce) {
+  client.setTimeout(30s);
+  std::atomic<int> told{0};
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_EQ(client.readLater(kNode, kStatusWord,
+                               [&](nkr_error_t result, const Bytes&) {
+                                 EXPECT_EQ(result, NKR_CAN_CLOSED);
+                                 ++told;
+                               }),
+              NKR_OK);
+  }
+  ASSERT_TRUE(node.wait_for_requests(1));
+  client.close();
+  EXPECT_EQ(told.load(), 50);
+  EXPECT_EQ(client.readLater(kNode, kStatusWord, nullptr), NKR_CAN_CLOSED);
+}
+
+TEST_F(Later, TheCallersTimeOutScopeHolds) {
+  client.setTimeout(60s);
+  const nkr::canopen::SdoTimeoutScope scope(30ms);
+  auto answer = read(kNode);
+  EXPECT_EQ(of(answer).result, NKR_SDO_TIMED_OUT);
+}
+
+TEST_F(Later, ArgumentsAreChecked) {
+  EXPECT_EQ(client.readLater(0, kStatusWord, nullptr), NKR_CAN_INVALID_NODE);
+  EXPECT_EQ(client.writeLater(128, kStatusWord, {1}, nullptr), NKR_CAN_INVALID_NODE);
+  nkr::canopen::Client lonely(nullptr);
+  EXPECT_EQ(lonely.readLater(kNode, kStatusWord, nullptr), NKR_CAN_NOT_CONNECTED);
+}
+
+}  // namespace
+}  // namespace tests::client
