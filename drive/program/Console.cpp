@@ -30,19 +30,19 @@ void Console::read() {
   const ssize_t size = ::read(descriptor_, piece.data(), piece.size());
   if (size <= 0) {
     descriptor_ = -1;
-    if (!typed_.empty()) obey(typed_);
+    if (!typed_.empty()) execute(typed_);
     return;
   }
   typed_.append(piece.data(), static_cast<std::size_t>(size));
   std::size_t begin = 0;
   for (std::size_t end = typed_.find('\n'); end != std::string::npos; end = typed_.find('\n', begin)) {
-    obey(typed_.substr(begin, end - begin));
+    execute(typed_.substr(begin, end - begin));
     begin = end + 1;
   }
   typed_.erase(0, begin);
 }
 
-void Console::obey(const std::string& line) {
+void Console::execute(const std::string& line) {
   if (line == "help") {
     std::cout << kHelp << std::flush;
     return;

@@ -17,7 +17,7 @@ class Console {
   void read();
 
  private:
-  void obey(const std::string& line);
+  void execute(const std::string& line);
 
   VirtualDrive& drive_;
   int descriptor_ = 0;

@@ -2,16 +2,7 @@
 
 #include <algorithm>
 
-#include "Description.hpp"
-#include "EmergencyProducer.hpp"
-#include "HeartbeatConsumer.hpp"
-#include "Motion.hpp"
-#include "NMT.hpp"
-#include "SDOServer.hpp"
-#include "SRDOConfiguration.hpp"
-#include "SRDOConsumer.hpp"
-#include "SafetyFunctions.hpp"
-#include "SafetySignatures.hpp"
+#include "dictionary/ElectronicDataSheet.hpp"
 
 namespace tav::drive {
 namespace {
@@ -20,6 +11,19 @@ namespace {
 constexpr std::uint8_t kCommunicationError = 1;
 constexpr std::uint8_t kProfileError = 2;
 constexpr std::uint8_t kManufacturerError = 3;
+
+/** A server for the default channel and for each that the description has besides (CiA 301, 7.5.2.34). */
+std::vector<std::unique_ptr<SDOServer>> make_sdo_servers(Context& context) {
+  constexpr std::uint16_t kChannels = 128;
+  constexpr std::uint16_t kFirst = 0x1200;
+  std::vector<std::unique_ptr<SDOServer>> servers;
+  for (std::uint16_t channel = 0; channel < kChannels; ++channel) {
+    const auto index = static_cast<std::uint16_t>(kFirst + channel);
+    if (channel > 0 && context.dictionary.find(index, 1) == nullptr) continue;
+    servers.push_back(std::make_unique<SDOServer>(context, channel));
+  }
+  return servers;
+}
 
 /** Communication objects (CiA 301, 7.1.2): what a reset of the communication starts anew. */
 bool is_communication(const Object& object) {
@@ -30,110 +34,89 @@ bool is_communication(const Object& object) {
 
 Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs outputs)
     : context_{settings, ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING, {}, {}},
-      node_id_setting_(context_.dictionary.find("Node ID"), 1) {
-  add_line(std::move(outputs));
-  store_ = &add<ParameterStore>();
-  add<NMT>(NMT::Actions{[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }});
-  add_sdo_servers();
-  heartbeat_ = &add<HeartbeatProducer>();
-  add_power_drive();
-  add_heartbeat_consumer();
-  add_safety();
-  add_srdo();
-  add_health();
-  add_scenario_player();
-  process_data_ = &add<ProcessData>(*errors_, [this] { return motion_->moving(); });
+      node_id_setting_(context_.dictionary.find("Node ID"), 1),
+      bus_(context_, effects_of_bus(std::move(outputs))),
+      store_(context_),
+      nmt_slave_(context_, {[this](NMTState state) { enter(state); }, [this](Reset kind) { reset(kind); }}),
+      sdo_servers_(make_sdo_servers(context_)),
+      heartbeat_producer_(context_),
+      emergencies_(context_),
+      errors_(context_, emergencies_),
+      velocity_mode_(context_),
+      power_(context_, velocity_mode_, errors_),
+      heartbeat_consumer_(context_, heartbeat_events()),
+      safety_commands_(context_, [this] { follow_safety(); }),
+      signatures_(context_, errors_, [this] { follow_safety(); }),
+      safe_motion_(context_, safety_commands_, velocity_mode_, effects_of_safe_motion()),
+      srdo_configuration_(context_),
+      srdo_consumer_(context_, errors_, [this](bool missing) { safety_commands_.set_data_missing(missing); }),
+      health_(context_, errors_, effects_of_health()),
+      player_(context_, bus_, effects_of_scenario()),
+      process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
+  context_.transmit = [this](const nkr::can::Frame& frame) { bus_.transmit(frame); };
+  context_.admit = [this](const Access& access) { return player_.admit(access); };
+  parts_ = {&bus_, &store_, &nmt_slave_};
+  for (const auto& server : sdo_servers_) parts_.push_back(server.get());
+  parts_.insert(parts_.end(), {&heartbeat_producer_, &emergencies_, &errors_, &velocity_mode_, &power_,
+                               &heartbeat_consumer_, &safety_commands_, &signatures_, &safe_motion_,
+                               &srdo_configuration_, &srdo_consumer_, &health_, &player_, &process_data_});
   deliver_node_id();
   load_values(Reset::NODE);
 }
 
-void Machine::add_line(Outputs outputs) {
+BusConnection::Effects Machine::effects_of_bus(Outputs outputs) {
   constexpr std::uint16_t kRecoveredFromBusOff = 0x8140;
-  line_ = &add<Line>(Line::Effects{std::move(outputs.transmit), std::move(outputs.bus_state),
-                                   [this] { reset(Reset::NODE); },
-                                   [this] { communication_lost(kRecoveredFromBusOff, {}); },
-                                   [this] { errors_->clear(kRecoveredFromBusOff, {}); }});
-  context_.transmit = [this](const nkr::can::Frame& frame) { line_->transmit(frame); };
+  return {std::move(outputs.transmit), std::move(outputs.bus_state), [this] { reset(Reset::NODE); },
+          [this] { communication_lost(kRecoveredFromBusOff, {}); },
+          [this] { errors_.clear(kRecoveredFromBusOff, {}); }};
 }
 
-void Machine::add_scenario_player() {
-  player_ = &add<ScenarioPlayer>(
-      *line_, ScenarioPlayer::Effects{
-                  [this] { reset(Reset::NODE); },
-                  [this](std::uint16_t code, bool lasting) { raise_fault(code, lasting, {}); },
-                  [this](std::uint16_t code) { errors_->clear_code(code); },
-                  [this](std::uint16_t code) { emergencies_->send(code, errors_->error_register(), {}); },
-                  [this](bool demanded) { safety_functions_->set_torque_off_input(demanded); },
-                  [this](Action::Sensor sensor, std::int32_t value) { show(sensor, value); }});
-  context_.admit = [this](const Access& access) { return player_->admit(access); };
+ScenarioPlayer::Effects Machine::effects_of_scenario() {
+  return {[this] { reset(Reset::NODE); },
+          [this](std::uint16_t code, bool lasting) { raise_fault(code, lasting, {}); },
+          [this](std::uint16_t code) { errors_.clear_code(code); },
+          [this](std::uint16_t code) { emergencies_.send(code, errors_.error_register(), {}); },
+          [this](bool demanded) { safety_commands_.set_torque_off_input(demanded); },
+          [this](Action::Sensor sensor, std::int32_t value) { set_sensor(sensor, value); }};
 }
 
-void Machine::add_sdo_servers() {
-  constexpr std::uint16_t kChannels = 128;
-  constexpr std::uint16_t kFirst = 0x1200;
-  add<SDOServer>(std::uint16_t{0});
-  for (std::uint16_t channel = 1; channel < kChannels; ++channel) {
-    const auto index = static_cast<std::uint16_t>(kFirst + channel);
-    if (context_.dictionary.find(index, 1) != nullptr) add<SDOServer>(channel);
-  }
-}
-
-void Machine::add_power_drive() {
-  emergencies_ = &add<EmergencyProducer>();
-  errors_ = &add<Errors>(*emergencies_);
-  motion_ = &add<Motion>();
-  power_ = &add<PowerStateMachine>(*motion_, *errors_);
-}
-
-void Machine::add_heartbeat_consumer() {
+HeartbeatConsumer::Events Machine::heartbeat_events() {
   constexpr std::uint16_t kHeartbeatError = 0x8130;
-  const auto lost = [this](std::uint8_t node) { communication_lost(kHeartbeatError, VendorBytes{node}); };
-  const auto returned = [this](std::uint8_t node) { errors_->clear(kHeartbeatError, VendorBytes{node}); };
-  add<HeartbeatConsumer>(HeartbeatConsumer::Events{lost, returned});
+  return {[this](std::uint8_t node) { communication_lost(kHeartbeatError, VendorBytes{node}); },
+          [this](std::uint8_t node) { errors_.clear(kHeartbeatError, VendorBytes{node}); }};
 }
 
-void Machine::add_safety() {
-  safety_functions_ = &add<SafetyFunctions>([this] { follow_safety(); });
-  safety_signatures_ = &add<SafetySignatures>(*errors_, [this] { follow_safety(); });
-  safe_motion_ = &add<SafeMotion>(
-      *safety_functions_, *motion_,
-      SafeMotion::Effects{[this](const SafeMotion::Violation& violation) { safety_violated(violation); },
-                          [this](bool applied) { power_->set_safe_brake(applied); }});
+Health::Effects Machine::effects_of_health() {
+  return {[this] { power_.fault(); }, [this](bool warning) { power_.set_warning(warning); },
+          [this] { follow_safety(); }};
 }
 
-void Machine::add_srdo() {
-  add<SRDOConfiguration>();
-  add<SRDOConsumer>(*errors_, [this](bool missing) { safety_functions_->set_data_missing(missing); });
-}
-
-void Machine::add_health() {
-  health_ = &add<Health>(*errors_, Health::Effects{[this] { power_->fault(); },
-                                                   [this](bool warning) { power_->set_warning(warning); },
-                                                   [this] { follow_safety(); }});
+SafeMotion::Effects Machine::effects_of_safe_motion() {
+  return {[this](const SafeMotion::Violation& violation) { safety_violated(violation); },
+          [this](bool applied) { power_.set_safe_brake(applied); }};
 }
 
 /** No torque while STO acts, a safety signature differs, or the motor's calibration is missing. */
 void Machine::follow_safety() {
-  if (safety_signatures_ == nullptr || health_ == nullptr) return;
-  const bool sound = safety_signatures_->agree();
-  power_->inhibit_torque(safety_functions_->torque_off() || !sound || !health_->calibrated());
-  safety_functions_->set_configuration_sound(sound);
-  safe_motion_->follow();
+  const bool sound = signatures_.agree();
+  power_.inhibit_torque(safety_commands_.torque_off() || !sound || !health_.calibrated());
+  safety_commands_.set_configuration_sound(sound);
+  safe_motion_.follow();
 }
 
 void Machine::safety_violated(const SafeMotion::Violation& violation) {
   constexpr std::uint16_t kSpeedController = 0x8400;
   const VendorBytes vendor{static_cast<std::uint8_t>(violation.command_index),
                            static_cast<std::uint8_t>(violation.command_index >> 8), violation.instance};
-  errors_->raise(kSpeedController, vendor, Errors::Ends::ACKNOWLEDGED, false);
-  power_->fault();
-  if (violation.torque_off) safety_functions_->violate();
+  errors_.raise(kSpeedController, vendor, Errors::Ends::ACKNOWLEDGED, false);
+  power_.fault();
+  if (violation.torque_off) safety_commands_.violate();
 }
 
 /** What 0x6007 and 0x1029 make of a loss of communication. */
 void Machine::communication_lost(std::uint16_t code, const VendorBytes& vendor) {
-  if (!power_->connection_lost(code, vendor)) {
-    errors_->raise(code, vendor, Errors::Ends::WITH_ITS_CAUSE, true);
+  if (!power_.connection_lost(code, vendor)) {
+    errors_.raise(code, vendor, Errors::Ends::WITH_ITS_CAUSE, true);
   }
   behave_on_error(kCommunicationError);
 }
@@ -150,31 +133,31 @@ void Machine::behave_on_error(std::uint8_t subindex) {
 
 void Machine::raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor) {
   if (context_.nmt == NMTState::INITIALISING) return;
-  errors_->raise(code, vendor, Errors::Ends::ACKNOWLEDGED, lasting);
-  power_->fault();
+  errors_.raise(code, vendor, Errors::Ends::ACKNOWLEDGED, lasting);
+  power_.fault();
   const std::uint8_t bits = Errors::class_bit(code);
   if ((bits & Errors::kCommunicationBit) != 0) behave_on_error(kCommunicationError);
   if ((bits & Errors::kProfileBit) != 0) behave_on_error(kProfileError);
   if ((bits & Errors::kManufacturerBit) != 0) behave_on_error(kManufacturerError);
-  process_data_->sample();
+  process_data_.sample();
   plan();
 }
 
 void Machine::clear_fault(std::uint16_t code) {
-  errors_->clear_code(code);
-  process_data_->sample();
+  errors_.clear_code(code);
+  process_data_.sample();
   plan();
 }
 
 void Machine::measure(const Environment& environment) {
-  health_->measure(environment);
-  process_data_->sample();
+  health_.measure(environment);
+  process_data_.sample();
   plan();
 }
 
 /** One of the drive's sensors shows another value. */
-void Machine::show(Action::Sensor sensor, std::int32_t value) {
-  Environment environment = health_->environment();
+void Machine::set_sensor(Action::Sensor sensor, std::int32_t value) {
+  Environment environment = health_.environment();
   switch (sensor) {
     case Action::Sensor::BATTERY_VOLTAGE:
       environment.battery_mv = value;
@@ -192,11 +175,11 @@ void Machine::show(Action::Sensor sensor, std::int32_t value) {
       environment.driver_celsius = value;
       break;
   }
-  health_->measure(environment);
+  health_.measure(environment);
 }
 
 bool Machine::play(const Scenario& scenario, std::string& problem) {
-  if (!player_->play(scenario, problem)) return false;
+  if (!player_.play(scenario, problem)) return false;
   plan();
   advance(context_.now);
   return true;
@@ -212,15 +195,15 @@ void Machine::deliver_node_id() {
   }
   setting->value = default_value(*setting, 0);
   node_id_setting_.set(context_.settings.node_id);
-  store_->deliver(*setting);
+  store_.deliver(*setting);
 }
 
 void Machine::set_power_on_value(Object& object) {
-  if (!store_->load(object)) object.value = default_value(object, context_.node_id);
+  if (!store_.load(object)) object.value = default_value(object, context_.node_id);
 }
 
 void Machine::load_values(Reset kind) {
-  const bool network_too = kind == Reset::NODE || store_->network_restored();
+  const bool network_too = kind == Reset::NODE || store_.network_restored();
   for (Object& object : context_.dictionary.objects()) {
     if (network_too && ParameterStore::is_network(object)) set_power_on_value(object);
   }
@@ -234,7 +217,7 @@ void Machine::load_values(Reset kind) {
 void Machine::power_on(Time now) {
   if (context_.nmt != NMTState::INITIALISING) return;
   context_.now = now;
-  player_->power_on();
+  player_.power_on();
   reset(Reset::NODE);
   plan();
   advance(now);
@@ -243,8 +226,8 @@ void Machine::power_on(Time now) {
 void Machine::reset(Reset kind) {
   enter(NMTState::INITIALISING);
   load_values(kind);
-  for (auto& part : parts_) part->reset(kind);
-  heartbeat_->send_boot_up();
+  for (Part* const part : parts_) part->reset(kind);
+  heartbeat_producer_.send_boot_up();
   enter(NMTState::PRE_OPERATIONAL);
 }
 
@@ -252,7 +235,7 @@ void Machine::enter(NMTState state) {
   const NMTState before = context_.nmt;
   if (state == before) return;
   context_.nmt = state;
-  for (auto& part : parts_) part->nmt_changed(before);
+  for (Part* const part : parts_) part->nmt_changed(before);
 }
 
 void Machine::receive(const nkr::can::Frame& frame, Time now) {
@@ -260,10 +243,10 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
   advance(now);
   if (context_.nmt == NMTState::INITIALISING) return;
   if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
-  if (line_->hears(frame)) {
-    for (auto& part : parts_) part->receive(frame);
+  if (bus_.accepts(frame)) {
+    for (Part* const part : parts_) part->receive(frame);
   }
-  process_data_->sample();
+  process_data_.sample();
   plan();
 }
 
@@ -271,10 +254,10 @@ void Machine::advance(Time now) {
   if (context_.nmt == NMTState::INITIALISING) return;
   while (next_due_ <= now) {
     context_.now = std::max(context_.now, next_due_);
-    for (auto& part : parts_) {
+    for (Part* const part : parts_) {
       if (part->next_due() <= context_.now) part->run();
     }
-    process_data_->sample();
+    process_data_.sample();
     plan();
   }
   context_.now = std::max(context_.now, now);
@@ -282,7 +265,7 @@ void Machine::advance(Time now) {
 
 void Machine::plan() {
   next_due_ = Time::max();
-  for (const auto& part : parts_) next_due_ = std::min(next_due_, part->next_due());
+  for (Part* const part : parts_) next_due_ = std::min(next_due_, part->next_due());
 }
 
 }  // namespace tav::drive

@@ -6,18 +6,25 @@
 #include <utility>
 #include <vector>
 
-#include "Errors.hpp"
-#include "Health.hpp"
-#include "HeartbeatProducer.hpp"
-#include "Line.hpp"
-#include "ParameterStore.hpp"
-#include "Part.hpp"
-#include "PowerStateMachine.hpp"
-#include "ProcessData.hpp"
-#include "SafeMotion.hpp"
-#include "SafetyFunctions.hpp"
-#include "SafetySignatures.hpp"
-#include "ScenarioPlayer.hpp"
+#include "network/BusConnection.hpp"
+#include "network/EmergencyProducer.hpp"
+#include "network/Errors.hpp"
+#include "network/HeartbeatConsumer.hpp"
+#include "network/HeartbeatProducer.hpp"
+#include "network/NMTSlave.hpp"
+#include "node/Part.hpp"
+#include "pdo/ProcessDataObjects.hpp"
+#include "power/Health.hpp"
+#include "power/PowerStateMachine.hpp"
+#include "power/VelocityMode.hpp"
+#include "safety/SRDOConfiguration.hpp"
+#include "safety/SRDOConsumer.hpp"
+#include "safety/SafeMotion.hpp"
+#include "safety/SafetyCommands.hpp"
+#include "safety/SignatureSupervision.hpp"
+#include "scenario/ScenarioPlayer.hpp"
+#include "sdo/SDOServer.hpp"
+#include "storage/ParameterStore.hpp"
 
 namespace tav::drive {
 
@@ -39,30 +46,20 @@ class Machine {
   void measure(const Environment& environment);
   bool play(const Scenario& scenario, std::string& problem);
   /** False when the file of the non-volatile memory is damaged. */
-  [[nodiscard]] bool memory_readable() const { return store_->readable(); }
+  [[nodiscard]] bool memory_readable() const { return store_.readable(); }
   [[nodiscard]] Time now() const { return context_.now; }
   [[nodiscard]] Time next_due() const { return next_due_; }
   [[nodiscard]] std::uint8_t node_id() const { return context_.node_id; }
 
  private:
-  template <class Kind, class... Arguments>
-  Kind& add(Arguments&&... arguments) {
-    auto part = std::make_unique<Kind>(context_, std::forward<Arguments>(arguments)...);
-    Kind& reference = *part;
-    parts_.push_back(std::move(part));
-    return reference;
-  }
-  void add_line(Outputs outputs);
-  void add_scenario_player();
-  void add_sdo_servers();
-  void add_power_drive();
-  void add_heartbeat_consumer();
-  void add_safety();
-  void add_srdo();
-  void add_health();
+  [[nodiscard]] BusConnection::Effects effects_of_bus(Outputs outputs);
+  [[nodiscard]] ScenarioPlayer::Effects effects_of_scenario();
+  [[nodiscard]] HeartbeatConsumer::Events heartbeat_events();
+  [[nodiscard]] Health::Effects effects_of_health();
+  [[nodiscard]] SafeMotion::Effects effects_of_safe_motion();
   void follow_safety();
   void safety_violated(const SafeMotion::Violation& violation);
-  void show(Action::Sensor sensor, std::int32_t value);
+  void set_sensor(Action::Sensor sensor, std::int32_t value);
   void communication_lost(std::uint16_t code, const VendorBytes& vendor);
   void behave_on_error(std::uint8_t subindex);
   void enter(NMTState state);
@@ -74,20 +71,25 @@ class Machine {
 
   Context context_;
   Variable<std::uint8_t> node_id_setting_;
-  std::vector<std::unique_ptr<Part>> parts_;
-  Line* line_ = nullptr;
-  ScenarioPlayer* player_ = nullptr;
-  ParameterStore* store_ = nullptr;
-  HeartbeatProducer* heartbeat_ = nullptr;
-  Motion* motion_ = nullptr;
-  ProcessData* process_data_ = nullptr;
-  Health* health_ = nullptr;
-  EmergencyProducer* emergencies_ = nullptr;
-  Errors* errors_ = nullptr;
-  PowerStateMachine* power_ = nullptr;
-  SafetyFunctions* safety_functions_ = nullptr;
-  SafetySignatures* safety_signatures_ = nullptr;
-  SafeMotion* safe_motion_ = nullptr;
+  BusConnection bus_;
+  ParameterStore store_;
+  NMTSlave nmt_slave_;
+  std::vector<std::unique_ptr<SDOServer>> sdo_servers_;
+  HeartbeatProducer heartbeat_producer_;
+  EmergencyProducer emergencies_;
+  Errors errors_;
+  VelocityMode velocity_mode_;
+  PowerStateMachine power_;
+  HeartbeatConsumer heartbeat_consumer_;
+  SafetyCommands safety_commands_;
+  SignatureSupervision signatures_;
+  SafeMotion safe_motion_;
+  SRDOConfiguration srdo_configuration_;
+  SRDOConsumer srdo_consumer_;
+  Health health_;
+  ScenarioPlayer player_;
+  ProcessDataObjects process_data_;
+  std::vector<Part*> parts_;  // all of them, in the order in which they act
   Time next_due_ = Time::max();
 };
 

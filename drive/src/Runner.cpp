@@ -123,8 +123,8 @@ void Runner::Impl::run_receiver() {
     } else if (result == NKR_CAN_CLOSED) {
       status = result;
       return;
-    }  // An interface that is gone comes back, or another member of the bus takes its place: the port
-       // rejoins.
+    }
+    // An interface that is gone comes back, or another member of the bus takes its place: the port rejoins.
   }
 }
 

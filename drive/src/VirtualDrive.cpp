@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "Description.hpp"
 #include "Machine.hpp"
+#include "dictionary/ElectronicDataSheet.hpp"
 
 namespace tav::drive {
 namespace {

@@ -1,4 +1,4 @@
-#include "DriveBench.hpp"
+#include "drive/DriveBench.hpp"
 
 #include <gtest/gtest.h>
 

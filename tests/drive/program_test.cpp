@@ -11,7 +11,7 @@
 #include <nkr/can/open_bus.hpp>
 #include <string>
 
-#include "DriveBench.hpp"
+#include "drive/DriveBench.hpp"
 
 namespace tav::drive::test {
 namespace {

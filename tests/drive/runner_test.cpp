@@ -7,7 +7,7 @@
 #include <tav/drive/VirtualDrive.hpp>
 #include <thread>
 
-#include "DriveBench.hpp"
+#include "drive/DriveBench.hpp"
 
 namespace tav::drive::test {
 namespace {

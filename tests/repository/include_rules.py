@@ -58,6 +58,18 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "sdo": set(),
         "runtime": set(),
     },
+    "drive/src": {
+        "dictionary": set(),
+        "node": {"dictionary"},  # what the parts of the drive share
+        "sdo": {"dictionary", "node"},
+        "network": {"dictionary", "node"},
+        "storage": {"dictionary", "node"},
+        "pdo": {"dictionary", "node", "network"},
+        "power": {"dictionary", "node", "network"},
+        "safety": {"dictionary", "node", "network", "power"},
+        "scenario": {"dictionary", "node", "network"},
+        BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "power", "safety", "scenario"},
+    },
 }
 
 # The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.

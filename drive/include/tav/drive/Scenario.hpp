@@ -32,8 +32,10 @@ struct Trigger {
   ObjectReference object;
 };
 
-/** What happens. Those called REPLY_... act on the answer to one SDO access: the one that triggers the event,
- * or, for an event at a time, the next. */
+/**
+ * What happens. Those called REPLY_... act on the answer to one SDO access: the one that triggers the event,
+ * or, for an event at a time, the next.
+ */
 struct Action {
   enum class Kind : std::uint8_t {
     REPLY_LOST,          ///< the access takes effect and is not answered
@@ -88,7 +90,9 @@ struct Scenario {
 bool read_scenario(std::istream& text, Scenario& scenario, std::string& problem);
 bool read_scenario_file(const std::string& path, Scenario& scenario, std::string& problem);
 
-/** Adds the event of one line, if it holds one. @return false, and the mistake in `problem`, when it is none
+/**
+ * Adds the event of one line, if it holds one.
+ * @return false, and the mistake in `problem`, when it is none
  */
 bool read_scenario_line(std::string_view line, Scenario& scenario, std::string& problem);
 

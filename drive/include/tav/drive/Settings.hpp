@@ -35,8 +35,7 @@ struct Settings {
   std::uint8_t node_id = 0;  ///< 1 to 127, as delivered: a stored one is preferred. 0: the description's own
   Mechanics mechanics;
   std::string store_path;  ///< file of the non-volatile memory; empty: kept as long as the drive lives
-  std::function<void()>
-      store_step;  ///< called before each step that writes that file: to try out a power cut
+  std::function<void()> store_step;  ///< called before each step of writing it: to try out a power cut
 };
 
 }  // namespace tav::drive

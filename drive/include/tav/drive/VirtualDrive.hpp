@@ -38,8 +38,10 @@ class VirtualDrive {
 
   /** What else the drive has to say to whom joins it to a bus; either function may be empty. */
   struct Events {
-    /** A scenario wants the bus in this state. Comes in order with the frames; the drive itself neither hears
-     * nor speaks until the state is error_active again. Must not throw. */
+    /**
+     * A scenario wants the bus in this state. Comes in order with the frames; the drive itself neither hears
+     * nor speaks until the state is error_active again. Must not throw.
+     */
     std::function<void(nkr::can::BusState)> bus_state;
     /** A call other than receive() and advance() made something due: advance() is to be called again. */
     std::function<void()> wake;

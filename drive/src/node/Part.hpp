@@ -1,0 +1,71 @@
+#ifndef TAV_DRIVE_SRC_NODE_PART_HPP
+#define TAV_DRIVE_SRC_NODE_PART_HPP
+
+#include <cstdint>
+#include <functional>
+#include <nkr/can/Frame.hpp>
+#include <optional>
+#include <tav/drive/Settings.hpp>
+
+#include "dictionary/ObjectDictionary.hpp"
+
+namespace tav::drive {
+
+/** NMT states of a device, by the code its heartbeat carries (CiA 301, 7.2.8.3.2.2). */
+enum class NMTState : std::uint8_t { INITIALISING = 0, STOPPED = 4, OPERATIONAL = 5, PRE_OPERATIONAL = 127 };
+
+/** How much of the drive starts anew. */
+enum class Reset : std::uint8_t { NODE, COMMUNICATION };
+
+/** An access by SDO, when it begins. */
+struct Access {
+  std::uint16_t index;
+  std::uint8_t subindex;
+  bool write;
+  bool single;  ///< a write that is done with one request
+  std::uint32_t request_id;
+  std::uint32_t reply_id;
+};
+
+/** What a server is to do with an access. */
+struct Admission {
+  bool served = true;
+  std::optional<Abort> refused;  ///< with which abort
+  bool in_segments = false;      ///< a short value is uploaded in segments too
+};
+
+/** What all parts of one drive share. */
+struct Context {
+  Settings settings;
+  ObjectDictionary dictionary;
+  Time now{};
+  std::uint8_t node_id = 0;
+  NMTState nmt = NMTState::INITIALISING;
+  std::function<void(const nkr::can::Frame&)> transmit;
+  std::function<Admission(const Access&)> admit;  ///< asked before an access is served
+  bool on_bus = true;                             ///< false while the bus is off: what must not be lost waits
+};
+
+/** One capability of the drive. All is called under the drive's lock, one thing at a time. */
+class Part {
+ public:
+  virtual ~Part() = default;
+  Part() = default;
+  Part(const Part&) = delete;
+  Part& operator=(const Part&) = delete;
+
+  /** The values of the dictionary are those of a device that was just switched on: start from them. */
+  virtual void reset(Reset /*kind*/) {}
+  /** A data frame with an 11-bit identifier came. */
+  virtual void receive(const nkr::can::Frame& /*frame*/) {}
+  /** The NMT state is another one than before. */
+  virtual void nmt_changed(NMTState /*before*/) {}
+  /** When run() is wanted next; Time::max() for never. */
+  [[nodiscard]] virtual Time next_due() const { return Time::max(); }
+  /** Does what is due at context.now. Afterwards next_due() lies later. */
+  virtual void run() {}
+};
+
+}  // namespace tav::drive
+
+#endif

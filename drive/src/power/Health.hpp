@@ -1,0 +1,93 @@
+#ifndef TAV_DRIVE_SRC_POWER_HEALTH_HPP
+#define TAV_DRIVE_SRC_POWER_HEALTH_HPP
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "network/Errors.hpp"
+#include "node/Part.hpp"
+
+namespace tav::drive {
+
+/**
+ * The drive's look at its own hardware: supply, phase current and temperatures against the thresholds of
+ * "nkr_system_error_public_config"; self test and calibration.
+ *
+ * A state is 0 when all is well, 1 for a warning, 2 for an error. A warning of supply or current that lasts
+ * longer than its time-out becomes an error. On an error the protection runs: 1 zero torque, then 2 short
+ * circuit of the phases, each for its time, then 0.
+ */
+class Health : public Part {
+ public:
+  struct Effects {
+    std::function<void()> fault;        ///< an error has come up
+    std::function<void(bool)> warning;  ///< whether there is a warning
+    std::function<void()> may_turn;     ///< calibrated() may have changed
+  };
+  Health(Context& context, Errors& errors, Effects effects);
+
+  /** What the sensors measure from now on. */
+  void measure(const Environment& environment);
+  [[nodiscard]] const Environment& environment() const { return environment_; }
+  /** The motor cannot be driven without its calibration. */
+  [[nodiscard]] bool calibrated() const { return calibrated_; }
+
+  void reset(Reset kind) override;
+  [[nodiscard]] Time next_due() const override;
+  void run() override;
+
+ private:
+  enum class Level : std::uint8_t { WELL = 0, WARNING = 1, ERROR = 2 };
+  enum class Protection : std::uint8_t { NONE = 0, ZERO_TORQUE = 1, BRAKE_SHORT_CIRCUIT = 2 };
+
+  /** One supervised quantity. */
+  struct Watch {
+    std::uint16_t code;  ///< error code (CiA 402-2, 0x603F)
+    Variable<std::uint8_t> state;
+    Variable<std::uint32_t> timeout;  ///< of a warning, in ms
+    Level level = Level::WELL;
+    Time warned_until = Time::max();
+  };
+  /** A step of the self test. */
+  struct SelfTest {
+    std::uint16_t code;
+    Variable<std::uint8_t> status;
+    Variable<std::uint8_t> simulated;
+  };
+
+  [[nodiscard]] Object* config(const std::string& name);
+  [[nodiscard]] std::int32_t limit(const std::string& name);
+  [[nodiscard]] double factor(const std::string& name);
+  void evaluate();
+  [[nodiscard]] Level voltage_low();
+  [[nodiscard]] Level voltage_high();
+  [[nodiscard]] Level current();
+  [[nodiscard]] Level mosfet(Level before);
+  [[nodiscard]] Level driver(Level before) const;
+  void set_level(Watch& watch, Level level);
+  void show_levels();
+  void start_protection();
+  void protect(Protection next);
+  void test_itself();
+  void check_calibration();
+
+  Context& context_;
+  Errors& errors_;
+  Effects effects_;
+  Environment environment_;
+  std::array<Watch, 5> watches_;
+  std::array<SelfTest, 2> self_tests_;
+  Variable<std::uint32_t> protect_state_;
+  Variable<std::uint32_t> previous_protect_state_;
+  Variable<std::uint32_t> level_one_;
+  Variable<std::uint8_t> calibration_valid_;
+  Protection protection_ = Protection::NONE;
+  Time protection_ends_ = Time::max();
+  bool calibrated_ = true;
+};
+
+}  // namespace tav::drive
+
+#endif

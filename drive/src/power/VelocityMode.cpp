@@ -1,0 +1,186 @@
+#include "power/VelocityMode.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tav::drive {
+namespace {
+
+// Control word in velocity mode (CiA 402-2, 11.3).
+constexpr std::uint16_t kEnableRamp = 1U << 4;
+constexpr std::uint16_t kUnlockRamp = 1U << 5;
+constexpr std::uint16_t kReferenceRamp = 1U << 6;
+
+// Polarity, 0x607E.
+constexpr std::uint8_t kVelocityReversed = 1U << 6;
+constexpr std::uint8_t kPositionReversed = 1U << 7;
+
+template <class T>
+T rounded(double value) {
+  const double low = std::numeric_limits<T>::min();
+  const double high = std::numeric_limits<T>::max();
+  return static_cast<T>(std::clamp(std::nearbyint(value), low, high));
+}
+
+double ratio(double numerator, double denominator) {
+  return denominator == 0 ? 1.0 : numerator / denominator;
+}
+
+double divided(double value, double factor) {
+  return factor == 0 ? 0.0 : value / factor;
+}
+
+}  // namespace
+
+VelocityMode::Ramp::Ramp(ObjectDictionary& dictionary, std::uint16_t index)
+    : speed(dictionary, index, 1, 1000), time(dictionary, index, 2, 1) {}
+
+double VelocityMode::Ramp::per_second() const {
+  return time.get() == 0 ? 0.0 : static_cast<double>(speed.get()) / time.get();
+}
+
+VelocityMode::VelocityMode(Context& context)
+    : context_(context),
+      axis_(context.settings.mechanics),
+      controlword_(context.dictionary, 0x6040, 0),
+      target_(context.dictionary, 0x6042, 0),
+      demand_(context.dictionary, 0x6043, 0),
+      actual_(context.dictionary, 0x6044, 0),
+      velocity_(context.dictionary, 0x606C, 0),
+      position_(context.dictionary, 0x6064, 0),
+      polarity_(context.dictionary, 0x607E, 0),
+      min_amount_(context.dictionary, 0x6046, 1, 0),
+      max_amount_(context.dictionary, 0x6046, 2, std::numeric_limits<std::uint32_t>::max()),
+      acceleration_(context.dictionary, 0x6048),
+      deceleration_(context.dictionary, 0x6049),
+      quick_stop_(context.dictionary, 0x604A),
+      set_point_numerator_(context.dictionary, 0x604B, 1, 1),
+      set_point_denominator_(context.dictionary, 0x604B, 2, 1),
+      dimension_numerator_(context.dictionary, 0x604C, 1, 1),
+      dimension_denominator_(context.dictionary, 0x604C, 2, 1) {
+  watch_objects();
+}
+
+void VelocityMode::watch_objects() {
+  for (Object* object :
+       {target_.object(), polarity_.object(), min_amount_.object(), max_amount_.object(),
+        acceleration_.speed.object(), acceleration_.time.object(), deceleration_.speed.object(),
+        deceleration_.time.object(), quick_stop_.speed.object(), quick_stop_.time.object(),
+        set_point_numerator_.object(), set_point_denominator_.object(), dimension_numerator_.object(),
+        dimension_denominator_.object()}) {
+    if (object != nullptr) object->when_written([this] { apply(); });
+  }
+  for (Object* object : {set_point_denominator_.object(), dimension_denominator_.object()}) {
+    if (object == nullptr) continue;
+    object->refuse_when(
+        [](const Bytes& bytes) { return unsigned_of(bytes) == 0 ? Abort::INVALID_VALUE : Abort::NONE; });
+  }
+  for (Object* object : {demand_.object(), actual_.object(), velocity_.object(), position_.object()}) {
+    if (object == nullptr) continue;
+    object->refresh = [this] {
+      show_values();
+      return Abort::NONE;
+    };
+  }
+}
+
+void VelocityMode::reset(Reset kind) {
+  if (kind != Reset::NODE) return;
+  axis_.reset(context_.now);
+  movement_ = Movement::COAST;
+  limited_ = false;
+}
+
+void VelocityMode::command(Movement movement) {
+  movement_ = movement;
+  apply();
+}
+
+double VelocityMode::velocity() {
+  axis_.advance(context_.now);
+  return axis_.velocity();
+}
+
+bool VelocityMode::standstill() {
+  return velocity() == 0;
+}
+
+bool VelocityMode::target_reached() {
+  if (movement_ == Movement::COAST) return false;
+  axis_.advance(context_.now);
+  if (movement_ == Movement::FOLLOW) return axis_.velocity() == wanted_velocity();
+  return axis_.velocity() == 0;
+}
+
+void VelocityMode::run() {
+  axis_.advance(context_.now);
+  if (axis_.settled() && settled_) settled_();
+}
+
+void VelocityMode::apply() {
+  axis_.advance(context_.now);
+  limited_ = false;
+  switch (movement_) {
+    case Movement::COAST:
+      return axis_.run_to(0, 0, context_.settings.mechanics.coast_deceleration);
+    case Movement::FOLLOW:
+      return follow();
+    case Movement::SLOW_DOWN:
+      return axis_.run_to(0, 0, deceleration_.per_second());
+    case Movement::QUICK_STOP:
+      return axis_.run_to(0, 0, quick_stop_.per_second());
+    case Movement::STOP_AT_LIMIT:
+      return axis_.run_to(0, 0, context_.settings.mechanics.limit_deceleration);
+  }
+}
+
+void VelocityMode::follow() {
+  // A locked ramp generator keeps its output (CiA 402-2, control word bit 5).
+  const bool locked = ramp_bit(kEnableRamp) && !ramp_bit(kUnlockRamp);
+  const double wanted = wanted_velocity();
+  axis_.run_to(locked ? axis_.velocity() : wanted, acceleration_.per_second(), deceleration_.per_second());
+}
+
+double VelocityMode::wanted_velocity() {
+  if (!ramp_bit(kEnableRamp) || !ramp_bit(kReferenceRamp)) {
+    limited_ = false;
+    return 0;
+  }
+  const double sign = (polarity_.get() & kVelocityReversed) != 0 ? -1.0 : 1.0;
+  return within_limits(sign * target_.get() * set_point_factor() * dimension_factor());
+}
+
+double VelocityMode::within_limits(double velocity) {
+  const double amount = std::abs(velocity);
+  const double low = min_amount_.get();
+  const double high = std::max<double>(max_amount_.get(), low);
+  // A set-point of 0 is a wish to stand: the lower limit does not make the motor turn.
+  const double allowed = amount == 0 ? 0 : std::clamp(amount, low, high);
+  limited_ = allowed != amount;
+  return std::copysign(allowed, velocity);
+}
+
+double VelocityMode::set_point_factor() const {
+  return ratio(set_point_numerator_.get(), set_point_denominator_.get());
+}
+
+double VelocityMode::dimension_factor() const {
+  return ratio(dimension_numerator_.get(), dimension_denominator_.get());
+}
+
+void VelocityMode::show_values() {
+  axis_.advance(context_.now);
+  const double sign = (polarity_.get() & kVelocityReversed) != 0 ? -1.0 : 1.0;
+  const double actual = sign * divided(axis_.velocity(), dimension_factor());
+  const double in_set_point_units = divided(actual, set_point_factor());
+  demand_.set(movement_ == Movement::COAST ? std::int16_t{0} : rounded<std::int16_t>(in_set_point_units));
+  actual_.set(rounded<std::int16_t>(in_set_point_units));
+  velocity_.set(rounded<std::int32_t>(actual));
+  // Turned round, the lowest position has no counterpart in 32 bits: it stays itself, as the counter wraps.
+  const auto counted = static_cast<std::uint32_t>(axis_.position());
+  const bool reversed = (polarity_.get() & kPositionReversed) != 0;
+  position_.set(static_cast<std::int32_t>(reversed ? 0U - counted : counted));
+}
+
+}  // namespace tav::drive

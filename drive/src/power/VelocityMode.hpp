@@ -1,0 +1,89 @@
+#ifndef TAV_DRIVE_SRC_POWER_VELOCITYMODE_HPP
+#define TAV_DRIVE_SRC_POWER_VELOCITYMODE_HPP
+
+#include <cstdint>
+#include <functional>
+
+#include "node/Part.hpp"
+#include "power/Axis.hpp"
+
+namespace tav::drive {
+
+/** What the power stage makes of the motor. */
+enum class Movement : std::uint8_t {
+  COAST,          ///< no torque
+  FOLLOW,         ///< the set-point of the velocity mode
+  SLOW_DOWN,      ///< stop on the deceleration ramp, 0x6049
+  QUICK_STOP,     ///< stop on the quick-stop ramp, 0x604A
+  STOP_AT_LIMIT,  ///< stop as hard as the motor can
+};
+
+/** Velocity mode (CiA 402-2, vl): set-point, factors, limits, ramps; demand and actual values; position. */
+class VelocityMode : public Part {
+ public:
+  explicit VelocityMode(Context& context);
+
+  /** Called whenever the wanted speed is reached. */
+  void when_settled(std::function<void()> action) { settled_ = std::move(action); }
+
+  void command(Movement movement);
+  [[nodiscard]] bool standstill();
+  /** The motor's speed now, in 1/min, whatever the polarity. */
+  [[nodiscard]] double velocity();
+  /** Speed and position change by themselves. */
+  [[nodiscard]] bool moving() const { return axis_.velocity() != 0 || !axis_.settled(); }
+  /** Status word bit 10: the motor turns as the set-point asks, or stands when it is to stand. */
+  [[nodiscard]] bool target_reached();
+  /** Status word bit 11: the set-point lies outside 0x6046. */
+  [[nodiscard]] bool limited() const { return limited_; }
+
+  void reset(Reset kind) override;
+  [[nodiscard]] Time next_due() const override { return axis_.settles_at(); }
+  void run() override;
+
+ private:
+  /** Delta speed over delta time (0x6048, 0x6049, 0x604A). */
+  struct Ramp {
+    Ramp(ObjectDictionary& dictionary, std::uint16_t index);
+    [[nodiscard]] double per_second() const;
+    Variable<std::uint32_t> speed;
+    Variable<std::uint16_t> time;
+  };
+
+  void apply();
+  void follow();
+  [[nodiscard]] double wanted_velocity();
+  [[nodiscard]] double within_limits(double velocity);
+  [[nodiscard]] double set_point_factor() const;
+  [[nodiscard]] double dimension_factor() const;
+  [[nodiscard]] bool ramp_bit(std::uint16_t bit) const { return (controlword_.get() & bit) != 0; }
+  void show_values();
+  void watch_objects();
+
+  Context& context_;
+  Axis axis_;
+  std::function<void()> settled_;
+  Movement movement_ = Movement::COAST;
+  bool limited_ = false;
+
+  Variable<std::uint16_t> controlword_;
+  Variable<std::int16_t> target_;
+  Variable<std::int16_t> demand_;
+  Variable<std::int16_t> actual_;
+  Variable<std::int32_t> velocity_;
+  Variable<std::int32_t> position_;
+  Variable<std::uint8_t> polarity_;
+  Variable<std::uint32_t> min_amount_;
+  Variable<std::uint32_t> max_amount_;
+  Ramp acceleration_;
+  Ramp deceleration_;
+  Ramp quick_stop_;
+  Variable<std::int16_t> set_point_numerator_;
+  Variable<std::int16_t> set_point_denominator_;
+  Variable<std::int32_t> dimension_numerator_;
+  Variable<std::int32_t> dimension_denominator_;
+};
+
+}  // namespace tav::drive
+
+#endif

@@ -1,0 +1,153 @@
+// Reception of safety-relevant data objects (EN 50325-5): a frame and its inverse, in time, or the safe
+// state.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "drive/DriveBench.hpp"
+#include "drive/safety/ReferenceCrc.hpp"
+
+namespace tav::drive::test {
+namespace {
+
+/** SRDO 1 brings the safety control word 1 (0x6620:1) on 0x101 and 0x102, SCT 25 ms, SRVT 20 ms. */
+class SRDOReception : public ::testing::Test {
+ protected:
+  static constexpr std::uint32_t kEntry = 0x66200108;
+
+  SRDOReception() {
+    EXPECT_EQ(bench.write(0x1017, 0, 0, 2), 0U);  // no heartbeat among the frames
+    EXPECT_EQ(bench.write(0x1381, 0, 0, 1), 0U);
+    EXPECT_EQ(bench.write(0x1381, 1, kEntry, 4), 0U);
+    EXPECT_EQ(bench.write(0x1381, 2, kEntry, 4), 0U);
+    EXPECT_EQ(bench.write(0x1381, 0, 2, 1), 0U);
+    EXPECT_EQ(bench.write(0x1301, 1, 2, 1), 0U);
+    EXPECT_EQ(bench.write(0x1301, 2, 25, 2), 0U);
+    EXPECT_EQ(bench.write(0x1301, 3, 20, 1), 0U);
+    EXPECT_EQ(bench.write(0x1301, 5, 0x101, 4), 0U);
+    EXPECT_EQ(bench.write(0x1301, 6, 0x102, 4), 0U);
+    ReferenceCrc crc;
+    crc.feed(2, 1).feed(25, 2).feed(20, 1).feed(0x101, 4).feed(0x102, 4);
+    crc.feed(2, 1).feed(1, 1).feed(kEntry, 4).feed(2, 1).feed(kEntry, 4);
+    EXPECT_EQ(bench.write(0x13FF, 1, crc.value(), 2), 0U);
+    EXPECT_FALSE(safe_state());
+    EXPECT_EQ(bench.write(0x13FE, 0, 0xA5, 1), 0U);
+    bench.take();
+  }
+
+  void start() { bench.send("000#0101"); }
+  void send_pair() {
+    bench.send("101#A5");
+    bench.send("102#5A");
+  }
+  Frames emergencies() {
+    Frames found;
+    for (const std::string& frame : bench.take()) {
+      if (frame.substr(0, 4) == "081#") found.push_back(frame);
+    }
+    return found;
+  }
+  bool safe_state() { return bench.read(0x2640) != 0; }
+  std::uint32_t control_word() { return bench.read(0x6620, 1); }
+
+  DriveBench bench;
+};
+
+TEST_F(SRDOReception, APairWritesTheSafetyControlWordAndEndsTheSafeState) {
+  EXPECT_TRUE(safe_state()) << "nothing was received yet";
+  start();
+  EXPECT_TRUE(safe_state());
+  bench.send("101#A5");
+  EXPECT_EQ(control_word(), 0xFFU) << "not before the inverse came";
+  bench.send("102#5A");
+  EXPECT_EQ(control_word(), 0xA5U);
+  EXPECT_FALSE(safe_state());
+}
+
+TEST_F(SRDOReception, NothingIsReceivedUnlessOperational) {
+  send_pair();
+  EXPECT_EQ(control_word(), 0xFFU);
+  start();
+  send_pair();
+  bench.send("000#8001");
+  EXPECT_TRUE(safe_state());
+}
+
+TEST_F(SRDOReception, PairsHaveToComeWithinTheRefreshTime) {
+  start();
+  for (int i = 0; i < 5; ++i) {
+    send_pair();
+    bench.step(milliseconds(24));
+  }
+  EXPECT_FALSE(safe_state());
+  EXPECT_TRUE(emergencies().empty());
+  bench.step(milliseconds(1));
+  EXPECT_TRUE(safe_state());
+  EXPECT_EQ(emergencies(), Frames{"081#5082110113000000"}) << "0x8250, SRDO 0x1301";
+  send_pair();
+  EXPECT_TRUE(safe_state()) << "the error stays";
+}
+
+TEST_F(SRDOReception, TheFirstPairHasToComeWithinTheRefreshTimeToo) {
+  start();
+  bench.step(milliseconds(25));
+  send_pair();
+  EXPECT_TRUE(safe_state());
+}
+
+TEST_F(SRDOReception, TheInverseHasToComeWithinTheValidationTime) {
+  start();
+  bench.send("101#A5");
+  bench.step(milliseconds(20));
+  bench.send("102#5A");
+  EXPECT_TRUE(safe_state());
+  EXPECT_EQ(control_word(), 0xFFU);
+}
+
+TEST_F(SRDOReception, AWrongInverseIsAnErrorThatOnlyANewStartEnds) {
+  start();
+  send_pair();
+  bench.send("101#A5");
+  bench.send("102#5B");
+  EXPECT_EQ(emergencies(), Frames{"081#0082110113000000"});
+  EXPECT_TRUE(safe_state());
+  EXPECT_EQ(control_word(), 0xA5U);
+  send_pair();
+  EXPECT_TRUE(safe_state());
+  bench.send("000#8001");
+  EXPECT_EQ(emergencies(), Frames{"081#0000000000000000"});
+  start();
+  send_pair();
+  EXPECT_FALSE(safe_state());
+}
+
+TEST_F(SRDOReception, FramesOfAnotherLengthAreErrorsAndTwoPlainOnesToo) {
+  const std::vector<Frames> kSequences{
+      {"101#"}, {"101#A5A5"}, {"101#A5", "102#5A00"}, {"101#A5", "102#"}, {"101#A5", "101#A5"}};
+  for (const Frames& sequence : kSequences) {
+    bench.send("000#8001");
+    start();
+    for (const std::string& frame : sequence) bench.send(frame);
+    send_pair();
+    EXPECT_TRUE(safe_state()) << sequence.back();
+  }
+}
+
+TEST_F(SRDOReception, AnInvertedFrameFirstIsLeftAlone) {
+  start();
+  bench.send("102#5A");
+  send_pair();
+  EXPECT_FALSE(safe_state());
+}
+
+TEST_F(SRDOReception, AConfigurationThatIsNotValidIsNotReceived) {
+  EXPECT_EQ(bench.write(0x1301, 2, 25, 2), 0U);  // any change ends the validity
+  EXPECT_FALSE(safe_state());
+  start();
+  send_pair();
+  EXPECT_EQ(control_word(), 0xFFU);
+}
+
+}  // namespace
+}  // namespace tav::drive::test
