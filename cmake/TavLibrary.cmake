@@ -4,6 +4,7 @@
 #
 # Include rules between libraries follow from LINKS: a header that is not linked is not found.
 function(tav_library name)
+  set(exports_of_shared_libraries "${PROJECT_SOURCE_DIR}/cmake/exports.map")
   cmake_parse_arguments(PARSE_ARGV 1 arg "INTERFACE" "INCLUDE" "SOURCES;LINKS;PRIVATE_LINKS")
   if(NOT arg_INCLUDE)
     set(arg_INCLUDE "${CMAKE_CURRENT_SOURCE_DIR}/include")
@@ -16,11 +17,15 @@ function(tav_library name)
     set(scope PUBLIC)
     set_target_properties(${name} PROPERTIES
       CXX_EXTENSIONS OFF
+      CXX_VISIBILITY_PRESET hidden  # what bears NKR_EXPORT is the interface
+      VISIBILITY_INLINES_HIDDEN ON
+      LINK_DEPENDS "${exports_of_shared_libraries}"
       POSITION_INDEPENDENT_CODE ON
       DEFINE_SYMBOL ""  # nothing depends on it: static and shared objects are the same
       INSTALL_RPATH "$ORIGIN"
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports_of_shared_libraries}")
     target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS})
   endif()
   add_library(tavcore::${name} ALIAS ${name})

@@ -2,6 +2,7 @@
 #define TAVCORE_CANOPENDISPATCHER_HPP
 
 #include <nkr/cia402.h>
+#include <nkr/export.h>
 
 #include <array>
 #include <cstdint>
@@ -34,7 +35,7 @@ struct Here;
  * the client allows it, but not together with init(), _setNodeId(), setNMTState() and setNetworkParameters()
  * or restoreDefaultParameters(), which change the node id.
  */
-class CANOpenDispatcher : public ICANOpenDispatcher {
+class NKR_EXPORT CANOpenDispatcher : public ICANOpenDispatcher {
  public:
   /** Keeps both pointers; checks nothing and sends nothing. */
   CANOpenDispatcher(std::shared_ptr<Config> config, std::shared_ptr<canopencore::IService> client);

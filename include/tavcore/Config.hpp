@@ -2,13 +2,14 @@
 #define TAVCORE_CONFIG_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <string>
 
 namespace nkr::tavcore {
 
 /** The settings of the library, loaded from one INI file; read-only after load(). */
-class Config {
+class NKR_EXPORT Config {
  public:
   Config() = default;
 

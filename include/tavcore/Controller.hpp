@@ -1,6 +1,8 @@
 #ifndef TAVCORE_CONTROLLER_HPP
 #define TAVCORE_CONTROLLER_HPP
 
+#include <nkr/export.h>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -18,7 +20,7 @@ namespace nkr::tavcore {
  * No lock is taken. Several threads may call operations when the client allows it; init() comes before
  * sharing.
  */
-class Controller : public IService {
+class NKR_EXPORT Controller : public IService {
  public:
   Controller();
   /** Ends run(), commands a target velocity of 0, and releases dispatcher and configuration. Never throws. */

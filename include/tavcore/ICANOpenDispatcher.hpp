@@ -1,13 +1,15 @@
 #ifndef TAVCORE_ICANOPENDISPATCHER_HPP
 #define TAVCORE_ICANOPENDISPATCHER_HPP
 
+#include <nkr/export.h>
+
 #include <nkr/canopenservice/Tav.hpp>
 #include <tavcore/IService.hpp>
 
 namespace nkr::tavcore {
 
 /** What carries the service operations out as accesses to the drive's object dictionary. */
-class ICANOpenDispatcher : public IService {
+class NKR_EXPORT ICANOpenDispatcher : public IService {
  public:
   ~ICANOpenDispatcher() override = default;
 

@@ -2,6 +2,7 @@
 #define TAVCORE_ICOMMUNICATIONSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <vector>
@@ -9,7 +10,7 @@
 namespace nkr::tavcore {
 
 /** The CiA 301 communication settings of the drive. */
-class ICommunicationService {
+class NKR_EXPORT ICommunicationService {
  public:
   /** Parameter blocks (sub-indices of objects 0x1010 and 0x1011). */
   enum class BlocId : std::int32_t {

@@ -2,13 +2,14 @@
 #define TAVCORE_IDIAGNOSTICSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 
 namespace nkr::tavcore {
 
 /** A compact motion interface: move at a percentage of the configured speed, and read back a snapshot. */
-class IDiagnosticService {
+class NKR_EXPORT IDiagnosticService {
  public:
   /** Direction of a motion order. */
   enum class MoveEnum : std::int32_t {

@@ -2,13 +2,14 @@
 #define TAVCORE_IEMCYSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 
 namespace nkr::tavcore {
 
 /** Error behaviour, pre-defined error field and error register (CiA 301 objects 0x1029, 0x1003, 0x1001). */
-class IEMCYService {
+class NKR_EXPORT IEMCYService {
  public:
   /** Kind of error whose behaviour is asked: the sub-index of 0x1029. */
   enum class ErrorType : std::uint32_t {

@@ -2,6 +2,7 @@
 #define TAVCORE_IINTERNALSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <string>
@@ -10,7 +11,7 @@ namespace nkr::tavcore {
 
 /** Factory-level operations: internal parameter blocks, identity strings, self test, calibration, thresholds.
  */
-class IInternalService {
+class NKR_EXPORT IInternalService {
  public:
   /** Internal parameter blocks (sub-indices of objects 0x1010 and 0x1011). */
   enum class _BlocId : std::int32_t {

@@ -2,6 +2,7 @@
 #define TAVCORE_IMANUFACTURERSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <string>
@@ -9,7 +10,7 @@
 namespace nkr::tavcore {
 
 /** Manufacturer-specific values of the drive: identity, tuning, error states, versions, odometry. */
-class IManufacturerService {
+class NKR_EXPORT IManufacturerService {
  public:
   /** Identity strings, objects 0x1008 to 0x100A. */
   struct DeviceParameters {

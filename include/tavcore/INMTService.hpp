@@ -2,13 +2,14 @@
 #define TAVCORE_INMTSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <nkr/canopencore/NMT.hpp>
 
 namespace nkr::tavcore {
 
 /** Network management of the drive's node (CiA 301, 7.2.8). */
-class INMTService {
+class NKR_EXPORT INMTService {
  public:
   using NMTState = canopencore::NMTState;
   using NMTCommand = canopencore::NMTCommand;

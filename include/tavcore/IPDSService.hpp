@@ -2,13 +2,14 @@
 #define TAVCORE_IPDSSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 
 namespace nkr::tavcore {
 
 /** The CiA 402 power drive system: states, commands, option codes, modes, units and polarity. */
-class IPDSService {
+class NKR_EXPORT IPDSService {
  public:
   /** Peripheral status flags of the drive. */
   struct PeripheralStatus {

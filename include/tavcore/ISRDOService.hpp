@@ -2,6 +2,7 @@
 #define TAVCORE_ISRDOSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <vector>
@@ -12,7 +13,7 @@ namespace nkr::tavcore {
  * Safety-relevant data objects (EN 50325-5): parameters, mapping and configuration validity.
  * A Linux host configures and observes safety functions; it does not perform them.
  */
-class ISRDOService {
+class NKR_EXPORT ISRDOService {
  public:
   /** Number of an SRDO, from 1; the numbers that a drive has are its own matter. */
   enum class SRDOId : std::int32_t {};

@@ -2,6 +2,7 @@
 #define TAVCORE_ISAFEMOTIONSERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 
@@ -15,7 +16,7 @@ namespace nkr::tavcore {
  * Command bits are active-low in the drive (0: the function is demanded). The library hands stored bits
  * through.
  */
-class ISafeMotionService {
+class NKR_EXPORT ISafeMotionService {
  public:
   /** A safety control word. */
   enum class SafetyControlWordId : std::int32_t {

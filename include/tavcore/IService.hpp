@@ -1,6 +1,8 @@
 #ifndef TAVCORE_ISERVICE_HPP
 #define TAVCORE_ISERVICE_HPP
 
+#include <nkr/export.h>
+
 #include <tavcore/ICommunicationService.hpp>
 #include <tavcore/IDiagnosticService.hpp>
 #include <tavcore/IEMCYService.hpp>
@@ -22,16 +24,16 @@ namespace nkr::tavcore {
  * an operation may answer NKR_OK although its later accesses were left out; docs/behaviour.md lists what to
  * verify.
  */
-class IService : public IDiagnosticService,
-                 public IInternalService,
-                 public INMTService,
-                 public IEMCYService,
-                 public IPDSService,
-                 public ISafeMotionService,
-                 public ICommunicationService,
-                 public IManufacturerService,
-                 public IVelocityModeService,
-                 public ISRDOService {
+class NKR_EXPORT IService : public IDiagnosticService,
+                            public IInternalService,
+                            public INMTService,
+                            public IEMCYService,
+                            public IPDSService,
+                            public ISafeMotionService,
+                            public ICommunicationService,
+                            public IManufacturerService,
+                            public IVelocityModeService,
+                            public ISRDOService {
  public:
   ~IService() override = default;
 };

@@ -2,13 +2,14 @@
 #define TAVCORE_IVELOCITYMODESERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 
 namespace nkr::tavcore {
 
 /** The CiA 402 velocity mode ("vl"). All values are raw device units. */
-class IVelocityModeService {
+class NKR_EXPORT IVelocityModeService {
  public:
   /** Limits, ramps and factors (objects 0x6046, 0x6048 to 0x604C). A ramp is delta speed over delta time. */
   struct VelocityModeParameters {

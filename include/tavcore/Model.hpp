@@ -1,6 +1,8 @@
 #ifndef TAVCORE_MODEL_HPP
 #define TAVCORE_MODEL_HPP
 
+#include <nkr/export.h>
+
 #include <cstdint>
 #include <tavcore/Mutexed.hpp>
 
@@ -16,7 +18,7 @@ enum class _app_state : std::int32_t {
  * The drive's live state as several threads of an application share it. Each value has its own mutex; a pair
  * of values (speed order and its validity) is not updated as a pair. Nothing in the library uses it.
  */
-class Model {
+class NKR_EXPORT Model {
  public:
   /** All values 0 or false. */
   Model();

@@ -1,6 +1,8 @@
 #ifndef TAVCORE_SAFETYSIGNATURES_HPP
 #define TAVCORE_SAFETYSIGNATURES_HPP
 
+#include <nkr/export.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -34,7 +36,8 @@ struct SLSConfiguration {
 };
 
 /** The parameters of the service as the drive holds them. */
-[[nodiscard]] SLSConfiguration sls_configuration(const ISafeMotionService::SLSParameters& parameters);
+[[nodiscard]] NKR_EXPORT SLSConfiguration
+sls_configuration(const ISafeMotionService::SLSParameters& parameters);
 
 /** All inputs of the 14 signatures, and the inputs that no signature covers. */
 struct SafetyConfiguration {
@@ -60,7 +63,7 @@ struct SafetySignatures {
   std::array<std::uint16_t, kSBCCount> sbc{};
 };
 
-[[nodiscard]] SafetySignatures compute_safety_signatures(const SafetyConfiguration& configuration);
+[[nodiscard]] NKR_EXPORT SafetySignatures compute_safety_signatures(const SafetyConfiguration& configuration);
 
 /** One SRDO as the drive holds it (EN 50325-5). */
 struct SRDOConfiguration {
@@ -75,10 +78,10 @@ struct SRDOConfiguration {
 };
 
 /** The signature of 0x13FF that belongs to an SRDO; mapping entries after the 255th have no place in it. */
-[[nodiscard]] std::uint16_t compute_srdo_signature(const SRDOConfiguration& srdo);
+[[nodiscard]] NKR_EXPORT std::uint16_t compute_srdo_signature(const SRDOConfiguration& srdo);
 
 /** CRC-16-CCITT of bytes: polynomial 0x1021, initial value 0, no reflection, no final XOR. */
-[[nodiscard]] std::uint16_t crc16_ccitt(const std::vector<std::uint8_t>& bytes);
+[[nodiscard]] NKR_EXPORT std::uint16_t crc16_ccitt(const std::vector<std::uint8_t>& bytes);
 
 }  // namespace nkr::tavcore
 

@@ -2,6 +2,7 @@
 #define TAVCORE_SAFETYVERIFICATION_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <optional>
@@ -43,7 +44,7 @@ struct SafetyExpectation {
 };
 
 /** What a drive holds, and whether its signatures fit. */
-struct SafetyVerification {
+struct NKR_EXPORT SafetyVerification {
   /** NKR_OK: every object was read. Else the result of the read that failed; nothing below is complete. */
   nkr_error_t result = NKR_OK;
   std::string failed_object;  ///< the object that could not be read, named as in SafetyInputDifference
@@ -65,7 +66,7 @@ struct SafetyVerification {
 };
 
 /** SRDO 1 to 16: those that the drive unit has. */
-[[nodiscard]] std::vector<std::int32_t> all_srdos();
+[[nodiscard]] NKR_EXPORT std::vector<std::int32_t> all_srdos();
 
 /**
  * Reads every safety input and signature from the drive, computes the signatures anew and compares.
@@ -77,9 +78,9 @@ struct SafetyVerification {
  * @param srdos     numbers of the SRDOs to read; an SRDO that the drive lacks is a read that fails
  * @param expected  what the drive should hold; by default only agreement is checked
  */
-[[nodiscard]] SafetyVerification verify_safety(const CANOpenDispatcher& dispatcher,
-                                               const std::vector<std::int32_t>& srdos = all_srdos(),
-                                               const SafetyExpectation& expected = {});
+[[nodiscard]] NKR_EXPORT SafetyVerification
+verify_safety(const CANOpenDispatcher& dispatcher, const std::vector<std::int32_t>& srdos = all_srdos(),
+              const SafetyExpectation& expected = {});
 
 }  // namespace nkr::tavcore
 

@@ -167,7 +167,7 @@ def main():
     expected = [kind.split("::")[-1] for kind in CLIENT_TYPES for _ in range(2)]
     good &= check("client types", types, expected)
     good &= all(check_qualifiers(tavcore / f"{name}.hpp") for name in INTERFACES)
-    bases = re.search(r"class IService : (.*?)\{", (tavcore / "IService.hpp").read_text(), re.S).group(1)
+    bases = re.search(r"class NKR_EXPORT IService : (.*?)\{", (tavcore / "IService.hpp").read_text(), re.S).group(1)
     good &= check("IService bases", re.findall(r"public (\w+)", bases), list(INTERFACES))
     return 0 if good else 1
 

@@ -1,6 +1,8 @@
 #ifndef TAV_DRIVE_RUNNER_HPP
 #define TAV_DRIVE_RUNNER_HPP
 
+#include <nkr/export.h>
+
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <tav/drive/VirtualDrive.hpp>
@@ -13,7 +15,7 @@ namespace tav::drive {
  * On an InProcessBus the drive answers on the sender's own thread, before send() returns; on any other bus a
  * thread of the runner receives. The drive must outlive the runner.
  */
-class Runner {
+class NKR_EXPORT Runner {
  public:
   explicit Runner(VirtualDrive& drive);
   ~Runner();
@@ -28,7 +30,7 @@ class Runner {
   [[nodiscard]] nkr_error_t status() const;
 
  private:
-  struct Impl;
+  struct NKR_HIDDEN Impl;
   std::unique_ptr<Impl> impl_;
 };
 

@@ -1,6 +1,8 @@
 #ifndef TAV_DRIVE_VIRTUALDRIVE_HPP
 #define TAV_DRIVE_VIRTUALDRIVE_HPP
 
+#include <nkr/export.h>
+
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -22,7 +24,7 @@ namespace tav::drive {
  * caused them. It has no clock and no thread of its own, so stepped time is exact; a Runner joins it to a bus
  * in real time. Any thread may call any operation.
  */
-class VirtualDrive {
+class NKR_EXPORT VirtualDrive {
  public:
   /** Takes the frames that the drive sends, in order, never two at once. Must not throw. */
   using Output = std::function<void(const nkr::can::Frame&)>;
@@ -89,7 +91,7 @@ class VirtualDrive {
   [[nodiscard]] std::uint8_t node_id() const;
 
  private:
-  struct Impl;
+  struct NKR_HIDDEN Impl;
   explicit VirtualDrive(std::unique_ptr<Impl> impl);
   std::unique_ptr<Impl> impl_;
 };

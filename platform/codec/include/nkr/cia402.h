@@ -5,6 +5,7 @@
 #define NKR_CIA402_H
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -44,10 +45,11 @@ typedef struct nkr_cia402_control_word {
 } nkr_cia402_control_word_t;
 
 /** Splits a status word into its flags. NKR_OK, or NKR_ERROR when `out` is null. */
-nkr_error_t nkr_cia402_decode_status_word(uint16_t statusWord, nkr_cia402_status_word_t* out);
+NKR_EXPORT nkr_error_t nkr_cia402_decode_status_word(uint16_t statusWord, nkr_cia402_status_word_t* out);
 
 /** Builds the control word of a command; all other bits are 0. NKR_ERROR when a pointer is null. */
-nkr_error_t nkr_cia402_encode_control_word(const nkr_cia402_control_word_t* command, uint16_t* out);
+NKR_EXPORT nkr_error_t nkr_cia402_encode_control_word(const nkr_cia402_control_word_t* command,
+                                                      uint16_t* out);
 
 #ifdef __cplusplus
 }

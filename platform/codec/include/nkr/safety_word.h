@@ -10,6 +10,7 @@
 #define NKR_SAFETY_WORD_H
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -17,14 +18,14 @@ extern "C" {
 #endif
 
 /** Code of each function's command object, by function number. */
-extern const uint32_t nkr_safety_word_fct_to_dico_cmd[18];
+NKR_EXPORT extern const uint32_t nkr_safety_word_fct_to_dico_cmd[18];
 /** Code of each function's status object, by function number. */
-extern const uint32_t nkr_safety_word_fct_to_dico_status[18];
+NKR_EXPORT extern const uint32_t nkr_safety_word_fct_to_dico_status[18];
 
 /** The function whose command object has this code. NKR_ERROR: the code is unknown or the output null. */
-nkr_error_t nkr_safety_word_command_get_fct(uint32_t code, int32_t* function);
+NKR_EXPORT nkr_error_t nkr_safety_word_command_get_fct(uint32_t code, int32_t* function);
 /** The function whose status object has this code. NKR_OK; NKR_ERROR for an unknown code or a null output. */
-nkr_error_t nkr_safety_word_status_get_fct(uint32_t code, int32_t* function);
+NKR_EXPORT nkr_error_t nkr_safety_word_status_get_fct(uint32_t code, int32_t* function);
 
 #ifdef __cplusplus
 }

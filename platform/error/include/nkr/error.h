@@ -8,6 +8,7 @@
 #ifndef NKR_ERROR_H
 #define NKR_ERROR_H
 
+#include <nkr/export.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -71,7 +72,7 @@ typedef int32_t nkr_error_t;
  * A sentence in English for a result code; never null, static storage, any thread.
  * Unknown codes get a sentence of their range (an abort code of the device's own, say).
  */
-const char* nkr_error_text(nkr_error_t code);
+NKR_EXPORT const char* nkr_error_text(nkr_error_t code);
 
 #ifdef __cplusplus
 }

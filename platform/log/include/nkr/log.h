@@ -12,6 +12,7 @@
 #define NKR_LOG_H
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 #include <nkr/log_setup.h>
 #include <stdint.h>
 
@@ -29,33 +30,33 @@ extern "C" {
 typedef struct nkr_log_msg nkr_log_msg_t;
 
 /** 1 when messages are to be built, anything else when not. */
-nkr_error_t nkr_log_is_enabled(void);
+NKR_EXPORT nkr_error_t nkr_log_is_enabled(void);
 
 /** A buffer for one message, or null when none is to be had. Give it back with nkr_log_msg_free_buffer(). */
-nkr_log_msg_t* nkr_log_msg_get_new_buffer(void);
+NKR_EXPORT nkr_log_msg_t* nkr_log_msg_get_new_buffer(void);
 
 /** Begins a message: the buffer is empty afterwards. */
-nkr_error_t nkr_log_msg_encode_begin(nkr_log_msg_t* buffer);
+NKR_EXPORT nkr_error_t nkr_log_msg_encode_begin(nkr_log_msg_t* buffer);
 
 /** The message's context (of the caller's choosing) and its level. */
-nkr_error_t nkr_log_msg_encode_header(nkr_log_msg_t* buffer, uint32_t context, uint32_t level);
+NKR_EXPORT nkr_error_t nkr_log_msg_encode_header(nkr_log_msg_t* buffer, uint32_t context, uint32_t level);
 
 /** One text field, copied. A null text fails; a text that leaves no room for more is cut and ends in "...".
  */
-nkr_error_t nkr_log_msg_encode_str(nkr_log_msg_t* buffer, const char* text);
+NKR_EXPORT nkr_error_t nkr_log_msg_encode_str(nkr_log_msg_t* buffer, const char* text);
 
 /** One unsigned number. */
-nkr_error_t nkr_log_msg_encode_uint(nkr_log_msg_t* buffer, uint32_t number);
+NKR_EXPORT nkr_error_t nkr_log_msg_encode_uint(nkr_log_msg_t* buffer, uint32_t number);
 
 /** Ends the message: it can be sent. */
-nkr_error_t nkr_log_msg_encode_end(nkr_log_msg_t* buffer);
+NKR_EXPORT nkr_error_t nkr_log_msg_encode_end(nkr_log_msg_t* buffer);
 
 /** Hands an ended message to the sinks whose filter lets the level pass. A failing sink is no failure of the
  * call. */
-nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* buffer);
+NKR_EXPORT nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* buffer);
 
 /** Gives a buffer back; null is allowed. */
-void nkr_log_msg_free_buffer(nkr_log_msg_t* buffer);
+NKR_EXPORT void nkr_log_msg_free_buffer(nkr_log_msg_t* buffer);
 
 #ifdef __cplusplus
 }

@@ -8,6 +8,7 @@
 #ifndef NKR_LOG_DECODE_H
 #define NKR_LOG_DECODE_H
 
+#include <nkr/export.h>
 #include <nkr/log.h>
 
 #ifdef __cplusplus
@@ -37,13 +38,14 @@ typedef struct nkr_log_field {
  * Begins to read a message and checks the whole of it.
  * @return NKR_ERROR when the bytes are not one complete message
  */
-nkr_error_t nkr_log_read_begin(nkr_log_reader_t* reader, const uint8_t* encoded, size_t encoded_size);
+NKR_EXPORT nkr_error_t nkr_log_read_begin(nkr_log_reader_t* reader, const uint8_t* encoded,
+                                          size_t encoded_size);
 
 /** The next field. NKR_NOT_AVAILABLE after the last one, NKR_ERROR when the bytes are malformed. */
-nkr_error_t nkr_log_read_next(nkr_log_reader_t* reader, nkr_log_field_t* field);
+NKR_EXPORT nkr_error_t nkr_log_read_next(nkr_log_reader_t* reader, nkr_log_field_t* field);
 
 /** The bytes of an ended message; null, and size 0, when the message was not ended. */
-const uint8_t* nkr_log_msg_encoded(const nkr_log_msg_t* message, size_t* size);
+NKR_EXPORT const uint8_t* nkr_log_msg_encoded(const nkr_log_msg_t* message, size_t* size);
 
 #ifdef __cplusplus
 }

@@ -13,6 +13,7 @@
 #define NKR_LOG_SETUP_H
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 #include <stddef.h>
 #include <stdint.h>
 
@@ -36,10 +37,10 @@ typedef struct nkr_log_record {
 typedef void (*nkr_log_callback_t)(void* user, const nkr_log_record_t* record);
 
 /** Switches logging on (any value but 0) or off. Without a sink no messages are built either way. */
-void nkr_log_set_enabled(int on);
+NKR_EXPORT void nkr_log_set_enabled(int on);
 
 /** Messages of a level above this one are dropped for every sink; NKR_LOG_TRACE at the start. */
-void nkr_log_set_level(uint32_t level);
+NKR_EXPORT void nkr_log_set_level(uint32_t level);
 
 /** @name Adding a sink
  * @param level  the sink takes messages up to this level
@@ -48,14 +49,14 @@ void nkr_log_set_level(uint32_t level);
  * @{ */
 
 /** Standard error: one line a message, coloured on a terminal (not when NO_COLOR is set). */
-nkr_error_t nkr_log_add_stderr(uint32_t level, nkr_log_sink_t* sink);
+NKR_EXPORT nkr_error_t nkr_log_add_stderr(uint32_t level, nkr_log_sink_t* sink);
 
 /**
  * A function of the program's own. Calls of one callback never overlap; after nkr_log_remove_sink() it is not
  * called again. A call that does not return holds up nobody but its own thread: others give up after 100 ms.
  */
-nkr_error_t nkr_log_add_callback(nkr_log_callback_t callback, void* user, uint32_t level,
-                                 nkr_log_sink_t* sink);
+NKR_EXPORT nkr_error_t nkr_log_add_callback(nkr_log_callback_t callback, void* user, uint32_t level,
+                                            nkr_log_sink_t* sink);
 
 /**
  * A file, appended to, one line a message.
@@ -63,26 +64,26 @@ nkr_error_t nkr_log_add_callback(nkr_log_callback_t callback, void* user, uint32
  * @param kept       how many renamed files are kept; with 0 a full file is emptied
  * @return NKR_NOT_AVAILABLE when the file cannot be opened
  */
-nkr_error_t nkr_log_add_file(const char* path, uint64_t max_bytes, uint32_t kept, uint32_t level,
-                             nkr_log_sink_t* sink);
+NKR_EXPORT nkr_error_t nkr_log_add_file(const char* path, uint64_t max_bytes, uint32_t kept, uint32_t level,
+                                        nkr_log_sink_t* sink);
 
 /**
  * The system log (syslog or journal, /dev/log), facility "user".
  * @param ident  the name before each message
  * @return NKR_NOT_AVAILABLE when no system log listens
  */
-nkr_error_t nkr_log_add_syslog(const char* ident, uint32_t level, nkr_log_sink_t* sink);
+NKR_EXPORT nkr_error_t nkr_log_add_syslog(const char* ident, uint32_t level, nkr_log_sink_t* sink);
 
 /** @} */
 
 /** Removes a sink and waits for a call of it that is under way. NKR_NOT_AVAILABLE when there is none. */
-nkr_error_t nkr_log_remove_sink(nkr_log_sink_t sink);
+NKR_EXPORT nkr_error_t nkr_log_remove_sink(nkr_log_sink_t sink);
 
 /** Removes every sink. */
-void nkr_log_remove_all_sinks(void);
+NKR_EXPORT void nkr_log_remove_all_sinks(void);
 
 /** How many times a sink has lost a message since the program started. */
-uint64_t nkr_log_dropped(void);
+NKR_EXPORT uint64_t nkr_log_dropped(void);
 
 #ifdef __cplusplus
 }

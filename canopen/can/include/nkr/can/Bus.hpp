@@ -2,6 +2,7 @@
 #define NKR_CAN_BUS_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <chrono>
 #include <cstdint>
@@ -17,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 /** The end of a wait that begins now. It is fixed when it is first asked for: what is there at once costs no
  * look at the clock. */
-class Deadline {
+class NKR_EXPORT Deadline {
  public:
   explicit Deadline(Clock::duration wait) : wait_(wait) {}
   Clock::time_point time() {
@@ -43,13 +44,13 @@ struct Filter {
 };
 
 /** Whether one of the filters lets the frame pass; no filters let everything pass. */
-[[nodiscard]] bool passes(const std::vector<Filter>& filters, const Frame& frame);
+[[nodiscard]] NKR_EXPORT bool passes(const std::vector<Filter>& filters, const Frame& frame);
 
 /** The fault confinement state of the CAN controller (ISO 11898-1), or that there is no controller to ask. */
 enum class BusState { error_active, error_warning, error_passive, bus_off, interface_gone };
 
 /** The state as people say it: "error active", "bus off", "interface gone" ... */
-[[nodiscard]] const char* to_string(BusState state);
+[[nodiscard]] NKR_EXPORT const char* to_string(BusState state);
 
 /** What a port knows of its bus. */
 struct BusStatus {
@@ -68,7 +69,7 @@ struct BusStatus {
  * Any thread may call any operation. A port receives what its filters let pass (none given: everything); it
  * does not receive what it sent itself.
  */
-class Port {
+class NKR_EXPORT Port {
  public:
   virtual ~Port() = default;
   Port() = default;
@@ -109,7 +110,7 @@ class Port {
 };
 
 /** A CAN bus: the place where ports are opened. */
-class Bus {
+class NKR_EXPORT Bus {
  public:
   virtual ~Bus() = default;
   Bus() = default;
@@ -128,7 +129,7 @@ class Bus {
  * and every handler has run, when send() returns; send() never waits. Queues get the frame before handlers.
  * A port keeps up to 16,384 frames; what comes after is dropped and counted. Ports keep the bus alive.
  */
-class InProcessBus : public Bus {
+class NKR_EXPORT InProcessBus : public Bus {
  public:
   using Handler = std::function<void(const Frame&)>;
 
@@ -156,8 +157,8 @@ class InProcessBus : public Bus {
   void set_state(BusState state);
 
  private:
-  struct State;
-  class MemberPort;
+  struct NKR_HIDDEN State;
+  class NKR_HIDDEN MemberPort;
   std::shared_ptr<State> state_;
 };
 

@@ -1,6 +1,8 @@
 #ifndef NKR_CAN_FRAME_HPP
 #define NKR_CAN_FRAME_HPP
 
+#include <nkr/export.h>
+
 #include <array>
 #include <cstdint>
 #include <initializer_list>
@@ -11,7 +13,7 @@
 namespace nkr::can {
 
 /** One classical CAN frame (ISO 11898-1). */
-struct Frame {
+struct NKR_EXPORT Frame {
   std::uint32_t id = 0;   ///< 11-bit identifier, or 29-bit when `extended`
   bool extended = false;  ///< 29-bit identifier
   bool remote = false;    ///< remote transmission request: no data
@@ -31,13 +33,13 @@ struct Frame {
 };
 
 /** The frame as candump writes it: "60A#4018100100000000", "123#R", "123#R2", "12345678#". */
-[[nodiscard]] std::string to_string(const Frame& frame);
+[[nodiscard]] NKR_EXPORT std::string to_string(const Frame& frame);
 
 /**
  * Reads what to_string writes, and what people type: lower-case digits, and dots between bytes.
  * @return empty when the text is no classical CAN frame
  */
-[[nodiscard]] std::optional<Frame> parse_frame(std::string_view text);
+[[nodiscard]] NKR_EXPORT std::optional<Frame> parse_frame(std::string_view text);
 
 }  // namespace nkr::can
 

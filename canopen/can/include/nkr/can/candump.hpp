@@ -1,6 +1,8 @@
 #ifndef NKR_CAN_CANDUMP_HPP
 #define NKR_CAN_CANDUMP_HPP
 
+#include <nkr/export.h>
+
 #include <chrono>
 #include <nkr/can/Frame.hpp>
 #include <optional>
@@ -18,10 +20,10 @@ struct LogLine {
 
 /** "(1436509052.249713) vcan0 60A#4018100100000000", without an end of line; blanks in the name become '_'.
  */
-[[nodiscard]] std::string to_string(const LogLine& line);
+[[nodiscard]] NKR_EXPORT std::string to_string(const LogLine& line);
 
 /** Reads such a line, also with a direction behind it; empty when it is none. */
-[[nodiscard]] std::optional<LogLine> parse_log_line(std::string_view text);
+[[nodiscard]] NKR_EXPORT std::optional<LogLine> parse_log_line(std::string_view text);
 
 }  // namespace nkr::can
 

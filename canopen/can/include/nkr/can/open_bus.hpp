@@ -2,6 +2,7 @@
 #define NKR_CAN_OPEN_BUS_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <memory>
 #include <nkr/can/Bus.hpp>
@@ -18,19 +19,20 @@ namespace nkr::can {
  * @param explanation empty on success, else what is wrong and the command that helps
  * @return null on failure
  */
-std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result, std::string& explanation);
+NKR_EXPORT std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result,
+                                         std::string& explanation);
 
 /**
  * The same bus without a look whether it is there: a client on it works as soon as the interface comes.
  * Opening its ports says what open_bus would.
  */
-std::shared_ptr<Bus> make_bus(const std::string& name);
+NKR_EXPORT std::shared_ptr<Bus> make_bus(const std::string& name);
 
 /**
  * What a user can do about a bus that answers `code` (NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE,
  * NKR_CAN_TX_OVERFLOW ...), in one sentence with the command that helps; empty when there is nothing to say.
  */
-[[nodiscard]] std::string bus_advice(const std::string& bus_name, nkr_error_t code);
+[[nodiscard]] NKR_EXPORT std::string bus_advice(const std::string& bus_name, nkr_error_t code);
 
 }  // namespace nkr::can
 

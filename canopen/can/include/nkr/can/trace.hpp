@@ -1,6 +1,8 @@
 #ifndef NKR_CAN_TRACE_HPP
 #define NKR_CAN_TRACE_HPP
 
+#include <nkr/export.h>
+
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -37,7 +39,7 @@ using FrameObserver = std::function<void(const TracedFrame&)>;
  * frame is shown before it is sent, so that no answer is seen before its request. A bus that nobody observes
  * is used without this one, at no cost.
  */
-class TracingBus : public Bus {
+class NKR_EXPORT TracingBus : public Bus {
  public:
   TracingBus(std::shared_ptr<Bus> bus, FrameObserver observer);
 
@@ -51,7 +53,7 @@ class TracingBus : public Bus {
 
 /** The last frames, for the time after something went wrong. Any thread may call; recording allocates
  * nothing. */
-class FrameHistory {
+class NKR_EXPORT FrameHistory {
  public:
   static constexpr std::size_t kDefaultCapacity = 4096;
   explicit FrameHistory(std::size_t capacity = kDefaultCapacity);

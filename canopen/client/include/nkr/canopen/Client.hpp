@@ -1,6 +1,8 @@
 #ifndef NKR_CANOPEN_CLIENT_HPP
 #define NKR_CANOPEN_CLIENT_HPP
 
+#include <nkr/export.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -35,7 +37,7 @@ namespace nkr::canopen {
  * answer came or the grace time passed: a late answer is never taken for that of another request. The client
  * sends no download twice on its own.
  */
-class Client final : public canopencore::IService {
+class NKR_EXPORT Client final : public canopencore::IService {
  public:
   using Duration = std::chrono::milliseconds;
 
@@ -217,7 +219,7 @@ class Client final : public canopencore::IService {
   /** @} */
 
  private:
-  class Core;
+  class NKR_HIDDEN Core;
   std::unique_ptr<Core> core_;
 };
 

@@ -1,6 +1,8 @@
 #ifndef NKR_CANOPEN_EMERGENCY_HPP
 #define NKR_CANOPEN_EMERGENCY_HPP
 
+#include <nkr/export.h>
+
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -25,13 +27,13 @@ struct Emergency {
  * What an error code means: the text of the code itself where CiA 301 or CiA 402 define it, else that of the
  * narrowest class it belongs to. Never empty.
  */
-[[nodiscard]] std::string emergency_text(std::uint16_t code);
+[[nodiscard]] NKR_EXPORT std::string emergency_text(std::uint16_t code);
 
 /** The names of the bits that are set in an error register (object 1001h), from bit 0. */
-[[nodiscard]] std::vector<std::string> error_register_names(std::uint8_t error_register);
+[[nodiscard]] NKR_EXPORT std::vector<std::string> error_register_names(std::uint8_t error_register);
 
 /** One line: node, code, meaning, error register and the maker's bytes. */
-[[nodiscard]] std::string to_string(const Emergency& emergency);
+[[nodiscard]] NKR_EXPORT std::string to_string(const Emergency& emergency);
 
 }  // namespace nkr::canopen
 

@@ -2,6 +2,7 @@
 #define NKR_CANOPEN_EVENT_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <functional>
@@ -37,7 +38,7 @@ struct Event {
 };
 
 /** What the kind is called: "heartbeat lost" ... */
-[[nodiscard]] const char* to_string(Event::Kind kind);
+[[nodiscard]] NKR_EXPORT const char* to_string(Event::Kind kind);
 
 using EventHandler = std::function<void(const Event&)>;
 

@@ -2,6 +2,7 @@
 #define NKR_CANOPEN_REQUESTFAILURE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <chrono>
 #include <cstdint>
@@ -55,10 +56,10 @@ struct RequestFailure {
 };
 
 /** The cause in a sentence that says what to look at. */
-[[nodiscard]] const char* to_string(FailureCause cause);
+[[nodiscard]] NKR_EXPORT const char* to_string(FailureCause cause);
 
 /** The whole failure in a few sentences. */
-[[nodiscard]] std::string to_string(const RequestFailure& failure);
+[[nodiscard]] NKR_EXPORT std::string to_string(const RequestFailure& failure);
 
 /** Gives an object its name (by the node's EDS, say); empty when it has none. Called without any lock. */
 using ObjectNameResolver = std::function<std::string(std::uint8_t node, std::uint32_t address)>;

@@ -1,6 +1,8 @@
 #ifndef NKR_CANOPEN_SDOTIMEOUTSCOPE_HPP
 #define NKR_CANOPEN_SDOTIMEOUTSCOPE_HPP
 
+#include <nkr/export.h>
+
 #include <chrono>
 
 namespace nkr::canopen {
@@ -9,7 +11,7 @@ namespace nkr::canopen {
  * While it lives, every SDO request of the thread that created it waits this long for its answers, whatever
  * client, node and object say. Scopes nest; the innermost holds. Create and destroy it on one thread.
  */
-class SdoTimeoutScope {
+class NKR_EXPORT SdoTimeoutScope {
  public:
   explicit SdoTimeoutScope(std::chrono::milliseconds timeout);
   ~SdoTimeoutScope();

@@ -2,6 +2,7 @@
 #define NKR_CANOPENCORE_ISERVICE_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <cstdint>
 #include <nkr/canopencore/NMT.hpp>
@@ -23,7 +24,7 @@ namespace nkr::canopencore {
  * answers NKR_OK, an SDO abort code or a code of the client's own (see nkr/error.h). What an output holds
  * after a failure is the client's affair.
  */
-class IService {
+class NKR_EXPORT IService {
  public:
   virtual ~IService() = default;
 

@@ -1,6 +1,8 @@
 #ifndef NKR_TOOLS_DCFDOCUMENT_HPP
 #define NKR_TOOLS_DCFDOCUMENT_HPP
 
+#include <nkr/export.h>
+
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -18,7 +20,7 @@ namespace nkr::tools {
  * Sections and keys are named without case; the first of two equal ones holds. Texts are UTF-8 here, whatever
  * the file holds. A copy is a document of its own.
  */
-class DCFDocument {
+class NKR_EXPORT DCFDocument {
  public:
   DCFDocument();
   ~DCFDocument();
@@ -60,7 +62,7 @@ class DCFDocument {
   bool setCommissioning(std::string_view key, std::string_view value);
 
  private:
-  struct Content;
+  struct NKR_HIDDEN Content;
   std::unique_ptr<Content> content_;
 };
 

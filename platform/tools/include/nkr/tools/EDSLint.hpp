@@ -1,6 +1,8 @@
 #ifndef NKR_TOOLS_EDSLINT_HPP
 #define NKR_TOOLS_EDSLINT_HPP
 
+#include <nkr/export.h>
+
 #include <iosfwd>
 #include <nkr/tools/Diagnostic.hpp>
 #include <vector>
@@ -15,7 +17,7 @@ struct LintResult {
 };
 
 /** Checks an EDS or DCF against CiA 306 and what a host needs of it. Opens no other file. */
-[[nodiscard]] LintResult lint_description(std::istream& stream);
+[[nodiscard]] NKR_EXPORT LintResult lint_description(std::istream& stream);
 
 }  // namespace nkr::tools
 

@@ -1,6 +1,8 @@
 #ifndef NKR_TOOLS_EDSPARSER_HPP
 #define NKR_TOOLS_EDSPARSER_HPP
 
+#include <nkr/export.h>
+
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -23,7 +25,7 @@ class Diagnostics;
  * read. Names are compared exactly; the first object in index order keeps a name that stands twice. Not to be
  * parsed into while another thread looks things up; look-ups alone may run at once.
  */
-class EDSParser {
+class NKR_EXPORT EDSParser {
  public:
   EDSParser();
   ~EDSParser();
@@ -54,7 +56,7 @@ class EDSParser {
   [[nodiscard]] const std::vector<Diagnostic>& diagnostics() const;
 
  private:
-  struct Content;
+  struct NKR_HIDDEN Content;
   static bool read(std::istream& stream, Content& content, Diagnostics& diagnostics);
 
   std::unique_ptr<Content> content_;

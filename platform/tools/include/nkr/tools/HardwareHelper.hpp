@@ -2,6 +2,7 @@
 #define NKR_TOOLS_HARDWAREHELPER_HPP
 
 #include <nkr/error.h>
+#include <nkr/export.h>
 
 #include <memory>
 #include <string>
@@ -14,7 +15,7 @@ namespace nkr::tools {
  * The key "HWConfigurationEntry" of section "default" names the section that holds the members. A member that
  * is absent or of another type, an unreadable file and a missing section answer NKR_NOT_AVAILABLE.
  */
-class HardwareHelper {
+class NKR_EXPORT HardwareHelper {
  public:
   /** @param contextId  the caller's log context; nothing is logged here, results say all */
   explicit HardwareHelper(unsigned int contextId);
@@ -39,7 +40,7 @@ class HardwareHelper {
   nkr_error_t checkHWCompatibility(const std::string& entry, unsigned int hwVersion, bool& compatible);
 
  private:
-  struct Content;
+  struct NKR_HIDDEN Content;
   std::unique_ptr<Content> content_;
 };
 

@@ -1,6 +1,8 @@
 #ifndef NKR_TOOLS_INIPARSER_HPP
 #define NKR_TOOLS_INIPARSER_HPP
 
+#include <nkr/export.h>
+
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -13,7 +15,7 @@ namespace nkr::tools {
  * section "". Section and key names are compared exactly. The first of two equal keys holds. A line that is
  * none of these fails the reading. Any thread may look up, also while another parses.
  */
-class INIParserClass {
+class NKR_EXPORT INIParserClass {
  public:
   INIParserClass();
   ~INIParserClass();
@@ -37,12 +39,12 @@ class INIParserClass {
   [[nodiscard]] bool hasSection(const std::string& section) const;
 
  private:
-  struct Content;
+  struct NKR_HIDDEN Content;
   std::unique_ptr<Content> content_;
 };
 
 /** The process-wide reader. */
-class INIParser {
+class NKR_EXPORT INIParser {
  public:
   static INIParserClass& instance();
 };

@@ -1,6 +1,8 @@
 #ifndef NKR_TOOLS_OBJECTENTRY_HPP
 #define NKR_TOOLS_OBJECTENTRY_HPP
 
+#include <nkr/export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -66,7 +68,7 @@ enum class DataType : std::uint16_t {
 }
 
 /** Index and subindex of an object. */
-class ObjectID {
+class NKR_EXPORT ObjectID {
  public:
   constexpr ObjectID() = default;
   constexpr ObjectID(std::uint16_t index, std::uint8_t subindex)
@@ -98,7 +100,7 @@ enum class AccessType : std::uint8_t { UNKNOWN, RO, WO, RW, RWR, RWW, CONST };
 }
 
 /** One addressable object of a device description (CiA 306): a VAR, or a sub-entry of an array or record. */
-class ObjectEntry {
+class NKR_EXPORT ObjectEntry {
  public:
   /** What a description file says of an object. Texts are kept as they stand in the file. */
   struct Description {
