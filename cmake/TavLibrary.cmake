@@ -1,11 +1,13 @@
 # One library of this project: its folder holds include/ and src/, its alias is tavcore::NAME.
 #
-#   tav_library(NAME [INTERFACE] [SOURCES file...] [LINKS target...] [PRIVATE_LINKS target...] [INCLUDE dir])
+#   tav_library(NAME [INTERFACE|STATIC] [EXPORT_NAME name] [SOURCES file...] [LINKS target...] [PRIVATE_LINKS target...]
+#     [INCLUDE dir])
 #
+# STATIC: never shared. EXPORT_NAME: what users call it, tavcore::EXPORT_NAME, when that is not NAME.
 # Include rules between libraries follow from LINKS: a header that is not linked is not found.
 function(tav_library name)
   set(exports_of_shared_libraries "${PROJECT_SOURCE_DIR}/cmake/exports.map")
-  cmake_parse_arguments(PARSE_ARGV 1 arg "INTERFACE" "INCLUDE" "SOURCES;LINKS;PRIVATE_LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "INTERFACE;STATIC" "INCLUDE;EXPORT_NAME" "SOURCES;LINKS;PRIVATE_LINKS")
   if(NOT arg_INCLUDE)
     set(arg_INCLUDE "${CMAKE_CURRENT_SOURCE_DIR}/include")
   endif()
@@ -13,7 +15,11 @@ function(tav_library name)
     add_library(${name} INTERFACE)
     set(scope INTERFACE)
   else()
-    add_library(${name} ${arg_SOURCES})
+    if(arg_STATIC)
+      add_library(${name} STATIC ${arg_SOURCES})
+    else()
+      add_library(${name} ${arg_SOURCES})
+    endif()
     set(scope PUBLIC)
     set_target_properties(${name} PROPERTIES
       CXX_EXTENSIONS OFF
@@ -28,7 +34,11 @@ function(tav_library name)
     target_link_options(${name} PRIVATE "LINKER:--version-script=${exports_of_shared_libraries}")
     target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS})
   endif()
-  add_library(tavcore::${name} ALIAS ${name})
+  if(NOT arg_EXPORT_NAME)
+    set(arg_EXPORT_NAME ${name})
+  endif()
+  set_target_properties(${name} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
+  add_library(tavcore::${arg_EXPORT_NAME} ALIAS ${name})
   target_compile_features(${name} ${scope} cxx_std_17)
   target_include_directories(${name} ${scope}
     "$<BUILD_INTERFACE:${arg_INCLUDE}>"

@@ -12,6 +12,8 @@ FOLDERS = {
     "platform/canopencore": "nkr-canopencore",
     "include/tavcore": "tavcore",
     "src": "tavcore",
+    "testing/doubles": "tavcore-testing",
+    "testing/log": "tavcore-testing-log",
     "canopen/can": "nkr-can",
     "canopen/client": "nkr-canopen",
     "drive": "tav-drive",
@@ -19,13 +21,15 @@ FOLDERS = {
 
 # What a header's name says of its target; the first match counts.
 HEADERS = (
-    (r"nkr/error\.h", "nkr-error"),
+    (r"nkr/(error|export)\.h", "nkr-error"),
     (r"nkr/log(_\w+)?\.h", "nkrLog"),
     (r"nkr/tools/.+", "nkr-tools"),
     (r"nkr/(cia402|safety_word)\.h", "nkr-codec"),
     (r"nkr/(canopencore|canopenservice)/.+", "nkr-canopencore"),
     (r"nkr/can/.+", "nkr-can"),
     (r"nkr/canopen/.+", "nkr-canopen"),
+    (r"tavcore/testing/RecordingLog\.hpp", "tavcore-testing-log"),
+    (r"tavcore/testing/.+", "tavcore-testing"),
     (r"tavcore/.+", "tavcore"),
     (r"tav/drive/.+", "tav-drive"),
 )
@@ -37,6 +41,8 @@ MAY_INCLUDE = {
     "nkr-codec": {"nkr-error"},
     "nkr-canopencore": {"nkr-error"},
     "tavcore": {"nkr-error", "nkrLog", "nkr-tools", "nkr-codec", "nkr-canopencore"},
+    "tavcore-testing": {"tavcore", "nkr-canopencore", "nkr-error"},
+    "tavcore-testing-log": {"tavcore-testing", "nkrLog", "nkr-error"},
     "nkr-can": {"nkr-error"},
     "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error"},
     "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},

@@ -9,8 +9,7 @@
 #include <tavcore/Controller.hpp>
 
 #include "ConfigText.hpp"
-#include "FakeDispatcher.hpp"
-#include "RecordingLog.hpp"
+#include "Doubles.hpp"
 #include "TemporaryFile.hpp"
 
 namespace tavtest {

@@ -8,8 +8,8 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 
 #include "ConfigText.hpp"
+#include "Doubles.hpp"
 #include "EdsFixture.hpp"
-#include "RecordingClient.hpp"
 #include "TemporaryFile.hpp"
 
 namespace tavtest {

@@ -14,9 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "Doubles.hpp"
 #include "EdsFixture.hpp"
-#include "RecordingClient.hpp"
-#include "RecordingLog.hpp"
 
 namespace tavtest {
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "DispatcherBench.hpp"
+#include "Doubles.hpp"
 #include "Operation.hpp"
-#include "RecordingLog.hpp"
 
 namespace tavtest {
 

@@ -3,7 +3,7 @@
 
 #include <nkr/error.h>
 
-#include <support/RecordingClient.hpp>
+#include <support/Doubles.hpp>
 #include <vector>
 
 namespace tavtest {

@@ -2,7 +2,7 @@
 #define TESTS_SYSTEM_WATCHEDCLIENT_HPP
 
 #include <nkr/canopen/Client.hpp>
-#include <support/RecordingClient.hpp>
+#include <support/Doubles.hpp>
 #include <vector>
 
 namespace tavtest {

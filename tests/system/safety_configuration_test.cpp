@@ -8,7 +8,7 @@
 #include <nkr/canopen/Client.hpp>
 #include <random>
 #include <string>
-#include <support/RecordingLog.hpp>
+#include <support/Doubles.hpp>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
 #include <tavcore/CANOpenDispatcher.hpp>

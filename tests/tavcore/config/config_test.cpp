@@ -4,7 +4,7 @@
 #include <tavcore/Config.hpp>
 
 #include "support/ConfigText.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 #include "support/TemporaryFile.hpp"
 
 namespace {

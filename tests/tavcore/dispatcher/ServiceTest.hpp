@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 #include <support/DispatcherBench.hpp>
-#include <support/RecordingLog.hpp>
+#include <support/Doubles.hpp>
 #include <vector>
 
 #include "operations.hpp"

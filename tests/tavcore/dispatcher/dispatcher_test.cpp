@@ -3,7 +3,7 @@
 
 #include <clocale>
 #include <support/DispatcherBench.hpp>
-#include <support/RecordingLog.hpp>
+#include <support/Doubles.hpp>
 
 #include "operations.hpp"
 

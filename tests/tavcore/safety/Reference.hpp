@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace tavtest {
 

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

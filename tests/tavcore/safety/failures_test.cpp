@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "Reference.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <tavcore/SafetyWordTables.hpp>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

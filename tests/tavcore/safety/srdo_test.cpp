@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

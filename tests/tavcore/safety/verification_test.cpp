@@ -7,7 +7,7 @@
 #include <tavcore/SafetyVerification.hpp>
 
 #include "SafetyBench.hpp"
-#include "support/RecordingLog.hpp"
+#include "support/Doubles.hpp"
 
 namespace {
 

@@ -1,11 +1,10 @@
-#include "RecordingLog.hpp"
-
-#include <gtest/gtest.h>
 #include <nkr/log.h>
 
 #include <mutex>
 #include <string>
-#include <variant>
+#include <tavcore/testing/Complaint.hpp>
+#include <tavcore/testing/RecordingLog.hpp>
+#include <utility>
 
 struct nkr_log_msg {
   struct Field {
@@ -20,7 +19,7 @@ struct nkr_log_msg {
   std::vector<Field> fields;
 };
 
-namespace tavtest {
+namespace tav::doubles {
 namespace {
 
 struct State {
@@ -41,6 +40,10 @@ State& state() {
   return instance;
 }
 
+void expect(bool holds, const char* what) {
+  if (!holds) complain(std::string("not so: ") + what);
+}
+
 bool fails(LogStep step, int nth = 1) {
   return state().failing == step && nth >= state().failing_from;
 }
@@ -55,10 +58,10 @@ nkr_error_t encoded(LogStep step, int nth = 1) {
 LogEntry entry_of(const nkr_log_msg& message) {
   LogEntry entry;
   const auto& fields = message.fields;
-  EXPECT_TRUE(message.begun && message.ended && message.header) << "a record must be begun, headed and ended";
+  expect(message.begun && message.ended && message.header, "a record must be begun, headed and ended");
   const bool laid_out = (fields.size() == 3 || fields.size() == 4) && !fields[0].is_number &&
                         fields[1].is_number && !fields[2].is_number && !fields.back().is_number;
-  EXPECT_TRUE(laid_out) << "a record is function, line, class if any, text";
+  expect(laid_out, "a record is function, line, class if any, text");
   if (!laid_out || !message.header) return entry;
   entry.context = message.header->first;
   entry.level = message.header->second;
@@ -84,7 +87,7 @@ std::vector<std::string> lines_of(const std::vector<LogEntry>& records) {
 
 RecordingLog::RecordingLog() {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  EXPECT_FALSE(state().alive) << "one recording log at a time";
+  expect(!state().alive, "one recording log at a time");
   State& fresh = state();
   fresh.alive = true;
   fresh.enabled = NKR_OK;
@@ -95,7 +98,7 @@ RecordingLog::RecordingLog() {
 
 RecordingLog::~RecordingLog() {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  EXPECT_EQ(state().given, state().freed) << "every buffer is given back";
+  expect(state().given == state().freed, "every buffer is given back");
   state().alive = false;
 }
 
@@ -143,11 +146,12 @@ int RecordingLog::encoding_calls() const {
   return state().encodings;
 }
 
-}  // namespace tavtest
+}  // namespace tav::doubles
 
-using tavtest::encoded;
-using tavtest::LogStep;
-using tavtest::state;
+using tav::doubles::encoded;
+using tav::doubles::expect;
+using tav::doubles::LogStep;
+using tav::doubles::state;
 
 nkr_error_t nkr_log_is_enabled(void) {
   const std::lock_guard<std::mutex> lock(state().mutex);
@@ -157,7 +161,7 @@ nkr_error_t nkr_log_is_enabled(void) {
 
 nkr_log_msg_t* nkr_log_msg_get_new_buffer(void) {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  if (tavtest::fails(LogStep::BUFFER)) return nullptr;
+  if (tav::doubles::fails(LogStep::BUFFER)) return nullptr;
   ++state().given;
   return new nkr_log_msg;
 }
@@ -190,9 +194,9 @@ nkr_error_t nkr_log_msg_encode_end(nkr_log_msg_t* buffer) {
 nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* buffer) {
   const nkr_error_t result = encoded(LogStep::SEND);
   if (result != NKR_OK) return result;
-  const tavtest::LogEntry entry = tavtest::entry_of(*buffer);
-  EXPECT_EQ(entry.context, context) << "header and sending name the same context";
-  EXPECT_EQ(entry.level, level) << "header and sending name the same level";
+  const tav::doubles::LogEntry entry = tav::doubles::entry_of(*buffer);
+  expect(entry.context == context, "header and sending name the same context");
+  expect(entry.level == level, "header and sending name the same level");
   const std::lock_guard<std::mutex> lock(state().mutex);
   state().records.push_back(entry);
   return NKR_OK;
@@ -200,7 +204,7 @@ nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* bu
 
 void nkr_log_msg_free_buffer(nkr_log_msg_t* buffer) {
   const std::lock_guard<std::mutex> lock(state().mutex);
-  EXPECT_NE(buffer, nullptr) << "there is nothing to give back when no buffer was given";
+  expect(buffer != nullptr, "there is nothing to give back when no buffer was given");
   if (buffer != nullptr) ++state().freed;
   delete buffer;
 }

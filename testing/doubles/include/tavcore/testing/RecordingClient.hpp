@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_RECORDINGCLIENT_HPP
-#define TESTS_SUPPORT_RECORDINGCLIENT_HPP
+#ifndef TAVCORE_TESTING_RECORDINGCLIENT_HPP
+#define TAVCORE_TESTING_RECORDINGCLIENT_HPP
 
 #include <nkr/error.h>
 
@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-namespace tavtest {
+namespace tav::doubles {
 
 /** A value with the C++ type it was accessed with. Its default, std::monostate, is no value. */
 using Value = std::variant<std::monostate, std::string, std::int64_t, std::int32_t, std::int16_t, std::int8_t,
@@ -29,15 +29,24 @@ struct Access {
    * SYNC: none. */
   Value value;
 };
-bool operator==(const Access& a, const Access& b);
+[[nodiscard]] bool operator==(const Access& a, const Access& b);
+[[nodiscard]] inline bool operator!=(const Access& a, const Access& b) {
+  return !(a == b);
+}
 
-/** Name and text of a value's type and content: "uint16 0x1F", for messages of tests. */
-std::string text_of(const Value& value);
+/** "read", "write", "sync", "NMT read", "NMT write". */
+[[nodiscard]] std::string text_of(AccessKind kind);
+/** Type and content of a value: "uint16 31". */
+[[nodiscard]] std::string text_of(const Value& value);
+/** "write node 5 0x60420010 int16 300". */
+[[nodiscard]] std::string text_of(const Access& access);
+/** How GoogleTest shows an access. */
 void PrintTo(const Access& access, std::ostream* out);
 
 /**
  * A CANopen client that answers as told and records every access, in order, with node, address, type and
- * value. Unscripted reads answer zero of the type asked for; every access succeeds unless told otherwise.
+ * value. Unscripted reads answer zero of the type asked for; every access succeeds unless told otherwise. For
+ * one thread at a time.
  *
  * Accesses are counted from 1 over all kinds, from the last clear().
  */
@@ -121,7 +130,7 @@ class RecordingClient : public nkr::canopencore::IService {
     }
     return result;
   }
-  /** The scripted answer, or `none`; an answer of another type than the one asked for fails the test. */
+  /** The scripted answer, or `none`; an answer of another type than the one asked for is complained of. */
   Value next_answer(std::uint32_t address, const Value& none);
   nkr_error_t record(Access access);
   nkr_error_t scripted_result(std::uint32_t address);
@@ -133,6 +142,6 @@ class RecordingClient : public nkr::canopencore::IService {
   nkr_error_t failing_from_code_ = NKR_OK;
 };
 
-}  // namespace tavtest
+}  // namespace tav::doubles
 
 #endif

@@ -1,14 +1,13 @@
-#include "RecordingClient.hpp"
-
-#include <gtest/gtest.h>
-
 #include <iomanip>
+#include <iterator>
 #include <sstream>
+#include <tavcore/testing/Complaint.hpp>
+#include <tavcore/testing/RecordingClient.hpp>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
-namespace tavtest {
+namespace tav::doubles {
 namespace {
 
 const char* type_name(const Value& value) {
@@ -18,7 +17,13 @@ const char* type_name(const Value& value) {
   return kNames[value.index()];
 }
 
-const char* kind_name(AccessKind kind) {
+}  // namespace
+
+bool operator==(const Access& a, const Access& b) {
+  return std::tie(a.kind, a.node, a.address, a.value) == std::tie(b.kind, b.node, b.address, b.value);
+}
+
+std::string text_of(AccessKind kind) {
   switch (kind) {
     case AccessKind::READ:
       return "read";
@@ -32,12 +37,6 @@ const char* kind_name(AccessKind kind) {
       return "NMT write";
   }
   return "?";
-}
-
-}  // namespace
-
-bool operator==(const Access& a, const Access& b) {
-  return std::tie(a.kind, a.node, a.address, a.value) == std::tie(b.kind, b.node, b.address, b.value);
 }
 
 std::string text_of(const Value& value) {
@@ -60,11 +59,15 @@ std::string text_of(const Value& value) {
   return text.str();
 }
 
+std::string text_of(const Access& access) {
+  std::ostringstream text;
+  text << text_of(access.kind) << " node " << +access.node << " 0x" << std::hex << std::setfill('0')
+       << std::setw(8) << access.address << ' ' << text_of(access.value);
+  return text.str();
+}
+
 void PrintTo(const Access& access, std::ostream* out) {
-  std::ostringstream address;
-  address << std::hex << std::setfill('0') << std::setw(8) << access.address;
-  *out << kind_name(access.kind) << " node " << +access.node << " 0x" << address.str() << ' '
-       << text_of(access.value);
+  *out << text_of(access);
 }
 
 void RecordingClient::fail_from(std::size_t nth, nkr_error_t code) {
@@ -123,8 +126,10 @@ Value RecordingClient::next_answer(std::uint32_t address, const Value& none) {
   const Value value = values.front();
   if (values.size() > 1) values.erase(values.begin());
   if (value.index() == none.index()) return value;
-  ADD_FAILURE() << "address 0x" << std::hex << address << " answers " << text_of(value) << " but is read as "
-                << type_name(none);
+  std::ostringstream text;
+  text << "address 0x" << std::hex << address << " answers " << text_of(value) << " but is read as "
+       << type_name(none);
+  complain(text.str());
   return none;
 }
 
@@ -143,4 +148,4 @@ nkr_error_t RecordingClient::scripted_result(std::uint32_t address) {
   return by_address->second.code;
 }
 
-}  // namespace tavtest
+}  // namespace tav::doubles

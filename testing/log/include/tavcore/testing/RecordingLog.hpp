@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_RECORDINGLOG_HPP
-#define TESTS_SUPPORT_RECORDINGLOG_HPP
+#ifndef TAVCORE_TESTING_RECORDINGLOG_HPP
+#define TAVCORE_TESTING_RECORDINGLOG_HPP
 
 #include <nkr/error.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace tavtest {
+namespace tav::doubles {
 
 /** One record as a library built it: function, line, class (where there is one) and text, in this order. */
 struct LogEntry {
@@ -28,8 +28,10 @@ struct LogEntry {
 enum class LogStep { NONE, BUFFER, BEGIN, HEADER, STRING, NUMBER, END, SEND };
 
 /**
- * The log of a test program: its own nine functions, in place of the log library's. Records are kept while an
- * object of this class lives; one at a time. Serves several threads.
+ * The log of a test program: its own nine functions (<nkr/log.h>), in place of the log library's, in every
+ * program that links tavcore::testing-log and names this class. Records are kept while an object of this
+ * class lives; one at a time. A buffer that was not given back is complained of at the end. Serves several
+ * threads.
  */
 class RecordingLog {
  public:
@@ -38,7 +40,8 @@ class RecordingLog {
   RecordingLog(const RecordingLog&) = delete;
   RecordingLog& operator=(const RecordingLog&) = delete;
 
-  /** Records sent so far, in order. A record whose fields are not laid out as they must be fails the test. */
+  /** Records sent so far, in order. A record whose fields are not laid out as they must be is complained of
+   * (Complaint.hpp). */
   [[nodiscard]] std::vector<LogEntry> records() const;
   void clear();
 
@@ -56,6 +59,6 @@ class RecordingLog {
   [[nodiscard]] int encoding_calls() const;
 };
 
-}  // namespace tavtest
+}  // namespace tav::doubles
 
 #endif

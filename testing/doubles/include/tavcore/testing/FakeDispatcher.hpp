@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_FAKEDISPATCHER_HPP
-#define TESTS_SUPPORT_FAKEDISPATCHER_HPP
+#ifndef TAVCORE_TESTING_FAKEDISPATCHER_HPP
+#define TAVCORE_TESTING_FAKEDISPATCHER_HPP
 
 #include <deque>
 #include <map>
@@ -8,7 +8,7 @@
 #include <tavcore/ICANOpenDispatcher.hpp>
 #include <vector>
 
-namespace tavtest {
+namespace tav::doubles {
 
 /**
  * A dispatcher that answers as told and records what it was asked: each call by its operation's name and the
@@ -415,6 +415,6 @@ class FakeDispatcher : public nkr::tavcore::ICANOpenDispatcher {
   }
 };
 
-}  // namespace tavtest
+}  // namespace tav::doubles
 
 #endif
