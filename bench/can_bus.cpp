@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/open_bus.hpp>
 #include <nkr/can/trace.hpp>
 #include <string>
@@ -26,7 +27,7 @@ class HandlerNode {
  public:
   HandlerNode(InProcessBus& bus, std::uint32_t node) {
     nkr_error_t result = NKR_OK;
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{kRequest + node}}, [this, node](const Frame& request) { answer(node, request); }, result);
   }
 

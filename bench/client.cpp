@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/open_bus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <string>
@@ -33,7 +34,7 @@ class EchoNode {
   EchoNode(InProcessBus& bus, std::uint8_t node)
       : reply_{0x580U + node, {0x4B, 0x41, 0x60, 0, 0x37, 2, 0, 0}} {
     nkr_error_t result = NKR_OK;
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{0x600U + node}}, [this](const Frame& /*request*/) { port_->send(reply_, kForever); }, result);
   }
 

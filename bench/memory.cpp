@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <string>
 #include <tavcore/CANOpenDispatcher.hpp>

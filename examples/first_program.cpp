@@ -1,6 +1,6 @@
 // Commands a velocity to the virtual drive, in one process. With open_bus("can0", ...) it is a real drive.
 #include <cstdio>
-#include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <tav/drive/Runner.hpp>
 #include <tavcore/CANOpenDispatcher.hpp>

@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const auto message = nkr::can::decode_unix_message(bytes, size);
-  if (!message || message->kind != nkr::can::UnixMessage::Kind::frame) return 0;
+  if (!message || message->kind != nkr::can::UnixMessage::Kind::FRAME) return 0;
   const auto passed_on = nkr::can::encode_frame(message->frame);
   const auto again = nkr::can::decode_unix_message(passed_on.data(), passed_on.size());
   if (!again || again->frame != message->frame) std::abort();

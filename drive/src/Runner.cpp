@@ -28,7 +28,6 @@ struct Runner::Impl {
 
   nkr_error_t start(nkr::can::Bus& bus);
   void stop();
-  void run_receiver();
   void run_timer();
   void take(const Frame& frame);
   void wake_at(Time due);
@@ -36,7 +35,6 @@ struct Runner::Impl {
   VirtualDrive& drive;
   std::unique_ptr<nkr::can::Port> port;
   std::thread timer;
-  std::thread receiver;  // of a queue port
   std::atomic<nkr_error_t> status{NKR_CAN_NOT_CONNECTED};
 
   // When the timer is wanted.
@@ -49,18 +47,14 @@ struct Runner::Impl {
 nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
   if (port) return NKR_INVALID_STATE;
   nkr_error_t result = NKR_OK;
-  auto* in_process = dynamic_cast<nkr::can::InProcessBus*>(&bus);
   stopping = false;
-  port = in_process != nullptr ? in_process->open(
-                                     {}, [this](const Frame& frame) { take(frame); }, result)
-                               : bus.open({}, result);
+  port = bus.open_handler(
+      {}, [this](const Frame& frame) { take(frame); }, result);
   if (!port) return result;
   status = NKR_OK;
   // A bus outside this program is not the drive's to switch off: there the drive alone falls silent.
-  VirtualDrive::Events events{{}, [this] { wake_at(Time::min()); }};
-  if (in_process != nullptr) {
-    events.bus_state = [in_process](nkr::can::BusState state) { in_process->set_state(state); };
-  }
+  VirtualDrive::Events events{[&bus](nkr::can::BusState state) { bus.set_state(state); },
+                              [this] { wake_at(Time::min()); }};
   drive.connect(
       [this](const Frame& frame) {
         const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
@@ -69,7 +63,6 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
       std::move(events));
   drive.power_on(Clock::now());
   timer = std::thread([this] { run_timer(); });
-  if (in_process == nullptr) receiver = std::thread([this] { run_receiver(); });
   return NKR_OK;
 }
 
@@ -82,7 +75,6 @@ void Runner::Impl::stop() {
   wake.notify_one();
   port->close();
   timer.join();
-  if (receiver.joinable()) receiver.join();
   drive.connect({});
   port.reset();
   status = NKR_CAN_NOT_CONNECTED;
@@ -111,20 +103,6 @@ void Runner::Impl::run_timer() {
     if (stopping) return;
     wanted = std::min(wanted, due);
     wake.wait_until(lock, wanted);
-  }
-}
-
-void Runner::Impl::run_receiver() {
-  while (true) {
-    Frame frame;
-    const nkr_error_t result = port->receive(frame, Clock::now() + kLongestSleep);
-    if (result == NKR_OK) {
-      take(frame);
-    } else if (result == NKR_CAN_CLOSED) {
-      status = result;
-      return;
-    }
-    // An interface that is gone comes back, or another member of the bus takes its place: the port rejoins.
   }
 }
 

@@ -121,7 +121,7 @@ class FakeCanSystem : public nkr::can::CanSystem {
   std::deque<std::pair<int, nkr::can::ReceivedFrame>> readings_;
   std::deque<int> write_errors_;
   std::vector<Frame> written_;
-  LinkState link_ = LinkState::up;
+  LinkState link_ = LinkState::UP;
   int socket_ = -1;
   int watch_ = -1;
   int open_error_ = 0;

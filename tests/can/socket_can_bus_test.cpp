@@ -59,7 +59,7 @@ TEST_F(SocketCanBusTest, GivesTheKernelsTimeOfReception) {
   const auto port = open();
   system->arrive({0x581, {}});
   std::chrono::system_clock::time_point when;
-  EXPECT_EQ(port->receive_stamped(frame, kNow, when), NKR_OK);
+  EXPECT_EQ(port->receive(frame, kNow, &when), NKR_OK);
   EXPECT_EQ(when, FakeCanSystem::kArrival);
 }
 
@@ -70,13 +70,13 @@ TEST_F(SocketCanBusTest, ErrorFramesBecomeStatesAndCounters) {
     EXPECT_EQ(receive(*port, frame), NKR_CAN_TIMED_OUT);
     return port->status().state;
   };
-  EXPECT_EQ(port->status().state, BusState::error_active);
-  EXPECT_EQ(state_after(error_frame(kController, 0x08, 96, 3)), BusState::error_warning);
+  EXPECT_EQ(port->status().state, BusState::ERROR_ACTIVE);
+  EXPECT_EQ(state_after(error_frame(kController, 0x08, 96, 3)), BusState::ERROR_WARNING);
   EXPECT_EQ(port->status().tx_errors, 96);
   EXPECT_EQ(port->status().rx_errors, 3);
-  EXPECT_EQ(state_after(error_frame(kController, 0x20, 128, 3)), BusState::error_passive);
-  EXPECT_EQ(state_after(error_frame(kController, 0x40, 90, 0)), BusState::error_active);
-  EXPECT_EQ(state_after(error_frame(kNoAcknowledge)), BusState::error_active);
+  EXPECT_EQ(state_after(error_frame(kController, 0x20, 128, 3)), BusState::ERROR_PASSIVE);
+  EXPECT_EQ(state_after(error_frame(kController, 0x40, 90, 0)), BusState::ERROR_ACTIVE);
+  EXPECT_EQ(state_after(error_frame(kNoAcknowledge)), BusState::ERROR_ACTIVE);
   EXPECT_EQ(port->status().unacknowledged, 1U);
 }
 
@@ -85,12 +85,12 @@ TEST_F(SocketCanBusTest, BusOffIsToldOnceAndRefusesSendsUntilTheRestart) {
   system->arrive(error_frame(kBusOff));
   EXPECT_EQ(receive(*port, frame), NKR_CAN_BUS_OFF);
   EXPECT_EQ(receive(*port, frame), NKR_CAN_TIMED_OUT);
-  EXPECT_EQ(port->status().state, BusState::bus_off);
+  EXPECT_EQ(port->status().state, BusState::BUS_OFF);
   EXPECT_EQ(port->send({0x601, {}}, Clock::now() + 10s), NKR_CAN_BUS_OFF);
   EXPECT_EQ(system->writes(), 0);
   system->arrive(error_frame(kRestarted));
   EXPECT_EQ(port->send({0x601, {}}, kNow), NKR_OK) << "nobody received meanwhile";
-  EXPECT_EQ(port->status().state, BusState::error_active);
+  EXPECT_EQ(port->status().state, BusState::ERROR_ACTIVE);
   EXPECT_EQ(port->status().restarts, 1U);
 }
 
@@ -164,26 +164,26 @@ TEST_F(SocketCanBusTest, CloseWakesEveryReceiver) {
 
 TEST_F(SocketCanBusTest, ALostInterfaceIsToldOnceAndWaitedForWithoutSpinning) {
   const auto port = open();
-  system->set_link(LinkState::absent);
+  system->set_link(LinkState::ABSENT);
   system->fail_read(ENODEV);
   EXPECT_EQ(receive(*port, frame), NKR_CAN_INTERFACE_GONE);
   const int reads = system->reads();
   EXPECT_EQ(port->receive(frame, Clock::now() + 100ms), NKR_CAN_TIMED_OUT);
   EXPECT_LE(system->reads(), reads + 5);
-  EXPECT_EQ(port->status().state, BusState::interface_gone);
+  EXPECT_EQ(port->status().state, BusState::INTERFACE_GONE);
   EXPECT_EQ(port->send({0x601, {}}, Clock::now() + 10s), NKR_CAN_INTERFACE_GONE);
 }
 
 TEST_F(SocketCanBusTest, AReceiverWorksOnWhenTheInterfaceIsBack) {
   const auto port = open();
-  system->set_link(LinkState::absent);
+  system->set_link(LinkState::ABSENT);
   system->fail_read(ENETDOWN);
   EXPECT_EQ(receive(*port, frame), NKR_CAN_INTERFACE_GONE);
   std::thread later([&] {
     std::this_thread::sleep_for(30ms);
-    system->set_link(LinkState::down);
-    system->set_link(LinkState::up);
-    while (port->status().state == BusState::interface_gone) std::this_thread::sleep_for(1ms);
+    system->set_link(LinkState::DOWN);
+    system->set_link(LinkState::UP);
+    while (port->status().state == BusState::INTERFACE_GONE) std::this_thread::sleep_for(1ms);
     system->arrive({0x581, {5}});
   });
   EXPECT_EQ(port->receive(frame, kForever), NKR_OK);
@@ -194,11 +194,11 @@ TEST_F(SocketCanBusTest, AReceiverWorksOnWhenTheInterfaceIsBack) {
 
 TEST_F(SocketCanBusTest, ASenderFindsTheInterfaceGoneAndBack) {
   const auto port = open();
-  system->set_link(LinkState::down);
+  system->set_link(LinkState::DOWN);
   system->fail_writes({ENETDOWN});
   EXPECT_EQ(port->send({0x601, {1}}, kNow), NKR_CAN_INTERFACE_GONE);
   EXPECT_EQ(port->send({0x601, {2}}, kNow), NKR_CAN_INTERFACE_GONE);
-  system->set_link(LinkState::up);
+  system->set_link(LinkState::UP);
   EXPECT_EQ(port->send({0x601, {3}}, kNow), NKR_OK);
   EXPECT_EQ(system->written(), (std::vector<Frame>{{0x601, {3}}}));
   EXPECT_EQ(receive(*port, frame), NKR_CAN_INTERFACE_GONE) << "the receiver is told as well";
@@ -207,10 +207,10 @@ TEST_F(SocketCanBusTest, ASenderFindsTheInterfaceGoneAndBack) {
 
 TEST_F(SocketCanBusTest, AnInterfaceThatIsBackBeforeItsLossWasReadWorksOn) {
   const auto port = open();
-  system->set_link(LinkState::up);
+  system->set_link(LinkState::UP);
   system->fail_read(ENETDOWN);
   EXPECT_EQ(receive(*port, frame), NKR_CAN_INTERFACE_GONE);
-  EXPECT_EQ(port->status().state, BusState::error_active);
+  EXPECT_EQ(port->status().state, BusState::ERROR_ACTIVE);
   EXPECT_EQ(port->send({0x601, {}}, kNow), NKR_OK);
 }
 
@@ -231,10 +231,10 @@ TEST_F(SocketCanBusTest, NamesTheCommandThatHelps) {
     EXPECT_EQ(result, expected);
     return explanation;
   };
-  EXPECT_NE(explained(LinkState::absent, NKR_CAN_NO_INTERFACE).find("ip -brief link show type can"),
+  EXPECT_NE(explained(LinkState::ABSENT, NKR_CAN_NO_INTERFACE).find("ip -brief link show type can"),
             std::string::npos);
-  EXPECT_NE(explained(LinkState::not_can, NKR_CAN_NO_INTERFACE).find("no CAN interface"), std::string::npos);
-  EXPECT_NE(explained(LinkState::down, NKR_CAN_INTERFACE_GONE).find("ip link set can0 up type can bitrate"),
+  EXPECT_NE(explained(LinkState::NOT_CAN, NKR_CAN_NO_INTERFACE).find("no CAN interface"), std::string::npos);
+  EXPECT_NE(explained(LinkState::DOWN, NKR_CAN_INTERFACE_GONE).find("ip link set can0 up type can bitrate"),
             std::string::npos);
 }
 

@@ -174,11 +174,11 @@ TEST_F(UnixBusTest, WhenTheListenerGoesMembersAreToldOnceAndGoOnWithoutIt) {
   listening.reset();
   Frame frame;
   EXPECT_EQ(a->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
-  EXPECT_EQ(a->status().state, BusState::interface_gone);
+  EXPECT_EQ(a->status().state, BusState::INTERFACE_GONE);
   EXPECT_EQ(b->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
   EXPECT_EQ(a->receive(frame, Clock::now() + 50ms), NKR_CAN_TIMED_OUT);
   EXPECT_EQ(b->receive(frame, Clock::now() + 50ms), NKR_CAN_TIMED_OUT);
-  EXPECT_EQ(a->status().state, BusState::error_active);
+  EXPECT_EQ(a->status().state, BusState::ERROR_ACTIVE);
   EXPECT_EQ(a->send({0x123, {1}}, soon()), NKR_OK);
   expect_receives(*b, {0x123, {1}});
 }
@@ -250,7 +250,7 @@ TEST_F(UnixBusTest, AKilledMemberDisturbsNobody) {
     std::this_thread::sleep_for(20ms);
     chatty.kill();
     EXPECT_TRUE(becomes_answered(*client, round));
-    EXPECT_EQ(client->status().state, BusState::error_active);
+    EXPECT_EQ(client->status().state, BusState::ERROR_ACTIVE);
   }
 }
 

@@ -34,16 +34,16 @@ TEST(UnixWire, ReadsBackEveryKindOfFrame) {
   for (const Frame& frame : {Frame{0x7FF, {9}}, Frame{0, {}}, extended, remote, error}) {
     const auto message = decode(encode_frame(frame));
     ASSERT_TRUE(message.has_value());
-    EXPECT_EQ(message->kind, UnixMessage::Kind::frame);
+    EXPECT_EQ(message->kind, UnixMessage::Kind::FRAME);
     EXPECT_EQ(message->frame, frame);
   }
 }
 
 TEST(UnixWire, ReadsBackWelcomeAndLost) {
-  EXPECT_EQ(decode(encode_welcome())->kind, UnixMessage::Kind::welcome);
+  EXPECT_EQ(decode(encode_welcome())->kind, UnixMessage::Kind::WELCOME);
   const auto lost = decode(encode_lost(0x0102030405060708));
   ASSERT_TRUE(lost.has_value());
-  EXPECT_EQ(lost->kind, UnixMessage::Kind::lost);
+  EXPECT_EQ(lost->kind, UnixMessage::Kind::LOST);
   EXPECT_EQ(lost->lost, 0x0102030405060708U);
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 
 #include "support/ScriptedNode.hpp"

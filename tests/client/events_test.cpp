@@ -182,17 +182,17 @@ TEST_F(Events, FramesTooShortForAnEmergencyAreNone) {
 }
 
 TEST_F(Events, TheBusItselfIsTold) {
-  bus->set_state(nkr::can::BusState::bus_off);
+  bus->set_state(nkr::can::BusState::BUS_OFF);
   EXPECT_EQ(wait_for(Kind::BUS_OFF).node, 0);
-  bus->set_state(nkr::can::BusState::error_active);
+  bus->set_state(nkr::can::BusState::ERROR_ACTIVE);
   node.send(0x70A, "05");
   wait_for(Kind::BUS_RETURNED);
 }
 
 TEST_F(Events, HandlersGoOnAfterTheLossOfTheInterface) {
-  bus->set_state(nkr::can::BusState::interface_gone);
+  bus->set_state(nkr::can::BusState::INTERFACE_GONE);
   wait_for(Kind::INTERFACE_GONE);
-  bus->set_state(nkr::can::BusState::error_active);
+  bus->set_state(nkr::can::BusState::ERROR_ACTIVE);
   node.send(0x08A, "10 23 02 00 00 00 00 00");
   EXPECT_EQ(wait_for(Kind::EMERGENCY).emergency.code, 0x2310);
   EXPECT_EQ(count(Kind::BUS_RETURNED), 1U);

@@ -102,7 +102,7 @@ class FaultyNode {
   FaultyNode(InProcessBus& bus, SlowPost& post, std::uint8_t id) : id_(id), post_(post), random_(id) {
     nkr_error_t result = NKR_ERROR;
     sender_ = bus.open({{0x7FF, 0x7FF}}, result);
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{0x600U + id, 0x7FF}}, [this](const Frame& frame) { received(frame); }, result);
   }
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <sstream>
 #include <string>
 #include <tav/drive/Runner.hpp>
@@ -89,7 +89,7 @@ TEST(Runner, AnswersOnTheSendersThreadOfTheInProcessBus) {
   ASSERT_EQ(runner.start(bus), NKR_OK);
   nkr_error_t result = NKR_OK;
   std::thread::id answered_on;
-  auto port = bus.open(
+  auto port = bus.open_handler(
       {{0x581, 0x7FF}}, [&](const Frame&) { answered_on = std::this_thread::get_id(); }, result);
   ASSERT_NE(port, nullptr);
   // A heartbeat may be going out at that moment, on the drive's own thread; it then carries the answer out.

@@ -37,7 +37,7 @@ std::string hex_of(const Frame& frame) {
 ScriptedNode::ScriptedNode(nkr::can::InProcessBus& bus, std::uint8_t id) : id_(id) {
   nkr_error_t result = NKR_ERROR;
   sender_ = bus.open({{0x7FF, 0x7FF}}, result);
-  port_ = bus.open(
+  port_ = bus.open_handler(
       {{0x600U + id, 0x7FF}}, [this](const Frame& frame) { received(frame); }, result);
 }
 

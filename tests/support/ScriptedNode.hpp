@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <string>
 #include <vector>
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <string>
 #include <support/Operation.hpp>

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <sstream>
 #include <tav/drive/Runner.hpp>
@@ -49,13 +50,14 @@ class LossyPort : public nkr::can::Port {
  public:
   LossyPort(std::unique_ptr<nkr::can::Port> port, const Loses& loses)
       : port_(std::move(port)), loses_(loses) {}
-  nkr_error_t send(const Frame& frame, Clock::time_point deadline) override {
+  nkr_error_t send(const Frame& frame, const nkr::can::Deadline& deadline) override {
     return loses_(frame) ? NKR_OK : port_->send(frame, deadline);
   }
-  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
+  nkr_error_t receive(Frame& frame, const nkr::can::Deadline& deadline,
+                      std::chrono::system_clock::time_point* when) override {
     nkr_error_t result = NKR_OK;
     do {
-      result = port_->receive(frame, deadline);
+      result = port_->receive(frame, deadline, when);
     } while (result == NKR_OK && loses_(frame));
     return result;
   }

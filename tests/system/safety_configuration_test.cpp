@@ -5,6 +5,7 @@
 #include <chrono>
 #include <memory>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <random>
 #include <string>

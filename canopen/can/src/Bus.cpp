@@ -1,5 +1,8 @@
 #include <algorithm>
 #include <nkr/can/Bus.hpp>
+#include <utility>
+
+#include "ListeningPort.hpp"
 
 namespace nkr::can {
 
@@ -12,34 +15,40 @@ bool passes(const std::vector<Filter>& filters, const Frame& frame) {
 
 const char* to_string(BusState state) {
   switch (state) {
-    case BusState::error_active:
+    case BusState::ERROR_ACTIVE:
       return "error active";
-    case BusState::error_warning:
+    case BusState::ERROR_WARNING:
       return "error warning";
-    case BusState::error_passive:
+    case BusState::ERROR_PASSIVE:
       return "error passive";
-    case BusState::bus_off:
+    case BusState::BUS_OFF:
       return "bus off";
-    case BusState::interface_gone:
+    case BusState::INTERFACE_GONE:
       return "interface gone";
   }
   return "unknown";
 }
 
-nkr_error_t Port::receive_stamped(Frame& frame, Clock::time_point deadline,
-                                  std::chrono::system_clock::time_point& when) {
-  const nkr_error_t result = receive(frame, deadline);
-  if (result == NKR_OK) when = std::chrono::system_clock::now();
-  return result;
+nkr_error_t Port::drain(const FrameHandler& taken, const Deadline& /*deadline*/) {
+  Frame frame;
+  for (;;) {
+    const nkr_error_t result = receive(frame, Deadline::passed());
+    if (result == NKR_OK) taken(frame);
+    if (result == NKR_CAN_TIMED_OUT) return NKR_OK;
+    if (result == NKR_CAN_CLOSED) return result;
+  }
 }
 
-nkr_error_t Port::send_within(const Frame& frame, Deadline& deadline) {
-  return send(frame, deadline.time());
+std::unique_ptr<Port> Bus::open_handler(const std::vector<Filter>& filters, FrameHandler handler,
+                                        nkr_error_t& result) {
+  result = NKR_ERROR;
+  if (!handler) return nullptr;
+  auto port = open(filters, result);
+  return port ? ListeningPort::start(std::move(port), std::move(handler), result) : nullptr;
 }
 
-nkr_error_t Port::receive_within(Frame& frame, Deadline& deadline,
-                                 std::chrono::system_clock::time_point* when) {
-  return when == nullptr ? receive(frame, deadline.time()) : receive_stamped(frame, deadline.time(), *when);
+bool Bus::set_state(BusState /*state*/) {
+  return false;
 }
 
 }  // namespace nkr::can

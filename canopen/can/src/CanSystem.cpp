@@ -136,17 +136,17 @@ int LinuxCanSystem::write(int socket, const Frame& frame) {
 }
 
 LinkState LinuxCanSystem::link(const std::string& interface) {
-  if (interface.empty() || interface.size() >= IFNAMSIZ) return LinkState::absent;
+  if (interface.empty() || interface.size() >= IFNAMSIZ) return LinkState::ABSENT;
   const int any_socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (any_socket < 0) return LinkState::absent;
+  if (any_socket < 0) return LinkState::ABSENT;
   ifreq kind = request_for(interface);
   ifreq flags = request_for(interface);
   const bool known =
       ::ioctl(any_socket, SIOCGIFHWADDR, &kind) == 0 && ::ioctl(any_socket, SIOCGIFFLAGS, &flags) == 0;
   ::close(any_socket);
-  if (!known) return LinkState::absent;
-  if (kind.ifr_hwaddr.sa_family != ARPHRD_CAN) return LinkState::not_can;
-  return (flags.ifr_flags & IFF_UP) != 0 ? LinkState::up : LinkState::down;
+  if (!known) return LinkState::ABSENT;
+  if (kind.ifr_hwaddr.sa_family != ARPHRD_CAN) return LinkState::NOT_CAN;
+  return (flags.ifr_flags & IFF_UP) != 0 ? LinkState::UP : LinkState::DOWN;
 }
 
 int LinuxCanSystem::watch_links() {

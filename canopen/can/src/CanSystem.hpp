@@ -10,7 +10,7 @@
 namespace nkr::can {
 
 /** What the system knows of a network interface. */
-enum class LinkState { up, down, absent, not_can };
+enum class LinkState { UP, DOWN, ABSENT, NOT_CAN };
 
 struct ReceivedFrame {
   Frame frame;

@@ -58,21 +58,14 @@ bool FrameQueue::take(Frame& frame, nkr_error_t& result) {
   return false;
 }
 
-nkr_error_t FrameQueue::pop(Frame& frame, Clock::time_point deadline) {
-  const bool only_looks = deadline == Clock::time_point{};
+nkr_error_t FrameQueue::pop(Frame& frame, const Deadline& deadline) {
   // Nothing is there: neither the lock nor the clock is needed to say so.
-  if (only_looks && count_.load(std::memory_order_acquire) == 0 && !has_news_.load(std::memory_order_acquire))
+  if (deadline.only_looks() && count_.load(std::memory_order_acquire) == 0 &&
+      !has_news_.load(std::memory_order_acquire))
     return NKR_CAN_TIMED_OUT;
   std::unique_lock<std::mutex> lock(mutex_);
   nkr_error_t result = NKR_CAN_TIMED_OUT;
-  if (take(frame, result) || only_looks || deadline <= Clock::now()) return result;
-  return wait(lock, frame, deadline);
-}
-
-nkr_error_t FrameQueue::pop(Frame& frame, Deadline& deadline) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  nkr_error_t result = NKR_CAN_TIMED_OUT;
-  return take(frame, result) ? result : wait(lock, frame, deadline.time());
+  return take(frame, result) || deadline.only_looks() ? result : wait(lock, frame, deadline.time());
 }
 
 nkr_error_t FrameQueue::wait(std::unique_lock<std::mutex>& lock, Frame& frame, Clock::time_point deadline) {

@@ -21,8 +21,7 @@ class FrameQueue {
 
   void push(const Frame& frame);
   /** Waits for a frame until the deadline; results as of Port::receive. */
-  nkr_error_t pop(Frame& frame, Clock::time_point deadline);
-  nkr_error_t pop(Frame& frame, Deadline& deadline);
+  nkr_error_t pop(Frame& frame, const Deadline& deadline);
   /** One receiver is told `event` when the frames before it are taken; NKR_OK takes back what nobody heard
    * yet. */
   void tell(nkr_error_t event);

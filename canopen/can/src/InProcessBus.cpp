@@ -2,6 +2,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <nkr/can/InProcessBus.hpp>
 #include <utility>
 
 #include "FrameQueue.hpp"
@@ -40,7 +41,7 @@ Activation* activation_of(const Member* member) {
 /** The bus's side of a port. */
 class Member {
  public:
-  Member(std::vector<Filter> filters, InProcessBus::Handler handler)
+  Member(std::vector<Filter> filters, FrameHandler handler)
       : filters_(std::move(filters)), handler_(std::move(handler)) {}
 
   [[nodiscard]] const std::vector<Filter>& filters() const { return filters_; }
@@ -83,15 +84,23 @@ class Member {
   void run(const Frame& frame) {
     const Run counted(*this);
     Activation activation(this, innermost_activation);
-    if (!closed()) handler_(frame);
+    if (!closed()) hand_over(frame);
     for (std::size_t i = 0; i < activation.returned.size() && !closed(); ++i) {
       const Frame returned = activation.returned[i];
-      handler_(returned);
+      hand_over(returned);
+    }
+  }
+
+  void hand_over(const Frame& frame) {
+    try {
+      handler_(frame);
+    } catch (...) {
+      // A handler's failure is not the sender's.
     }
   }
 
   const std::vector<Filter> filters_;
-  const InProcessBus::Handler handler_;
+  const FrameHandler handler_;
   FrameQueue queue_;
   std::atomic<bool> closed_{false};
   std::atomic<int> running_{0};
@@ -157,8 +166,8 @@ class Roster {
 };
 
 nkr_error_t refusal(BusState state) {
-  if (state == BusState::bus_off) return NKR_CAN_BUS_OFF;
-  return state == BusState::interface_gone ? NKR_CAN_INTERFACE_GONE : NKR_OK;
+  if (state == BusState::BUS_OFF) return NKR_CAN_BUS_OFF;
+  return state == BusState::INTERFACE_GONE ? NKR_CAN_INTERFACE_GONE : NKR_OK;
 }
 
 }  // namespace
@@ -166,7 +175,7 @@ nkr_error_t refusal(BusState state) {
 struct InProcessBus::State {
   std::mutex mutex;
   std::shared_ptr<const Roster> roster = std::make_shared<Roster>();  ///< replaced, never changed
-  std::atomic<BusState> state{BusState::error_active};
+  std::atomic<BusState> state{BusState::ERROR_ACTIVE};
 
   std::shared_ptr<const Roster> snapshot() {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -195,14 +204,26 @@ class InProcessBus::MemberPort : public Port {
       : bus_(std::move(bus)), member_(std::move(member)) {}
   ~MemberPort() override { leave(); }
 
-  nkr_error_t send(const Frame& frame, Clock::time_point /*deadline*/) override { return send(frame); }
-  nkr_error_t send_within(const Frame& frame, Deadline& /*deadline*/) override { return send(frame); }
-
-  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
-    return member_->queue().pop(frame, deadline);
+  static std::unique_ptr<Port> join(const std::shared_ptr<State>& bus, const std::vector<Filter>& filters,
+                                    FrameHandler handler) {
+    auto member = std::make_shared<Member>(filters, std::move(handler));
+    auto port = std::make_unique<MemberPort>(bus, member);
+    bus->add(member);
+    return port;
   }
-  nkr_error_t receive_within(Frame& frame, Deadline& deadline,
-                             std::chrono::system_clock::time_point* when) override {
+
+  nkr_error_t send(const Frame& frame, const Deadline& /*deadline*/) override {
+    if (member_->closed()) return NKR_CAN_CLOSED;
+    const nkr_error_t refused = refusal(bus_->state.load());
+    if (refused != NKR_OK) return refused;
+    // A handler may destroy this port: from here on nothing of it is touched.
+    const Member* const self = member_.get();
+    bus_->snapshot()->deliver(frame, self);
+    return NKR_OK;
+  }
+
+  nkr_error_t receive(Frame& frame, const Deadline& deadline,
+                      std::chrono::system_clock::time_point* when) override {
     const nkr_error_t result = member_->queue().pop(frame, deadline);
     if (when != nullptr && result == NKR_OK) *when = std::chrono::system_clock::now();
     return result;
@@ -218,15 +239,6 @@ class InProcessBus::MemberPort : public Port {
   void close() override { leave(); }
 
  private:
-  nkr_error_t send(const Frame& frame) {
-    if (member_->closed()) return NKR_CAN_CLOSED;
-    const nkr_error_t refused = refusal(bus_->state.load());
-    if (refused != NKR_OK) return refused;
-    // A handler may destroy this port: from here on nothing of it is touched.
-    const Member* const self = member_.get();
-    bus_->snapshot()->deliver(frame, self);
-    return NKR_OK;
-  }
   void leave() {
     bus_->remove(member_);
     member_->close();
@@ -240,22 +252,21 @@ InProcessBus::InProcessBus() : state_(std::make_shared<State>()) {}
 InProcessBus::~InProcessBus() = default;
 
 std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, nkr_error_t& result) {
-  return open(filters, nullptr, result);
-}
-
-std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, Handler handler,
-                                         nkr_error_t& result) {
-  auto member = std::make_shared<Member>(filters, std::move(handler));
-  auto port = std::make_unique<MemberPort>(state_, member);
-  state_->add(member);
   result = NKR_OK;
-  return port;
+  return MemberPort::join(state_, filters, nullptr);
 }
 
-void InProcessBus::set_state(BusState state) {
+std::unique_ptr<Port> InProcessBus::open_handler(const std::vector<Filter>& filters, FrameHandler handler,
+                                                 nkr_error_t& result) {
+  result = handler ? NKR_OK : NKR_ERROR;
+  return handler ? MemberPort::join(state_, filters, std::move(handler)) : nullptr;
+}
+
+bool InProcessBus::set_state(BusState state) {
   state_->state = state;
   const std::shared_ptr<const Roster> roster = state_->snapshot();
   for (const auto& member : roster->members()) member->queue().tell(refusal(state));
+  return true;
 }
 
 }  // namespace nkr::can

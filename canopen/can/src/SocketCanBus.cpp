@@ -34,14 +34,8 @@ class SocketCanPort : public Port {
     system_->close(socket_);
   }
 
-  nkr_error_t send(const Frame& frame, Clock::time_point deadline) override;
-  nkr_error_t receive_stamped(Frame& frame, Clock::time_point deadline,
-                              system_clock::time_point& when) override;
-
-  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override {
-    system_clock::time_point when;
-    return receive_stamped(frame, deadline, when);
-  }
+  nkr_error_t send(const Frame& frame, const Deadline& deadline) override;
+  nkr_error_t receive(Frame& frame, const Deadline& deadline, system_clock::time_point* when) override;
 
   [[nodiscard]] BusStatus status() const override {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -85,8 +79,8 @@ class SocketCanPort : public Port {
 };
 
 void SocketCanPort::lose_interface() {
-  if (status_.state != BusState::interface_gone) {
-    status_.state = BusState::interface_gone;
+  if (status_.state != BusState::INTERFACE_GONE) {
+    status_.state = BusState::INTERFACE_GONE;
     event_ = NKR_CAN_INTERFACE_GONE;
   }
   // It may be back already, and then no further change would be reported.
@@ -94,8 +88,8 @@ void SocketCanPort::lose_interface() {
 }
 
 void SocketCanPort::look_for_interface() {
-  if (status_.state != BusState::interface_gone || system_->link(interface_) != LinkState::up) return;
-  if (system_->bind(socket_, interface_, filters_) == 0) status_.state = BusState::error_active;
+  if (status_.state != BusState::INTERFACE_GONE || system_->link(interface_) != LinkState::UP) return;
+  if (system_->bind(socket_, interface_, filters_) == 0) status_.state = BusState::ERROR_ACTIVE;
 }
 
 void SocketCanPort::absorb(const ReceivedFrame& received) {
@@ -103,10 +97,10 @@ void SocketCanPort::absorb(const ReceivedFrame& received) {
   status_.dropped = std::max(status_.dropped, received.dropped);
   if (received.frame.error) {
     apply_error_frame(received.frame, status_);
-  } else if (before == BusState::bus_off) {
-    status_.state = BusState::error_active;  // traffic: the controller was restarted
+  } else if (before == BusState::BUS_OFF) {
+    status_.state = BusState::ERROR_ACTIVE;  // traffic: the controller was restarted
   }
-  if (status_.state == BusState::bus_off && before != BusState::bus_off) event_ = NKR_CAN_BUS_OFF;
+  if (status_.state == BusState::BUS_OFF && before != BusState::BUS_OFF) event_ = NKR_CAN_BUS_OFF;
 }
 
 /** One frame for the user out of the socket; none when the socket is empty or something is to be told first.
@@ -149,18 +143,17 @@ bool SocketCanPort::take(ReceivedFrame& received, nkr_error_t& result) {
   return true;
 }
 
-nkr_error_t SocketCanPort::receive_stamped(Frame& frame, Clock::time_point deadline,
-                                           system_clock::time_point& when) {
-  for (bool in_time = true;; in_time = wait_to_receive(deadline)) {
+nkr_error_t SocketCanPort::receive(Frame& frame, const Deadline& deadline, system_clock::time_point* when) {
+  for (bool in_time = true;; in_time = wait_to_receive(deadline.time())) {
     const std::lock_guard<std::mutex> lock(mutex_);
     ReceivedFrame received;
     nkr_error_t result = NKR_OK;
     if (take(received, result)) {
       frame = received.frame;
-      when = result == NKR_OK ? received.when : system_clock::now();
+      if (when != nullptr && result == NKR_OK) *when = received.when;
       return result;
     }
-    if (!in_time || deadline == Clock::time_point{}) return NKR_CAN_TIMED_OUT;  // only a look: no poll
+    if (!in_time || deadline.only_looks()) return NKR_CAN_TIMED_OUT;  // only a look: no poll
   }
 }
 
@@ -192,13 +185,13 @@ void SocketCanPort::read_ahead() {
 
 nkr_error_t SocketCanPort::ready_to_send() {
   if (closed_) return NKR_CAN_CLOSED;
-  if (status_.state == BusState::bus_off) read_ahead();
-  if (status_.state == BusState::interface_gone) look_for_interface();
-  if (status_.state == BusState::bus_off) return NKR_CAN_BUS_OFF;
-  return status_.state == BusState::interface_gone ? NKR_CAN_INTERFACE_GONE : NKR_OK;
+  if (status_.state == BusState::BUS_OFF) read_ahead();
+  if (status_.state == BusState::INTERFACE_GONE) look_for_interface();
+  if (status_.state == BusState::BUS_OFF) return NKR_CAN_BUS_OFF;
+  return status_.state == BusState::INTERFACE_GONE ? NKR_CAN_INTERFACE_GONE : NKR_OK;
 }
 
-nkr_error_t SocketCanPort::send(const Frame& frame, Clock::time_point deadline) {
+nkr_error_t SocketCanPort::send(const Frame& frame, const Deadline& deadline) {
   microseconds backoff = kFirstBackoff;
   for (;;) {
     {
@@ -216,7 +209,7 @@ nkr_error_t SocketCanPort::send(const Frame& frame, Clock::time_point deadline) 
       wake_receivers();
       return NKR_CAN_INTERFACE_GONE;
     }
-    if (!wait_to_send(error, backoff, deadline)) return NKR_CAN_TX_OVERFLOW;
+    if (!wait_to_send(error, backoff, deadline.time())) return NKR_CAN_TX_OVERFLOW;
   }
 }
 
@@ -238,23 +231,23 @@ bool SocketCanPort::wait_to_send(int error, microseconds& backoff, Clock::time_p
 
 std::string sentence(const std::string& interface, LinkState link) {
   switch (link) {
-    case LinkState::absent:
+    case LinkState::ABSENT:
       return "There is no interface \"" + interface +
              "\". Is the adapter plugged in? Those that exist: ip -brief link show type can. "
              "A virtual one: sudo ip link add dev vcan0 type vcan && sudo ip link set vcan0 up";
-    case LinkState::not_can:
+    case LinkState::NOT_CAN:
       return "\"" + interface + "\" is no CAN interface. Those that are: ip -brief link show type can";
-    case LinkState::down:
+    case LinkState::DOWN:
       return bus_advice(interface, NKR_CAN_INTERFACE_GONE);
-    case LinkState::up:
+    case LinkState::UP:
       break;
   }
   return {};
 }
 
 nkr_error_t result_of(LinkState link) {
-  if (link == LinkState::up) return NKR_OK;
-  return link == LinkState::down ? NKR_CAN_INTERFACE_GONE : NKR_CAN_NO_INTERFACE;
+  if (link == LinkState::UP) return NKR_OK;
+  return link == LinkState::DOWN ? NKR_CAN_INTERFACE_GONE : NKR_CAN_NO_INTERFACE;
 }
 
 }  // namespace
@@ -268,7 +261,7 @@ SocketCanBus::SocketCanBus(std::string interface, std::shared_ptr<CanSystem> sys
 nkr_error_t SocketCanBus::check(std::string& explanation) {
   const LinkState link = system_->link(interface_);
   explanation = sentence(interface_, link);
-  if (link != LinkState::up) return result_of(link);
+  if (link != LinkState::UP) return result_of(link);
   nkr_error_t result = NKR_OK;
   open({}, result);
   if (result == NKR_CAN_NO_INTERFACE)

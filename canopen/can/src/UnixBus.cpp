@@ -80,7 +80,7 @@ int await_welcome(const Descriptor& socket) {
   const ssize_t size = ::recv(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
   const auto message =
       size > 0 ? decode_unix_message(bytes.data(), static_cast<std::size_t>(size)) : std::nullopt;
-  return message && message->kind == UnixMessage::Kind::welcome ? 0 : ECONNRESET;
+  return message && message->kind == UnixMessage::Kind::WELCOME ? 0 : ECONNRESET;
 }
 
 /** Held while its owner lives, also across processes; a killed owner's is free at once. */
@@ -156,13 +156,14 @@ class UnixBus::MemberPort : public Port {
         filters_(std::move(filters)),
         connection_(std::make_shared<const Descriptor>(std::move(connection))) {}
 
-  nkr_error_t send(const Frame& frame, Clock::time_point deadline) override;
-  nkr_error_t receive(Frame& frame, Clock::time_point deadline) override;
+  nkr_error_t send(const Frame& frame, const Deadline& deadline) override;
+  nkr_error_t receive(Frame& frame, const Deadline& deadline,
+                      std::chrono::system_clock::time_point* when) override;
 
   [[nodiscard]] BusStatus status() const override {
     const std::lock_guard<std::mutex> lock(mutex_);
     BusStatus status;
-    status.state = connection_ ? BusState::error_active : BusState::interface_gone;
+    status.state = connection_ ? BusState::ERROR_ACTIVE : BusState::INTERFACE_GONE;
     status.dropped = dropped_before_ + dropped_;
     return status;
   }
@@ -176,7 +177,7 @@ class UnixBus::MemberPort : public Port {
 
  private:
   using Connection = std::shared_ptr<const Descriptor>;
-  enum class Read { frame, nothing, gone };
+  enum class Read { FRAME, NOTHING, GONE };
 
   Connection connected(nkr_error_t& result);
   void lose(const Connection& connection);
@@ -239,21 +240,22 @@ UnixBus::MemberPort::Read UnixBus::MemberPort::read(const Descriptor& connection
     UnixBytes bytes{};
     const ssize_t size = ::recv(connection.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
     if (size < 0 && errno == EINTR) continue;
-    if (size < 0 && errno == EAGAIN) return Read::nothing;
+    if (size < 0 && errno == EAGAIN) return Read::NOTHING;
     const auto message =
         size > 0 ? decode_unix_message(bytes.data(), static_cast<std::size_t>(size)) : std::nullopt;
-    if (!message) return Read::gone;
-    if (message->kind == UnixMessage::Kind::lost) {
+    if (!message) return Read::GONE;
+    if (message->kind == UnixMessage::Kind::LOST) {
       const std::lock_guard<std::mutex> lock(mutex_);
       dropped_ = message->lost;
     }
-    if (message->kind != UnixMessage::Kind::frame || !passes(filters_, message->frame)) continue;
+    if (message->kind != UnixMessage::Kind::FRAME || !passes(filters_, message->frame)) continue;
     frame = message->frame;
-    return Read::frame;
+    return Read::FRAME;
   }
 }
 
-nkr_error_t UnixBus::MemberPort::receive(Frame& frame, Clock::time_point deadline) {
+nkr_error_t UnixBus::MemberPort::receive(Frame& frame, const Deadline& deadline,
+                                         std::chrono::system_clock::time_point* when) {
   for (bool in_time = true;;) {
     nkr_error_t result = NKR_OK;
     if (take_event(result)) return result;
@@ -261,22 +263,25 @@ nkr_error_t UnixBus::MemberPort::receive(Frame& frame, Clock::time_point deadlin
     if (result == NKR_CAN_CLOSED) return result;
     if (connection) {
       const Read read_now = read(*connection, frame);
-      if (read_now == Read::frame) return NKR_OK;
-      if (read_now == Read::gone) {
+      if (read_now == Read::FRAME) {
+        if (when != nullptr) *when = std::chrono::system_clock::now();
+        return NKR_OK;
+      }
+      if (read_now == Read::GONE) {
         lose(connection);
         continue;
       }
     }
-    if (!in_time || deadline == Clock::time_point{}) return NKR_CAN_TIMED_OUT;  // only a look: no poll
+    if (!in_time || deadline.only_looks()) return NKR_CAN_TIMED_OUT;  // only a look: no poll
     pollfd descriptors[] = {{connection ? connection->get() : -1, POLLIN, 0},
                             {attention_.descriptor(), POLLIN, 0}};
     // Without a listener and unable to become one (the folder is gone, say), nothing tells when that ends.
-    const auto until = connection ? deadline : std::min(deadline, Clock::now() + kJoinRetry);
-    in_time = poll_until(descriptors, 2, until) != 0 || until != deadline;
+    const auto until = connection ? deadline.time() : std::min(deadline.time(), Clock::now() + kJoinRetry);
+    in_time = poll_until(descriptors, 2, until) != 0 || until != deadline.time();
   }
 }
 
-nkr_error_t UnixBus::MemberPort::send(const Frame& frame, Clock::time_point deadline) {
+nkr_error_t UnixBus::MemberPort::send(const Frame& frame, const Deadline& deadline) {
   const UnixBytes message = encode_frame(frame);
   for (;;) {
     nkr_error_t result = NKR_OK;
@@ -290,7 +295,7 @@ nkr_error_t UnixBus::MemberPort::send(const Frame& frame, Clock::time_point dead
       return NKR_CAN_INTERFACE_GONE;
     }
     pollfd descriptors[] = {{connection->get(), POLLOUT, 0}, {closing_.descriptor(), POLLIN, 0}};
-    if (poll_until(descriptors, 2, deadline) == 0) return NKR_CAN_TX_OVERFLOW;
+    if (poll_until(descriptors, 2, deadline.time()) == 0) return NKR_CAN_TX_OVERFLOW;
   }
 }
 

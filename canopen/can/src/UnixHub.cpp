@@ -14,11 +14,11 @@ namespace {
 constexpr std::size_t kWaitingBound = 16384;
 constexpr int kMessagesAtOnce = 64;  ///< from one member before others have their turn
 
-enum class Sent { all, later, never };
+enum class Sent { ALL, LATER, NEVER };
 
 Sent send_now(int socket, const UnixBytes& message) {
-  if (::send(socket, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sent::all;
-  return errno == EAGAIN || errno == EINTR || errno == ENOBUFS || errno == ENOMEM ? Sent::later : Sent::never;
+  if (::send(socket, message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sent::ALL;
+  return errno == EAGAIN || errno == EINTR || errno == ENOBUFS || errno == ENOMEM ? Sent::LATER : Sent::NEVER;
 }
 
 }  // namespace
@@ -77,7 +77,7 @@ void UnixHub::admit() {
     return;
   }
   const int key = socket.get();
-  if (send_now(key, encode_welcome()) != Sent::all) return;
+  if (send_now(key, encode_welcome()) != Sent::ALL) return;
   members_[key].socket = std::move(socket);
   watch(EPOLL_CTL_ADD, key, EPOLLIN);
 }
@@ -89,7 +89,7 @@ void UnixHub::hear(int socket) {
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
     const auto message =
         size > 0 ? decode_unix_message(bytes.data(), static_cast<std::size_t>(size)) : std::nullopt;
-    if (!message || message->kind != UnixMessage::Kind::frame) {
+    if (!message || message->kind != UnixMessage::Kind::FRAME) {
       show_out(socket);
       return;
     }
@@ -104,7 +104,7 @@ void UnixHub::pass_on(int from, const UnixBytes& message) {
 }
 
 void UnixHub::give(Member& member, const UnixBytes& message) {
-  if (member.waiting.empty() && send_now(member.socket.get(), message) != Sent::later) return;
+  if (member.waiting.empty() && send_now(member.socket.get(), message) != Sent::LATER) return;
   if (member.waiting.size() >= kWaitingBound) {
     ++member.lost;
     return;
@@ -120,7 +120,7 @@ void UnixHub::flush(Member& member) {
       member.waiting.push_back(encode_lost(member.lost));
     }
     if (member.waiting.empty()) break;
-    if (send_now(member.socket.get(), member.waiting.front()) == Sent::later) return;
+    if (send_now(member.socket.get(), member.waiting.front()) == Sent::LATER) return;
     member.waiting.pop_front();
   }
   watch(EPOLL_CTL_MOD, member.socket.get(), EPOLLIN);

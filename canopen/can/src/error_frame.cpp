@@ -12,9 +12,9 @@ constexpr std::uint32_t kCountersValid = 0x200U;
 #endif
 
 BusState controller_state(std::uint8_t bits, BusState before) {
-  if ((bits & (CAN_ERR_CRTL_RX_PASSIVE | CAN_ERR_CRTL_TX_PASSIVE)) != 0) return BusState::error_passive;
-  if ((bits & (CAN_ERR_CRTL_RX_WARNING | CAN_ERR_CRTL_TX_WARNING)) != 0) return BusState::error_warning;
-  if ((bits & CAN_ERR_CRTL_ACTIVE) != 0) return BusState::error_active;
+  if ((bits & (CAN_ERR_CRTL_RX_PASSIVE | CAN_ERR_CRTL_TX_PASSIVE)) != 0) return BusState::ERROR_PASSIVE;
+  if ((bits & (CAN_ERR_CRTL_RX_WARNING | CAN_ERR_CRTL_TX_WARNING)) != 0) return BusState::ERROR_WARNING;
+  if ((bits & CAN_ERR_CRTL_ACTIVE) != 0) return BusState::ERROR_ACTIVE;
   return before;
 }
 
@@ -31,9 +31,9 @@ void apply_error_frame(const Frame& frame, BusStatus& status) {
   }
   if ((frame.id & CAN_ERR_RESTARTED) != 0) {
     ++status.restarts;
-    status.state = BusState::error_active;
+    status.state = BusState::ERROR_ACTIVE;
   }
-  if ((frame.id & CAN_ERR_BUSOFF) != 0) status.state = BusState::bus_off;
+  if ((frame.id & CAN_ERR_BUSOFF) != 0) status.state = BusState::BUS_OFF;
 }
 
 }  // namespace nkr::can

@@ -1,3 +1,4 @@
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/open_bus.hpp>
 
 #include "SocketCanBus.hpp"

@@ -38,7 +38,7 @@ bool all_zero(const std::uint8_t* begin, const std::uint8_t* end) {
 
 std::optional<UnixMessage> decode_frame(const std::uint8_t* bytes) {
   UnixMessage message;
-  message.kind = UnixMessage::Kind::frame;
+  message.kind = UnixMessage::Kind::FRAME;
   Frame& frame = message.frame;
   frame.extended = (bytes[1] & kExtended) != 0;
   frame.remote = (bytes[1] & kRemote) != 0;
@@ -57,13 +57,13 @@ std::optional<UnixMessage> decode_frame(const std::uint8_t* bytes) {
 }  // namespace
 
 UnixBytes encode_welcome() {
-  UnixBytes bytes = message_of(UnixMessage::Kind::welcome);
+  UnixBytes bytes = message_of(UnixMessage::Kind::WELCOME);
   bytes[1] = kVersion;
   return bytes;
 }
 
 UnixBytes encode_frame(const Frame& frame) {
-  UnixBytes bytes = message_of(UnixMessage::Kind::frame);
+  UnixBytes bytes = message_of(UnixMessage::Kind::FRAME);
   bytes[1] = static_cast<std::uint8_t>((frame.extended ? kExtended : 0) | (frame.remote ? kRemote : 0) |
                                        (frame.error ? kError : 0));
   bytes[2] = static_cast<std::uint8_t>(std::min<std::size_t>(frame.size, frame.data.size()));
@@ -74,7 +74,7 @@ UnixBytes encode_frame(const Frame& frame) {
 }
 
 UnixBytes encode_lost(std::uint64_t count) {
-  UnixBytes bytes = message_of(UnixMessage::Kind::lost);
+  UnixBytes bytes = message_of(UnixMessage::Kind::LOST);
   put(bytes.data() + kPayload, count, kPayloadBytes);
   return bytes;
 }
@@ -84,12 +84,12 @@ std::optional<UnixMessage> decode_unix_message(const std::uint8_t* bytes, std::s
   UnixMessage message;
   message.kind = static_cast<UnixMessage::Kind>(bytes[0]);
   switch (message.kind) {
-    case UnixMessage::Kind::frame:
+    case UnixMessage::Kind::FRAME:
       return decode_frame(bytes);
-    case UnixMessage::Kind::welcome:
+    case UnixMessage::Kind::WELCOME:
       if (bytes[1] != kVersion || !all_zero(bytes + 2, bytes + size)) return std::nullopt;
       return message;
-    case UnixMessage::Kind::lost:
+    case UnixMessage::Kind::LOST:
       if (!all_zero(bytes + 1, bytes + kPayload)) return std::nullopt;
       message.lost = get(bytes + kPayload, kPayloadBytes);
       return message;

@@ -28,8 +28,8 @@ constexpr std::size_t kUnixMessageSize = 16;
 using UnixBytes = std::array<std::uint8_t, kUnixMessageSize>;
 
 struct UnixMessage {
-  enum class Kind : std::uint8_t { welcome = 'W', frame = 'F', lost = 'L' };
-  Kind kind = Kind::welcome;
+  enum class Kind : std::uint8_t { WELCOME = 'W', FRAME = 'F', LOST = 'L' };
+  Kind kind = Kind::WELCOME;
   Frame frame;
   std::uint64_t lost = 0;
 };

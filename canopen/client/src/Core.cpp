@@ -269,7 +269,7 @@ nkr_error_t Client::Core::compare(std::uint8_t node, const ObjectValue& value) {
 
 bool Client::Core::bus_is_there() const {
   const can::BusState state = port_->status().state;
-  return state != can::BusState::interface_gone && state != can::BusState::bus_off;
+  return state != can::BusState::INTERFACE_GONE && state != can::BusState::BUS_OFF;
 }
 
 /** Has the timers look at the heartbeats when the earliest may be lost. */

@@ -71,16 +71,16 @@ void BusConnection::cut(BusState state, Duration duration) {
   back_at_ = duration == Duration::zero() ? Time::max() : context_.now + duration;
   context_.on_bus = false;
   effects_.bus_state(state);
-  if (state == BusState::bus_off && before != state) effects_.lost();
+  if (state == BusState::BUS_OFF && before != state) effects_.lost();
 }
 
 void BusConnection::restore() {
   back_at_ = Time::max();
-  const BusState before = std::exchange(state_, BusState::error_active);
+  const BusState before = std::exchange(state_, BusState::ERROR_ACTIVE);
   if (before == state_) return;
   context_.on_bus = true;
   effects_.bus_state(state_);
-  if (before == BusState::bus_off) effects_.returned();
+  if (before == BusState::BUS_OFF) effects_.returned();
 }
 
 bool BusConnection::accepts(const Frame& frame) {

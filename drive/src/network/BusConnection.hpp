@@ -65,7 +65,7 @@ class BusConnection : public Part {
   bool resets_on_request_ = false;  // the next request of the access finds the node starting anew
   std::vector<LateFrame> late_;
   Time silent_until_ = Time::min();
-  nkr::can::BusState state_ = nkr::can::BusState::error_active;
+  nkr::can::BusState state_ = nkr::can::BusState::ERROR_ACTIVE;
   Time back_at_ = Time::max();
 };
 

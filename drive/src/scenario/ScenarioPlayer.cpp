@@ -136,9 +136,9 @@ void ScenarioPlayer::perform(const Action& action) {
       reply_.reset_amid = true;
       return;
     case Does::BUS_OFF:
-      return cut_bus(BusState::bus_off, action.duration);
+      return cut_bus(BusState::BUS_OFF, action.duration);
     case Does::BUS_GONE:
-      return cut_bus(BusState::interface_gone, action.duration);
+      return cut_bus(BusState::INTERFACE_GONE, action.duration);
     case Does::BUS_BACK:
       return bus_.restore();
     case Does::EMERGENCY:

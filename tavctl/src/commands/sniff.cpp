@@ -67,7 +67,7 @@ class Sniffer {
     nkr::can::Frame frame;
     std::chrono::system_clock::time_point when;
     while (true) {
-      const nkr_error_t result = port_->receive_stamped(frame, deadline, when);
+      const nkr_error_t result = port_->receive(frame, deadline, &when);
       if (result == NKR_CAN_TIMED_OUT) return true;
       if (result == NKR_OK && !view_.show(frame, when)) return false;
       if (result == NKR_CAN_CLOSED) session_.check(result, "listen on the bus");

@@ -35,7 +35,7 @@ void BusTrace::run() {
   nkr::can::Frame frame;
   std::chrono::system_clock::time_point when;
   while (true) {
-    const nkr_error_t result = port_->receive_stamped(frame, Clock::now() + std::chrono::seconds(1), when);
+    const nkr_error_t result = port_->receive(frame, std::chrono::seconds(1), &when);
     if (result == NKR_CAN_CLOSED) return;
     if (result != NKR_OK) continue;
     const double seconds = std::chrono::duration<double>(when - start).count();

@@ -26,7 +26,7 @@ class GuardedNode {
   GuardedNode(nkr::can::InProcessBus& bus, std::uint8_t id) : id_(0x700U + id) {
     nkr_error_t result = NKR_ERROR;
     sender_ = bus.open({{0x7FF, 0x7FF}}, result);
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{id_, 0x7FF}}, [this](const Frame& frame) { asked(frame); }, result);
   }
   void fall_silent() { silent_ = true; }

@@ -30,7 +30,7 @@ class Device {
   Device(nkr::can::InProcessBus& bus, std::uint8_t id) : id_(id) {
     nkr_error_t result = NKR_ERROR;
     sender_ = bus.open({{0x7FF, 0x7FF}}, result);
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{0x600U + id, 0x7FF}}, [this](const Frame& frame) { received(frame); }, result);
   }
 
@@ -195,12 +195,12 @@ TEST_F(Recovery, ANodeThatReturnsWithItsConfigurationIsReadAndNotWritten) {
 
 TEST_F(Recovery, AfterTheLossOfTheInterfaceTheConfigurationIsReadBackFirst) {
   configure();
-  bus->set_state(BusState::interface_gone);
+  bus->set_state(BusState::INTERFACE_GONE);
   log.wait_for(Kind::INTERFACE_GONE);
   EXPECT_EQ(log.count(Kind::RECOVERED), 0U);
   std::this_thread::sleep_for(150ms);
   EXPECT_EQ(log.count(Kind::RECOVERED), 0U) << "nobody can know yet";
-  bus->set_state(BusState::error_active);
+  bus->set_state(BusState::ERROR_ACTIVE);
   log.wait_for(Kind::RECOVERED);  // also of a node without heartbeat
   std::uint32_t period = 0;
   EXPECT_EQ(client.getValue(kNode, 0x10060020, period), NKR_OK) << "the same client goes on";

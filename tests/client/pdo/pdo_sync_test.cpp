@@ -112,7 +112,7 @@ class PdoSync : public ClientTest {
 
  protected:
   std::unique_ptr<nkr::can::Port> tap = bus->open({{0x080, 0x7FF}, {0x20A, 0x7FF}, {0x18A, 0x7FF}}, result);
-  std::unique_ptr<nkr::can::Port> sync_port = bus->open(
+  std::unique_ptr<nkr::can::Port> sync_port = bus->open_handler(
       {{0x080, 0x7FF}}, [this](const Frame&) { sync_arrived(); }, result);
 };
 

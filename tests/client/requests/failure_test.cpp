@@ -128,11 +128,11 @@ TEST_F(Failure, ANodeThatIsAliveAndAnswersNothing) {
 }
 
 TEST_F(Failure, ABusThatIsOffAndAnInterfaceThatIsGone) {
-  bus->set_state(BusState::bus_off);
+  bus->set_state(BusState::BUS_OFF);
   const RequestFailure off = read_fails();
   EXPECT_EQ(off.cause, FailureCause::BUS_OFF);
-  EXPECT_EQ(off.bus.state, BusState::bus_off);
-  bus->set_state(BusState::interface_gone);
+  EXPECT_EQ(off.bus.state, BusState::BUS_OFF);
+  bus->set_state(BusState::INTERFACE_GONE);
   EXPECT_EQ(read_fails().cause, FailureCause::NO_INTERFACE);
 }
 
@@ -210,9 +210,9 @@ TEST(LikelyCause, WhatExplainsMostComesFirst) {
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::STOPPED);
   circumstances.heartbeat_lost = true;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::HEARD_THEN_LOST);
-  failure.bus.state = BusState::bus_off;
+  failure.bus.state = BusState::BUS_OFF;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::BUS_OFF);
-  failure.bus.state = BusState::interface_gone;
+  failure.bus.state = BusState::INTERFACE_GONE;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::NO_INTERFACE);
   circumstances.by_node = true;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::REFUSED_BY_NODE);

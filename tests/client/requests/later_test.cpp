@@ -96,7 +96,7 @@ TEST_F(Later, NodesThatAreSilentHoldUpNoOther) {
 TEST_F(Later, AllNodesOfABusAreAskedAtOnce) {
   nkr_error_t result = NKR_ERROR;
   const auto sender = bus->open({{0x7FF, 0x7FF}}, result);
-  const auto all = bus->open(
+  const auto all = bus->open_handler(
       {{0x600, 0x780}},
       [&](const Frame& request) {
         sender->send({request.id - 0x80, {0x4F, 0x41, 0x60, 0, static_cast<std::uint8_t>(request.id)}},

@@ -93,7 +93,7 @@ TEST_F(Threads, ClosingWakesWhoWaitsForALateReply) {
 TEST_F(Threads, ACallFromWithinARequestToTheSameNodeIsRefusedNotADeadlock) {
   nkr_error_t nested = NKR_OK;
   nkr_error_t result = NKR_ERROR;
-  const auto observer = bus->open(
+  const auto observer = bus->open_handler(
       {{0x60A, 0x7FF}},
       [&](const Frame& frame) {
         std::uint16_t value = 0;
@@ -111,7 +111,7 @@ TEST_F(Threads, ACallFromWithinARequestToAnotherNodeIsServedWhenItNeedNotWait) {
   nkr_error_t result = NKR_ERROR;
   tests::ScriptedNode other(*bus, 11);
   other.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
-  const auto observer = bus->open(
+  const auto observer = bus->open_handler(
       {{0x60A, 0x7FF}},
       [&](const Frame&) {
         std::uint16_t value = 0;
@@ -129,7 +129,7 @@ class EchoServer {
  public:
   EchoServer(InProcessBus& bus, std::uint8_t node, unsigned silent) : node_(node), silent_(silent) {
     nkr_error_t result = NKR_ERROR;
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{0x600U + node, 0x7FF}}, [this](const Frame& frame) { answer(frame); }, result);
     sender_ = bus.open({{0x7FF, 0x7FF}}, result);
     ready_ = true;

@@ -330,7 +330,7 @@ class BlockServer {
       : id_(0x580U + node), lose_each_(lose_each) {
     nkr_error_t result = NKR_ERROR;
     sender_ = bus.open({{0x7FF, 0x7FF}}, result);
-    port_ = bus.open(
+    port_ = bus.open_handler(
         {{0x600U + node, 0x7FF}}, [this](const Frame& frame) { received(frame.data); }, result);
   }
   Bytes content;

@@ -444,11 +444,11 @@ TEST_F(Sdo, WithoutABusEveryRequestSaysSo) {
 }
 
 TEST_F(Sdo, WhatTheBusRefusesIsReturned) {
-  bus->set_state(nkr::can::BusState::bus_off);
+  bus->set_state(nkr::can::BusState::BUS_OFF);
   EXPECT_EQ(read(), NKR_CAN_BUS_OFF);
-  bus->set_state(nkr::can::BusState::interface_gone);
+  bus->set_state(nkr::can::BusState::INTERFACE_GONE);
   EXPECT_EQ(read(), NKR_CAN_INTERFACE_GONE);
-  bus->set_state(nkr::can::BusState::error_active);
+  bus->set_state(nkr::can::BusState::ERROR_ACTIVE);
   node.on(kRead, {kReply});
   EXPECT_EQ(read(), NKR_OK) << "the client goes on when the bus is back";
 }
@@ -457,7 +457,7 @@ TEST_F(Sdo, ABusThatFailsDuringTheWaitEndsItAtOnce) {
   client.setTimeout(30s);
   std::thread failure([this] {
     ASSERT_TRUE(node.wait_for_requests(1));
-    bus->set_state(nkr::can::BusState::bus_off);
+    bus->set_state(nkr::can::BusState::BUS_OFF);
   });
   const auto start = Clock::now();
   EXPECT_EQ(read(), NKR_CAN_BUS_OFF);

@@ -317,10 +317,10 @@ TEST_F(ScenarioTest, WhileTheBusIsOffTheDriveNeitherHearsNorSpeaks) {
   bench.send("601#4018100100000000");
   bench.send("601#2B42600064000000");
   EXPECT_TRUE(sent.empty());
-  EXPECT_EQ(states, std::vector<nkr::can::BusState>{nkr::can::BusState::bus_off});
+  EXPECT_EQ(states, std::vector<nkr::can::BusState>{nkr::can::BusState::BUS_OFF});
   bench.step(milliseconds(100));
   ASSERT_EQ(states.size(), 2U);
-  EXPECT_EQ(states[1], nkr::can::BusState::error_active);
+  EXPECT_EQ(states[1], nkr::can::BusState::ERROR_ACTIVE);
   EXPECT_EQ(sent, (Frames{"081#4081110000000000", "081#0000000000000000"}))
       << "it tells that it was off the bus";
   sent.clear();

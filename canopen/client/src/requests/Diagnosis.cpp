@@ -9,13 +9,13 @@ using can::BusState;
 constexpr std::chrono::seconds kSilence{10};
 
 bool is_bus_off(const RequestFailure& failure) {
-  return failure.code == NKR_CAN_BUS_OFF || failure.bus.state == BusState::bus_off;
+  return failure.code == NKR_CAN_BUS_OFF || failure.bus.state == BusState::BUS_OFF;
 }
 
 bool has_no_interface(const RequestFailure& failure) {
   return failure.code == NKR_CAN_INTERFACE_GONE || failure.code == NKR_CAN_NO_INTERFACE ||
          failure.code == NKR_CAN_NOT_CONNECTED || failure.code == NKR_CAN_PERMISSION ||
-         failure.bus.state == BusState::interface_gone;
+         failure.bus.state == BusState::INTERFACE_GONE;
 }
 
 FailureCause cause_of_silence(const RequestFailure& failure, const Circumstances& circumstances) {

@@ -233,14 +233,13 @@ nkr_error_t NodeChannel::send_within(const can::Frame& frame) {
 
 nkr_error_t NodeChannel::send(const can::Frame& frame) {
   wait_anew();
-  return port_->send_within(frame, deadline_);
+  return port_->send(frame, deadline_);
 }
 
 /** Frames that are no answer do not prolong the wait. */
 nkr_error_t NodeChannel::receive(can::Frame& frame) {
   nkr_error_t result = NKR_CAN_TIMED_OUT;
-  if (!answered_ || Clock::now() <= deadline_.time())
-    result = port_->receive_within(frame, deadline_, nullptr);
+  if (!answered_ || Clock::now() <= deadline_.time()) result = port_->receive(frame, deadline_);
   if (result == NKR_OK) note(frame);
   answered_ = true;
   if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;

@@ -38,28 +38,29 @@ nkr_error_t DeferredPort::try_to_open(Clock::time_point now) {
   return NKR_OK;
 }
 
-nkr_error_t DeferredPort::send(const can::Frame& frame, Clock::time_point deadline) {
+nkr_error_t DeferredPort::send(const can::Frame& frame, const can::Deadline& deadline) {
   const nkr_error_t result = open();
   return result == NKR_OK ? open_.load(std::memory_order_acquire)->send(frame, deadline) : result;
 }
 
-nkr_error_t DeferredPort::receive(can::Frame& frame, Clock::time_point deadline) {
+nkr_error_t DeferredPort::receive(can::Frame& frame, const can::Deadline& deadline,
+                                  std::chrono::system_clock::time_point* when) {
   if (open_.load(std::memory_order_acquire) == nullptr) {
     const nkr_error_t result = await_opening(deadline);
     if (result != NKR_OK) return result;
   }
-  return open_.load(std::memory_order_acquire)->receive(frame, deadline);
+  return open_.load(std::memory_order_acquire)->receive(frame, deadline, when);
 }
 
-nkr_error_t DeferredPort::await_opening(Clock::time_point deadline) {
+nkr_error_t DeferredPort::await_opening(const can::Deadline& deadline) {
   std::unique_lock<std::mutex> lock(mutex_);
   while (true) {
     const Clock::time_point now = Clock::now();
     const nkr_error_t result = try_to_open(now);
     if (result == NKR_OK || result == NKR_CAN_CLOSED) return result;
     if (!std::exchange(told_, true)) return result;
-    if (now >= deadline) return NKR_CAN_TIMED_OUT;
-    changed_.wait_until(lock, std::min(deadline, now + kRetry));
+    if (now >= deadline.time()) return NKR_CAN_TIMED_OUT;
+    changed_.wait_until(lock, std::min(deadline.time(), now + kRetry));
   }
 }
 
@@ -67,7 +68,7 @@ can::BusStatus DeferredPort::status() const {
   const can::Port* const port = open_.load(std::memory_order_acquire);
   if (port != nullptr) return port->status();
   can::BusStatus status;
-  status.state = can::BusState::interface_gone;
+  status.state = can::BusState::INTERFACE_GONE;
   return status;
 }
 

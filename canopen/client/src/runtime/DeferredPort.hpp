@@ -2,6 +2,7 @@
 #define NKR_CANOPEN_RUNTIME_DEFERREDPORT_HPP
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -21,15 +22,16 @@ class DeferredPort final : public can::Port {
   /** NKR_OK when it is open, if need be by trying it now; else why it is not. */
   nkr_error_t open() { return open_.load(std::memory_order_acquire) != nullptr ? NKR_OK : open_now(); }
 
-  nkr_error_t send(const can::Frame& frame, can::Clock::time_point deadline) override;
-  nkr_error_t receive(can::Frame& frame, can::Clock::time_point deadline) override;
+  nkr_error_t send(const can::Frame& frame, const can::Deadline& deadline) override;
+  nkr_error_t receive(can::Frame& frame, const can::Deadline& deadline,
+                      std::chrono::system_clock::time_point* when) override;
   [[nodiscard]] can::BusStatus status() const override;
   void close() override;
 
  private:
   nkr_error_t open_now();
   nkr_error_t try_to_open(can::Clock::time_point now);
-  nkr_error_t await_opening(can::Clock::time_point deadline);
+  nkr_error_t await_opening(const can::Deadline& deadline);
 
   can::Bus& bus_;
   const std::vector<can::Filter> filters_;

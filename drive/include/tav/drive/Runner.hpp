@@ -13,7 +13,7 @@ namespace tav::drive {
  * Joins a virtual drive to a bus and lets real time pass for it, from start() to stop().
  *
  * On an InProcessBus the drive answers on the sender's own thread, before send() returns; on any other bus a
- * thread of the runner receives. The drive must outlive the runner.
+ * thread of its port receives. The drive must outlive the runner.
  */
 class NKR_EXPORT Runner {
  public:

@@ -6,10 +6,10 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,16 +18,16 @@ namespace nkr::can {
 
 /** What became of a frame at a port. */
 enum class Direction {
-  sent,      ///< handed to the bus
-  not_sent,  ///< refused by the bus: follows the `sent` of the same frame
-  received,
+  SENT,      ///< handed to the bus
+  NOT_SENT,  ///< refused by the bus: follows the `SENT` of the same frame
+  RECEIVED,
 };
 
 /** A frame as a port saw it. */
 struct TracedFrame {
   std::chrono::system_clock::time_point
       when;  ///< of reception by the kernel, or before it was handed to the bus
-  Direction direction = Direction::sent;
+  Direction direction = Direction::SENT;
   Frame frame;
 };
 
@@ -44,6 +44,9 @@ class NKR_EXPORT TracingBus : public Bus {
   TracingBus(std::shared_ptr<Bus> bus, FrameObserver observer);
 
   std::unique_ptr<Port> open(const std::vector<Filter>& filters, nkr_error_t& result) override;
+  std::unique_ptr<Port> open_handler(const std::vector<Filter>& filters, FrameHandler handler,
+                                     nkr_error_t& result) override;
+  bool set_state(BusState state) override { return bus_->set_state(state); }
   [[nodiscard]] std::string name() const override { return bus_->name(); }
 
  private:
