@@ -3,7 +3,8 @@
 #include <vector>
 
 #include "cli/Run.hpp"
+#include "commands/AllCommands.hpp"
 
 int main(int argc, char** argv) {
-  return tavctl::run(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
+  return tavctl::run(tavctl::add_all, std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
 }

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "cli/Run.hpp"
+#include "commands/AllCommands.hpp"
 
 namespace tool {
 
@@ -41,7 +42,7 @@ nlohmann::json Result::json() const {
 Result tavctl(const std::vector<std::string>& arguments) {
   std::ostringstream out;
   std::ostringstream err;
-  const int code = tavctl::run(arguments, out, err);
+  const int code = tavctl::run(tavctl::add_all, arguments, out, err);
   return {code, out.str(), err.str()};
 }
 

@@ -1,6 +1,7 @@
 #include "cli/BlackBox.hpp"
 
 #include <fstream>
+#include <nkr/canopen/Client.hpp>
 #include <sstream>
 
 namespace tavctl {

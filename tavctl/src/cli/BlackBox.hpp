@@ -1,11 +1,14 @@
 #ifndef TAVCTL_CLI_BLACKBOX_HPP
 #define TAVCTL_CLI_BLACKBOX_HPP
 
-#include <nkr/canopen/Client.hpp>
 #include <string>
 #include <utility>
 
 #include "cli/Output.hpp"
+
+namespace nkr::canopen {
+class Client;
+}
 
 namespace tavctl {
 

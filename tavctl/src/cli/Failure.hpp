@@ -5,12 +5,15 @@
 
 #include <exception>
 #include <memory>
-#include <nkr/canopen/RequestFailure.hpp>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "cli/ExitCode.hpp"
+
+namespace nkr::canopen {
+struct RequestFailure;
+}
 
 namespace tavctl {
 
@@ -28,8 +31,8 @@ class Failure : public std::exception {
 
   /** The request on the bus that failed; null when it was none. */
   [[nodiscard]] const nkr::canopen::RequestFailure* request() const { return request_.get(); }
-  void set_request(nkr::canopen::RequestFailure request) {
-    request_ = std::make_shared<const nkr::canopen::RequestFailure>(std::move(request));
+  void set_request(std::shared_ptr<const nkr::canopen::RequestFailure> request) {
+    request_ = std::move(request);
   }
 
  private:

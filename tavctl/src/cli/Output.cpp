@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ostream>
+#include <utility>
 
 #include "model/FailureText.hpp"
 #include "model/Format.hpp"
@@ -12,11 +13,6 @@ namespace {
 
 constexpr std::size_t kLabelWidth = 24;
 constexpr std::size_t kFailureLabelWidth = 14;
-
-/** JSON as one line; text that is no UTF-8 is replaced, not refused. */
-std::string dump(const Json& value, int indent) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
 
 }  // namespace
 
@@ -38,7 +34,7 @@ void Output::put(const std::string& key, Json value) {
 void Output::row(const std::string& text, const Json& value) {
   const std::lock_guard<std::mutex> lock(mutex_);
   live_ = true;
-  out_ << (json_ ? dump(value, -1) : text) << '\n';
+  out_ << (json_ ? value.dump() : text) << '\n';
 }
 
 void Output::event(const std::string& text, const Json& value) {
@@ -82,7 +78,7 @@ void Output::failure(const Failure& failure) {
 
 void Output::finish() {
   if (!json_ || (live_ && document_.empty())) return;
-  out_ << dump(document_, live_ ? -1 : 2) << '\n';
+  out_ << document_.dump(live_ ? -1 : 2) << '\n';
 }
 
 }  // namespace tavctl

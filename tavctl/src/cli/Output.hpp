@@ -3,15 +3,13 @@
 
 #include <iosfwd>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
 #include "cli/Failure.hpp"
+#include "cli/Json.hpp"
 
 namespace tavctl {
-
-using Json = nlohmann::ordered_json;
 
 /**
  * What a command has to say, once for people and once for programs.

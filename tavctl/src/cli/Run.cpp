@@ -2,12 +2,12 @@
 
 #include <nkr/log_setup.h>
 
-#include <algorithm>
 #include <exception>
 #include <optional>
+#include <variant>
 
-#include "cli/Commands.hpp"
-#include "commands/AllCommands.hpp"
+#include "cli/CommandLine.hpp"
+#include "cli/Failure.hpp"
 
 namespace tavctl {
 
@@ -29,28 +29,30 @@ Examples:
 Exit codes: 0 done; 1 done, and something wrong was found; 2 command line; 3 configuration, description or
 unknown object; 4 bus; 5 no answer from the drive; 6 refused; 7 drive in the wrong state; 130 interrupted.)";
 
-void add_options(CLI::App& app, Options& options) {
-  app.add_option(
-         "-b,--bus", options.bus,
-         "Bus: an interface (can0), unix:PATH (between processes), or virtual (a drive inside tavctl)")
-      ->envname("TAVCTL_BUS");
-  app.add_option("--scenario", options.scenario,
+void add_options(Command& program, Options& options) {
+  program
+      .option("-b,--bus", options.bus,
+              "Bus: an interface (can0), unix:PATH (between processes), or virtual (a drive inside tavctl)")
+      .from_environment("TAVCTL_BUS");
+  program.option("--scenario", options.scenario,
                  "With --bus virtual: faults and disturbances of that drive (see docs/virtual-drive.md)");
-  app.add_option("-c,--config", options.config,
-                 "Configuration file [share/tav/tav.ini, or the installed one]")
-      ->envname("TAVCTL_CONFIG");
-  app.add_option("-n,--node", options.node, "Node id of the drive instead of the configuration's")
-      ->check(CLI::Range(1, 127));
-  app.add_flag("-t,--trace", options.trace, "Show every frame on the bus with its meaning (standard error)");
-  app.add_option("--log", options.log,
-                 "Show the library's log up to this level: 2 failures, 3 warnings, 4 notices, 5 every access")
-      ->check(CLI::Range(2, 5));
-  app.add_option("--sdo-timeout", options.timeout_ms,
-                 "Milliseconds that the drive may take to answer one request [1000]")
-      ->check(CLI::Range(1, 600'000));
-  app.add_option("--black-box", options.black_box,
+  program
+      .option("-c,--config", options.config, "Configuration file [share/tav/tav.ini, or the installed one]")
+      .from_environment("TAVCTL_CONFIG");
+  program.option("-n,--node", options.node, "Node id of the drive instead of the configuration's")
+      .range(1, 127);
+  program.flag("-t,--trace", options.trace, "Show every frame on the bus with its meaning (standard error)");
+  program
+      .option("--log", options.log,
+              "Show the library's log up to this level: 2 failures, 3 warnings, 4 notices, 5 every access")
+      .range(2, 5);
+  program
+      .option("--sdo-timeout", options.timeout_ms,
+              "Milliseconds that the drive may take to answer one request [1000]")
+      .range(1, 600'000);
+  program.option("--black-box", options.black_box,
                  "When the command fails, write the last frames to this file, as a candump log");
-  app.add_flag("-j,--json", options.json, "Answer as JSON");
+  program.flag("-j,--json", options.json, "Answer as JSON");
 }
 
 /** The library's log on standard error while it lives, when a level was asked for. */
@@ -85,29 +87,21 @@ ExitCode act(const Action& action, Context& context) {
 
 }  // namespace
 
-int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
-  CLI::App app{"Looks at, configures and drives a TAV unit on a CANopen bus.", "tavctl"};
-  app.set_version_flag("--version", std::string("tavctl ") + TAV_VERSION);
-  app.require_subcommand(1);
-  app.footer(kFooter);
-  app.get_formatter()->column_width(34);
+int run(const std::function<void(Command&)>& add_commands, const std::vector<std::string>& arguments,
+        std::ostream& out, std::ostream& err) {
+  Command program("tavctl", "Looks at, configures and drives a TAV unit on a CANopen bus.");
+  program.footer(kFooter);
   Options options;
-  add_options(app, options);
-  Commands commands(app);
-  add_all(commands);
-
-  try {
-    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-    app.parse(reversed);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error, out, err) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
-  }
+  add_options(program, options);
+  add_commands(program);
+  const Request request = CommandLine::parse(program, TAV_VERSION, arguments, out, err);
+  if (const ExitCode* const end = std::get_if<ExitCode>(&request)) return static_cast<int>(*end);
 
   const LogOnStandardError log(options.log);
   Output output(out, err, options.json);
   BlackBox black_box(options.black_box);
   Context context{options, output, black_box};
-  const ExitCode code = act(commands.chosen(), context);
+  const ExitCode code = act(std::get<Action>(request), context);
   output.finish();
   if (code != ExitCode::OK && code != ExitCode::INTERRUPTED) black_box.write(output);
   return static_cast<int>(code);

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/Commands.hpp"
+#include "cli/Command.hpp"
 #include "model/DriveWords.hpp"
 #include "model/Record.hpp"
 #include "session/Session.hpp"
@@ -49,15 +49,13 @@ ExitCode set_drive_record(Context& context, const std::string& what,
 
 /** Adds "NAME show" and "NAME set KEY=VALUE..." below `parent`. */
 template <class Record, class Fields, class Read, class Write>
-void add_record_commands(Commands& commands, CLI::App& parent, const std::string& what, Fields fields,
-                         Read read, Write write) {
-  parent.require_subcommand(1);
-  CLI::App& show = Commands::add_below(parent, "show", "Read and show " + what);
-  commands.on(show, [=](Context& context) { return show_drive_record<Record>(context, what, fields, read); });
+void add_record_commands(Command& parent, const std::string& what, Fields fields, Read read, Write write) {
+  Command& show = parent.add("show", "Read and show " + what);
+  show.on([=](Context& context) { return show_drive_record<Record>(context, what, fields, read); });
   auto assignments = std::make_shared<std::vector<std::string>>();
-  CLI::App& set = Commands::add_below(parent, "set", "Change fields of " + what + " and read them back");
-  set.add_option("KEY=VALUE", *assignments, "Fields: " + field_keys<Record>(fields))->required();
-  commands.on(set, [=](Context& context) {
+  Command& set = parent.add("set", "Change fields of " + what + " and read them back");
+  set.option("KEY=VALUE", *assignments, "Fields: " + field_keys<Record>(fields)).required();
+  set.on([=](Context& context) {
     return set_drive_record<Record>(context, what, *assignments, fields, read, write);
   });
 }

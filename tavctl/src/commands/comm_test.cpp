@@ -140,27 +140,24 @@ ExitCode comm_test(Context& context, const CommTestOptions& options) {
 
 }  // namespace
 
-void add_comm_test(Commands& commands) {
+void add_comm_test(Command& program) {
   auto options = std::make_shared<CommTestOptions>();
-  CLI::App& command = commands.add(
+  Command& command = program.add(
       "comm-test",
       "How well the drive is reached: round-trip times, losses, bus load (1 when some were lost)");
-  command.add_option("--count", options->count, "Requests [1000]")->check(CLI::Range(1, 10'000'000));
-  command.add_option("--object", options->object, "What is read, by name or address [0x1000]");
-  command.add_option("--interval", options->interval_ms, "Milliseconds between two requests [0]")
-      ->check(CLI::Range(0, 60'000));
-  command.add_option("--timeout", options->timeout_ms, "Milliseconds after which a request is lost [1000]")
-      ->check(CLI::Range(1, 60'000));
-  command
-      .add_option("--bit-rate", options->bit_rate, "Bit/s for the bus load, where the interface tells none")
-      ->check(CLI::Range(1000U, 1'000'000U));
+  command.option("--count", options->count, "Requests [1000]").range(1, 10'000'000);
+  command.option("--object", options->object, "What is read, by name or address [0x1000]");
+  command.option("--interval", options->interval_ms, "Milliseconds between two requests [0]")
+      .range(0, 60'000);
+  command.option("--timeout", options->timeout_ms, "Milliseconds after which a request is lost [1000]")
+      .range(1, 60'000);
+  command.option("--bit-rate", options->bit_rate, "Bit/s for the bus load, where the interface tells none")
+      .range(1000U, 1'000'000U);
   command.footer(
       "Reads one object again and again. The time is that of the whole read, as a program sees it. The\n"
       "bus load counts the frames of all nodes with their stuff bits; with --interval 0 it is the most\n"
-      "that this host causes. Long times at 99 % on an idle bus point to the host or its CAN adapter.\n"
-      "\n" +
-      command.get_footer());
-  commands.on(command, [options](Context& context) { return comm_test(context, *options); });
+      "that this host causes. Long times at 99 % on an idle bus point to the host or its CAN adapter.");
+  command.on([options](Context& context) { return comm_test(context, *options); });
 }
 
 }  // namespace tavctl

@@ -128,12 +128,12 @@ ExitCode map_objects(Context& context, const PdoArguments& arguments) {
                 "do not start the node before \"tavctl pdo show\" shows what you want");
 }
 
-std::shared_ptr<PdoArguments> add_pdo_arguments(CLI::App& command) {
+std::shared_ptr<PdoArguments> add_pdo_arguments(Command& command) {
   auto arguments = std::make_shared<PdoArguments>();
-  command.add_option("DIRECTION", arguments->direction, "rpdo (the drive receives) or tpdo (it transmits)")
-      ->required()
-      ->check(CLI::IsMember({"rpdo", "tpdo"}));
-  command.add_option("NUMBER", arguments->number, "From 1")->required();
+  command.option("DIRECTION", arguments->direction, "rpdo (the drive receives) or tpdo (it transmits)")
+      .required()
+      .one_of({"rpdo", "tpdo"});
+  command.option("NUMBER", arguments->number, "From 1").required();
   return arguments;
 }
 
@@ -158,41 +158,39 @@ ExitCode set_pdo(Context& context, const PdoArguments& arguments) {
 
 }  // namespace
 
-void add_communication(Commands& commands) {
-  CLI::App& comm = commands.add("comm", "SYNC identifier and heartbeat of the drive");
+void add_communication(Command& program) {
+  Command& comm = program.add("comm", "SYNC identifier and heartbeat of the drive");
   add_record_commands<Dispatcher::CommunicationParameters>(
-      commands, comm, "the communication parameters", kCommunicationFields,
+      comm, "the communication parameters", kCommunicationFields,
       [](Session& session, auto& record) { return session.dispatcher()->getCommunicationParameters(record); },
       [](Session& session, auto& record) {
         return session.dispatcher()->setCommunicationParameters(record);
       });
 }
 
-void add_pdo(Commands& commands) {
-  CLI::App& pdo = commands.add("pdo", "Process data objects of the drive");
-  pdo.require_subcommand(1);
-  CLI::App& show = Commands::add_below(pdo, "show", "All PDOs with their parameters and what they carry");
-  commands.on(show, [](Context& context) {
+void add_pdo(Command& program) {
+  Command& pdo = program.add("pdo", "Process data objects of the drive");
+  Command& show = pdo.add("show", "All PDOs with their parameters and what they carry");
+  show.on([](Context& context) {
     Session session(context);
     for (const DrivePdo& one : all_pdos(session.description())) show_pdo(session, one);
     return ExitCode::OK;
   });
 
-  CLI::App& set = Commands::add_below(pdo, "set", "Change parameters of one PDO and read them back");
+  Command& set = pdo.add("set", "Change parameters of one PDO and read them back");
   auto set_arguments = add_pdo_arguments(set);
-  set.add_option("KEY=VALUE", set_arguments->rest,
-                 "cob_id, valid, rtr_not_allowed, transmission_type, event_timer (receive PDO 1 to 5)")
-      ->required();
-  commands.on(set, [set_arguments](Context& context) { return set_pdo(context, *set_arguments); });
+  set.option("KEY=VALUE", set_arguments->rest,
+             "cob_id, valid, rtr_not_allowed, transmission_type, event_timer (receive PDO 1 to 5)")
+      .required();
+  set.on([set_arguments](Context& context) { return set_pdo(context, *set_arguments); });
 
-  CLI::App& map = Commands::add_below(
-      pdo, "map",
-      "Map objects to one PDO, in this order; it is enabled afterwards, and all of it is read back");
+  Command& map = pdo.add(
+      "map", "Map objects to one PDO, in this order; it is enabled afterwards, and all of it is read back");
   auto map_arguments = add_pdo_arguments(map);
-  map.add_option("OBJECT", map_arguments->rest, "Names or addresses; none: an empty PDO");
-  map.add_option("--cob-id", map_arguments->cob_id, "Identifier instead of the one it has (0x181 ...)")
-      ->check(CLI::Range(0U, 0x7FFU));
-  commands.on(map, [map_arguments](Context& context) { return map_objects(context, *map_arguments); });
+  map.option("OBJECT", map_arguments->rest, "Names or addresses; none: an empty PDO");
+  map.option("--cob-id", map_arguments->cob_id, "Identifier instead of the one it has (0x181 ...)")
+      .range(0U, 0x7FFU);
+  map.on([map_arguments](Context& context) { return map_objects(context, *map_arguments); });
 }
 
 }  // namespace tavctl

@@ -116,27 +116,25 @@ ExitCode verify(Context& context, const std::string& path) {
   return result;
 }
 
-void add_file_command(Commands& commands, CLI::App& parent, const std::string& name,
-                      const std::string& description, ExitCode (*action)(Context&, const std::string&)) {
+void add_file_command(Command& parent, const std::string& name, const std::string& description,
+                      ExitCode (*action)(Context&, const std::string&)) {
   auto path = std::make_shared<std::string>();
-  CLI::App& command = Commands::add_below(parent, name, description);
-  command.add_option("FILE", *path, "DCF")->required();
-  commands.on(command, [path, action](Context& context) { return action(context, *path); });
+  Command& command = parent.add(name, description);
+  command.option("FILE", *path, "DCF").required();
+  command.on([path, action](Context& context) { return action(context, *path); });
 }
 
 }  // namespace
 
-void add_config(Commands& commands) {
-  CLI::App& config = commands.add("config", "The whole configuration of a drive as a file (DCF, CiA 306)");
-  config.require_subcommand(1);
-  add_file_command(commands, config, "save", "Read the drive's configuration and write it to FILE", save);
-  add_file_command(commands, config, "load",
+void add_config(Command& program) {
+  Command& config = program.add("config", "The whole configuration of a drive as a file (DCF, CiA 306)");
+  add_file_command(config, "save", "Read the drive's configuration and write it to FILE", save);
+  add_file_command(config, "load",
                    "Write the configuration in FILE to the drive, in a safe order, and read all of it back",
                    load);
-  add_file_command(commands, config, "diff", "Where the drive differs from FILE; exit code 1 if anywhere",
-                   compare);
-  add_file_command(commands, config, "verify",
-                   "Whether the drive holds the configuration in FILE; exit code 1 if not", verify);
+  add_file_command(config, "diff", "Where the drive differs from FILE; exit code 1 if anywhere", compare);
+  add_file_command(config, "verify", "Whether the drive holds the configuration in FILE; exit code 1 if not",
+                   verify);
 }
 
 }  // namespace tavctl

@@ -209,11 +209,11 @@ ExitCode doctor(Context& context) {
 
 }  // namespace
 
-void add_doctor(Commands& commands) {
-  CLI::App& command = commands.add(
+void add_doctor(Command& program) {
+  Command& command = program.add(
       "doctor",
       "Look at everything between this host and a turning motor; each problem with its cure (1 if any)");
-  commands.on(command, doctor);
+  command.on(doctor);
 }
 
 }  // namespace tavctl

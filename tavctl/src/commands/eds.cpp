@@ -94,19 +94,18 @@ ExitCode show(Context& context, const std::string& file) {
 
 }  // namespace
 
-void add_eds(Commands& commands) {
-  CLI::App& eds = commands.add("eds", "Check and show description files (EDS, DCF)");
-  eds.require_subcommand(1);
+void add_eds(Command& program) {
+  Command& eds = program.add("eds", "Check and show description files (EDS, DCF)");
   auto file = std::make_shared<std::string>();
-  CLI::App& lint_command = Commands::add_below(
-      eds, "lint",
+  Command& lint_command = eds.add(
+      "lint",
       "Every deviation from CiA 306, with its line, what is taken instead, and its cure (1 if any; notes do "
       "not count)");
-  lint_command.add_option("FILE", *file, "EDS or DCF")->required();
-  commands.on(lint_command, [file](Context& context) { return lint(context, *file); });
-  CLI::App& show_command = Commands::add_below(eds, "show", "The device and all its objects");
-  show_command.add_option("FILE", *file, "EDS or DCF")->required();
-  commands.on(show_command, [file](Context& context) { return show(context, *file); });
+  lint_command.option("FILE", *file, "EDS or DCF").required();
+  lint_command.on([file](Context& context) { return lint(context, *file); });
+  Command& show_command = eds.add("show", "The device and all its objects");
+  show_command.option("FILE", *file, "EDS or DCF").required();
+  show_command.on([file](Context& context) { return show(context, *file); });
 }
 
 }  // namespace tavctl

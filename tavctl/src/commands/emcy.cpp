@@ -143,20 +143,18 @@ ExitCode emcy(Context& context, const EmcyOptions& options) {
 
 }  // namespace
 
-void add_emcy(Commands& commands) {
+void add_emcy(Command& program) {
   auto options = std::make_shared<EmcyOptions>();
-  CLI::App& command = commands.add(
+  Command& command = program.add(
       "emcy", "Emergency messages: the drive's history, then those of all nodes, live, until Ctrl-C");
-  command.add_option("--for", options->seconds, "Listen for so many seconds")->check(CLI::Range(0.01, 1e6));
-  CLI::Option* const history =
-      command.add_flag("--history", options->history_only, "Only the drive's history (object 0x1003)");
-  command.add_flag("--live", options->live_only, "Only what comes: nothing is sent")->excludes(history);
+  command.option("--for", options->seconds, "Listen for so many seconds").range(0.01, 1e6);
+  const Option& history =
+      command.flag("--history", options->history_only, "Only the drive's history (object 0x1003)");
+  command.flag("--live", options->live_only, "Only what comes: nothing is sent").excludes(history);
   command.footer(
       "Each message: error code with its meaning (CiA 402) and class (CiA 301), error register, and the\n"
-      "vendor's bytes. Exit code 1: an error is present.\n"
-      "\n" +
-      command.get_footer());
-  commands.on(command, [options](Context& context) { return emcy(context, *options); });
+      "vendor's bytes. Exit code 1: an error is present.");
+  command.on([options](Context& context) { return emcy(context, *options); });
 }
 
 }  // namespace tavctl

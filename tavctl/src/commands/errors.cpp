@@ -41,11 +41,11 @@ ExitCode errors(Context& context, bool clear) {
 
 }  // namespace
 
-void add_errors(Commands& commands) {
+void add_errors(Command& program) {
   auto clear = std::make_shared<bool>(false);
-  CLI::App& command = commands.add("errors", "The drive's errors with their meaning (1 when one is present)");
-  command.add_flag("--clear", *clear, "Empty the error list first; a present fault needs fault-reset too");
-  commands.on(command, [clear](Context& context) { return errors(context, *clear); });
+  Command& command = program.add("errors", "The drive's errors with their meaning (1 when one is present)");
+  command.flag("--clear", *clear, "Empty the error list first; a present fault needs fault-reset too");
+  command.on([clear](Context& context) { return errors(context, *clear); });
 }
 
 }  // namespace tavctl

@@ -46,9 +46,9 @@ ExitCode info(Context& context) {
 
 }  // namespace
 
-void add_info(Commands& commands) {
-  CLI::App& command = commands.add("info", "Who is there: identity, names and versions of the drive");
-  commands.on(command, info);
+void add_info(Command& program) {
+  Command& command = program.add("info", "Who is there: identity, names and versions of the drive");
+  command.on(info);
 }
 
 }  // namespace tavctl

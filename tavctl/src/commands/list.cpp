@@ -26,13 +26,13 @@ ExitCode list(Context& context, const ListOptions& options) {
 
 }  // namespace
 
-void add_list(Commands& commands) {
+void add_list(Command& program) {
   auto options = std::make_shared<ListOptions>();
-  CLI::App& command = commands.add("list", "List the drive's objects, from its description; no bus needed");
-  command.add_option("PATTERN", options->pattern,
-                     "Part of a name or address; * and ? as wildcards for the whole");
-  command.add_option("--eds", options->file, "Description to read instead of the configuration's");
-  commands.on(command, [options](Context& context) { return list(context, *options); });
+  Command& command = program.add("list", "List the drive's objects, from its description; no bus needed");
+  command.option("PATTERN", options->pattern,
+                 "Part of a name or address; * and ? as wildcards for the whole");
+  command.option("--eds", options->file, "Description to read instead of the configuration's");
+  command.on([options](Context& context) { return list(context, *options); });
 }
 
 }  // namespace tavctl

@@ -82,41 +82,39 @@ ExitCode show_error_states(Context& context) {
   return ExitCode::OK;
 }
 
-void add_tuning(Commands& commands) {
-  CLI::App& manufacturer = commands.add("manufacturer", "Brake use and speed controller of the drive");
+void add_tuning(Command& program) {
+  Command& manufacturer = program.add("manufacturer", "Brake use and speed controller of the drive");
   add_record_commands<Dispatcher::VRXParameters>(
-      commands, manufacturer, "the manufacturer parameters", kTuningFields,
+      manufacturer, "the manufacturer parameters", kTuningFields,
       [](Session& session, auto& record) { return session.dispatcher()->getVRXParameters(record); },
       [](Session& session, auto& record) { return session.dispatcher()->setVRXParameters(record); });
 }
 
-void add_system_errors(Commands& commands) {
-  CLI::App& errors =
-      commands.add("system-errors", "Supervised quantities of the drive: states and thresholds");
+void add_system_errors(Command& program) {
+  Command& errors = program.add("system-errors", "Supervised quantities of the drive: states and thresholds");
   add_record_commands<Dispatcher::_SystemErrorConfig>(
-      commands, errors, "the thresholds", kProtectionFields,
+      errors, "the thresholds", kProtectionFields,
       [](Session& session, auto& record) { return session.dispatcher()->_getSystemErrorConfig(record); },
       [](Session& session, auto& record) { return session.dispatcher()->_setSystemErrorConfig(record); });
-  CLI::App& states =
-      Commands::add_below(errors, "states", "Present states, protection states and the level-1 error word");
-  commands.on(states, show_error_states);
+  Command& states = errors.add("states", "Present states, protection states and the level-1 error word");
+  states.on(show_error_states);
 }
 
 }  // namespace
 
-void add_manufacturer(Commands& commands) {
-  add_tuning(commands);
-  add_system_errors(commands);
+void add_manufacturer(Command& program) {
+  add_tuning(program);
+  add_system_errors(program);
 
-  CLI::App& self_test = commands.add("selftest", "Results of the drive's self test");
-  commands.on(self_test, [](Context& context) {
+  Command& self_test = program.add("selftest", "Results of the drive's self test");
+  self_test.on([](Context& context) {
     return show_drive_record<Dispatcher::_SelfTestStatus>(
         context, "the self-test results", kSelfTestFields,
         [](Session& session, auto& record) { return session.dispatcher()->_getSelfTestStatus(record); });
   });
 
-  CLI::App& calibration = commands.add("calibration", "Calibration of the Hall sensor");
-  commands.on(calibration, [](Context& context) {
+  Command& calibration = program.add("calibration", "Calibration of the Hall sensor");
+  calibration.on([](Context& context) {
     return show_drive_record<Dispatcher::_CalibrationParameters>(
         context, "the calibration", kCalibrationFields, [](Session& session, auto& record) {
           return session.dispatcher()->_getCalibrationParameters(record);

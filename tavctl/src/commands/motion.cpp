@@ -126,24 +126,23 @@ ExitCode drive_info(Context& context) {
 
 }  // namespace
 
-void add_motion(Commands& commands) {
+void add_motion(Command& program) {
   auto options = std::make_shared<MoveOptions>();
-  CLI::App& command = commands.add(
+  Command& command = program.add(
       "move",
       "Enable the drive and move at PERCENT of the configured speed; stops after --for seconds or on Ctrl-C");
-  command.add_option("PERCENT", options->percent, "Of maxMaintenanceSpeedValue; limited to 100")->required();
-  command.add_option("DIRECTION", options->direction, "forward, backward or stop")
-      ->required()
-      ->check(CLI::IsMember({"forward", "backward", "stop"}));
-  command.add_option("--for", options->seconds, "Seconds; without it until Ctrl-C")
-      ->check(CLI::Range(0.0, 1e6));
-  command.add_flag("--leave-running", options->leave_running,
-                   "Do not stop the drive at the end (nothing stops it then when this host dies)");
-  commands.on(command, [options](Context& context) { return move(context, *options); });
+  command.option("PERCENT", options->percent, "Of maxMaintenanceSpeedValue; limited to 100").required();
+  command.option("DIRECTION", options->direction, "forward, backward or stop")
+      .required()
+      .one_of({"forward", "backward", "stop"});
+  command.option("--for", options->seconds, "Seconds; without it until Ctrl-C").range(0.0, 1e6);
+  command.flag("--leave-running", options->leave_running,
+               "Do not stop the drive at the end (nothing stops it then when this host dies)");
+  command.on([options](Context& context) { return move(context, *options); });
 
-  CLI::App& info =
-      commands.add("drive-info", "Snapshot of the drive: state, distance travelled, speed and direction");
-  commands.on(info, drive_info);
+  Command& info =
+      program.add("drive-info", "Snapshot of the drive: state, distance travelled, speed and direction");
+  info.on(drive_info);
 }
 
 }  // namespace tavctl

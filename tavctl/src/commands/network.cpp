@@ -115,37 +115,35 @@ ExitCode store(Context& context, const std::string& name) {
   return ExitCode::OK;
 }
 
-std::shared_ptr<std::string> add_block_argument(CLI::App& command) {
+std::shared_ptr<std::string> add_block_argument(Command& command) {
   auto block = std::make_shared<std::string>("all");
-  command.add_option("BLOCK", *block, "Which parameters; all of them when none is named")
-      ->check(CLI::IsMember(block_names()));
+  command.option("BLOCK", *block, "Which parameters; all of them when none is named").one_of(block_names());
   return block;
 }
 
 }  // namespace
 
-void add_network(Commands& commands) {
-  CLI::App& network = commands.add("network", "Node id and bus termination of the drive");
-  network.require_subcommand(1);
-  CLI::App& show = Commands::add_below(network, "show", "Read and show them");
-  commands.on(show, show_network);
-  CLI::App& set = Commands::add_below(
-      network, "set", "Write and store them, reset the drive, follow it to its new node id and verify");
+void add_network(Command& program) {
+  Command& network = program.add("network", "Node id and bus termination of the drive");
+  Command& show = network.add("show", "Read and show them");
+  show.on(show_network);
+  Command& set =
+      network.add("set", "Write and store them, reset the drive, follow it to its new node id and verify");
   auto arguments = std::make_shared<NetworkArguments>();
-  set.add_option("--node-id", arguments->node_id, "New node id")->check(CLI::Range(1, 127));
-  set.add_option("--termination", arguments->termination, "Terminating resistor: true or false");
-  set.require_option(1, 0);
-  commands.on(set, [arguments](Context& context) { return set_network(context, *arguments); });
+  set.option("--node-id", arguments->node_id, "New node id").range(1, 127);
+  set.option("--termination", arguments->termination, "Terminating resistor: true or false");
+  set.needs_option();
+  set.on([arguments](Context& context) { return set_network(context, *arguments); });
 }
 
-void add_store_and_restore(Commands& commands) {
-  CLI::App& store_command = commands.add("store", "Store the drive's parameters in its non-volatile memory");
+void add_store_and_restore(Command& program) {
+  Command& store_command = program.add("store", "Store the drive's parameters in its non-volatile memory");
   auto stored = add_block_argument(store_command);
-  commands.on(store_command, [stored](Context& context) { return store(context, *stored); });
-  CLI::App& restore_command = commands.add(
+  store_command.on([stored](Context& context) { return store(context, *stored); });
+  Command& restore_command = program.add(
       "restore", "Restore the drive's default parameters, reset it and follow it to its default node id");
   auto restored = add_block_argument(restore_command);
-  commands.on(restore_command, [restored](Context& context) { return restore(context, *restored); });
+  restore_command.on([restored](Context& context) { return restore(context, *restored); });
 }
 
 }  // namespace tavctl

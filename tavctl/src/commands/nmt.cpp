@@ -13,31 +13,31 @@ namespace tavctl {
 namespace {
 
 using nkr::tavcore::INMTService;
-using Command = INMTService::NMTCommand;
+using NMTCommand = INMTService::NMTCommand;
 using State = INMTService::NMTState;
 
 constexpr std::chrono::milliseconds kLongestChange{3000};
 
-const std::map<std::string, Command>& commands_by_name() {
-  static const std::map<std::string, Command> commands = {
-      {"start", Command::START_REMOTE_NODE},
-      {"stop", Command::STOP_REMOTE_NODE},
-      {"pre-operational", Command::ENTER_PRE_OPERATIONAL},
-      {"reset", Command::RESET_NODE},
-      {"reset-communication", Command::RESET_COMMUNICATION}};
+const std::map<std::string, NMTCommand>& commands_by_name() {
+  static const std::map<std::string, NMTCommand> commands = {
+      {"start", NMTCommand::START_REMOTE_NODE},
+      {"stop", NMTCommand::STOP_REMOTE_NODE},
+      {"pre-operational", NMTCommand::ENTER_PRE_OPERATIONAL},
+      {"reset", NMTCommand::RESET_NODE},
+      {"reset-communication", NMTCommand::RESET_COMMUNICATION}};
   return commands;
 }
 
 /** The state that the command leads to; a reset ends with the boot-up in pre-operational. */
-State expected(Command command) {
-  if (command == Command::START_REMOTE_NODE) return State::OPERATIONAL;
-  if (command == Command::STOP_REMOTE_NODE) return State::STOPPED;
+State expected(NMTCommand command) {
+  if (command == NMTCommand::START_REMOTE_NODE) return State::OPERATIONAL;
+  if (command == NMTCommand::STOP_REMOTE_NODE) return State::STOPPED;
   return State::PRE_OPERATIONAL;
 }
 
 ExitCode nmt(Context& context, const std::string& name) {
   Session session(context);
-  const Command command = commands_by_name().at(name);
+  const NMTCommand command = commands_by_name().at(name);
   session.check(session.dispatcher()->setNMTState(command), "send the NMT command");
   const auto deadline = std::chrono::steady_clock::now() + kLongestChange;
   State state = State::UNKNOWN;
@@ -54,15 +54,15 @@ ExitCode nmt(Context& context, const std::string& name) {
 
 }  // namespace
 
-void add_nmt(Commands& commands) {
+void add_nmt(Command& program) {
   auto name = std::make_shared<std::string>();
-  CLI::App& command = commands.add("nmt", "Send an NMT command and wait for the state that follows");
+  Command& command = program.add("nmt", "Send an NMT command and wait for the state that follows");
   std::vector<std::string> names;
   for (const auto& [text, value] : commands_by_name()) names.push_back(text);
-  command.add_option("COMMAND", *name, "start, stop, pre-operational, reset or reset-communication")
-      ->required()
-      ->check(CLI::IsMember(names));
-  commands.on(command, [name](Context& context) { return nmt(context, *name); });
+  command.option("COMMAND", *name, "start, stop, pre-operational, reset or reset-communication")
+      .required()
+      .one_of(names);
+  command.on([name](Context& context) { return nmt(context, *name); });
 }
 
 }  // namespace tavctl

@@ -104,13 +104,11 @@ ExitCode fault_reset(Context& context) {
 
 }  // namespace
 
-void add_power(Commands& commands) {
-  commands.on(commands.add("enable", "Take the drive to OPERATION_ENABLED at velocity 0 and leave it there"),
-              enable);
-  commands.on(commands.add("disable", "Stop the drive and take its power stage off"), disable);
-  commands.on(commands.add("fault-reset", "Clear a fault whose cause has gone: bit 7 false, true, false"),
-              fault_reset);
-  commands.on(commands.add("quick-stop", "Stop as the quick stop option code says"), quick_stop);
+void add_power(Command& program) {
+  program.add("enable", "Take the drive to OPERATION_ENABLED at velocity 0 and leave it there").on(enable);
+  program.add("disable", "Stop the drive and take its power stage off").on(disable);
+  program.add("fault-reset", "Clear a fault whose cause has gone: bit 7 false, true, false").on(fault_reset);
+  program.add("quick-stop", "Stop as the quick stop option code says").on(quick_stop);
 }
 
 }  // namespace tavctl

@@ -52,21 +52,21 @@ ExitCode write(Context& context, const std::string& name, const std::string& tex
 
 }  // namespace
 
-void add_read_write(Commands& commands) {
+void add_read_write(Command& program) {
   auto names = std::make_shared<std::vector<std::string>>();
-  CLI::App& read_command = commands.add("read", "Read objects of the drive, by name or address");
-  read_command.add_option("OBJECT", *names, kObjectHelp)->required();
-  commands.on(read_command, [names](Context& context) { return read(context, *names); });
+  Command& read_command = program.add("read", "Read objects of the drive, by name or address");
+  read_command.option("OBJECT", *names, kObjectHelp).required();
+  read_command.on([names](Context& context) { return read(context, *names); });
 
   auto name = std::make_shared<std::string>();
   auto value = std::make_shared<std::string>();
-  CLI::App& write_command = commands.add(
+  Command& write_command = program.add(
       "write",
       "Write one object and read it back. The value is checked against the description's type and limits");
-  write_command.add_option("OBJECT", *name, kObjectHelp)->required();
-  write_command.add_option("VALUE", *value, "Number (decimal, 0x hexadecimal), text, or bytes \"01 02\"")
-      ->required();
-  commands.on(write_command, [name, value](Context& context) { return write(context, *name, *value); });
+  write_command.option("OBJECT", *name, kObjectHelp).required();
+  write_command.option("VALUE", *value, "Number (decimal, 0x hexadecimal), text, or bytes \"01 02\"")
+      .required();
+  write_command.on([name, value](Context& context) { return write(context, *name, *value); });
 }
 
 }  // namespace tavctl

@@ -3,16 +3,15 @@
 
 namespace tavctl {
 
-void add_safety(Commands& commands) {
-  CLI::App& safety = commands.add(
+void add_safety(Command& program) {
+  Command& safety = program.add(
       "safety",
       "Safety functions: configure and observe them. This host does not perform them: the drive does");
-  safety.require_subcommand(1);
-  add_safety_inspection(commands, safety);
-  add_safety_parameters(commands, safety);
-  add_safety_words(commands, safety);
-  add_safety_srdo(commands, safety);
-  add_safety_report(commands, safety);
+  add_safety_inspection(safety);
+  add_safety_parameters(safety);
+  add_safety_words(safety);
+  add_safety_srdo(safety);
+  add_safety_report(safety);
 }
 
 }  // namespace tavctl

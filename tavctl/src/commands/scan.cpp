@@ -96,23 +96,20 @@ ExitCode scan(Context& context, const ScanOptions& options) {
 
 }  // namespace
 
-void add_scan(Commands& commands) {
+void add_scan(Command& program) {
   auto options = std::make_shared<ScanOptions>();
-  CLI::App& command =
-      commands.add("scan", "The nodes on the bus with identity and state (1 when there is none)");
-  command.add_option("--from", options->first, "First node id [1]")->check(CLI::Range(1, 127));
-  command.add_option("--to", options->last, "Last node id [127]")->check(CLI::Range(1, 127));
-  command.add_option("--listen", options->listen, "Seconds to listen before anything is asked [1]")
-      ->check(CLI::Range(0.0, 60.0));
-  command
-      .add_option("--timeout", options->timeout_ms, "Milliseconds that a silent id may take to answer [100]")
-      ->check(CLI::Range(1, 10000));
+  Command& command =
+      program.add("scan", "The nodes on the bus with identity and state (1 when there is none)");
+  command.option("--from", options->first, "First node id [1]").range(1, 127);
+  command.option("--to", options->last, "Last node id [127]").range(1, 127);
+  command.option("--listen", options->listen, "Seconds to listen before anything is asked [1]")
+      .range(0.0, 60.0);
+  command.option("--timeout", options->timeout_ms, "Milliseconds that a silent id may take to answer [100]")
+      .range(1, 10000);
   command.footer(
       "Listens for heartbeats, then reads device type and identity of every id. Nothing is written to\n"
-      "any node. A device that beats or answers slowly is found with a longer --listen or --timeout.\n"
-      "\n" +
-      command.get_footer());
-  commands.on(command, [options](Context& context) { return scan(context, *options); });
+      "any node. A device that beats or answers slowly is found with a longer --listen or --timeout.");
+  command.on([options](Context& context) { return scan(context, *options); });
 }
 
 }  // namespace tavctl

@@ -184,35 +184,30 @@ ExitCode show_option_codes(Context& context, const CodeOptions& options) {
 
 }  // namespace
 
-void add_settings(Commands& commands) {
+void add_settings(Command& program) {
   auto unit_options = std::make_shared<UnitOptions>();
-  CLI::App& unit_command =
-      commands.add("units", "Show the drive's units; set them (safety signatures follow)");
-  unit_command.add_option("--time", unit_options->time, "Raw unit, such as 0xFD030000 (ms)");
-  unit_command.add_option("--position", unit_options->position, "Raw unit");
-  unit_command.add_option("--velocity", unit_options->velocity, "Raw unit");
-  unit_command.add_option("--acceleration", unit_options->acceleration, "Raw unit");
-  commands.on(unit_command, [unit_options](Context& context) { return units(context, *unit_options); });
+  Command& unit_command = program.add("units", "Show the drive's units; set them (safety signatures follow)");
+  unit_command.option("--time", unit_options->time, "Raw unit, such as 0xFD030000 (ms)");
+  unit_command.option("--position", unit_options->position, "Raw unit");
+  unit_command.option("--velocity", unit_options->velocity, "Raw unit");
+  unit_command.option("--acceleration", unit_options->acceleration, "Raw unit");
+  unit_command.on([unit_options](Context& context) { return units(context, *unit_options); });
 
   auto polarity_options = std::make_shared<PolarityOptions>();
-  CLI::App& polarity_command = commands.add("polarity", "Show or set the sense of velocity and position");
+  Command& polarity_command = program.add("polarity", "Show or set the sense of velocity and position");
   const std::map<std::string, bool> senses = {{"normal", false}, {"inverted", true}};
-  polarity_command.add_option("--velocity", polarity_options->velocity, "normal or inverted")
-      ->transform(CLI::CheckedTransformer(senses));
-  polarity_command.add_option("--position", polarity_options->position, "normal or inverted")
-      ->transform(CLI::CheckedTransformer(senses));
-  commands.on(polarity_command,
-              [polarity_options](Context& context) { return polarity(context, *polarity_options); });
+  polarity_command.option("--velocity", polarity_options->velocity, "normal or inverted").named(senses);
+  polarity_command.option("--position", polarity_options->position, "normal or inverted").named(senses);
+  polarity_command.on([polarity_options](Context& context) { return polarity(context, *polarity_options); });
 
   auto code_options = std::make_shared<CodeOptions>();
-  CLI::App& code_command =
-      commands.add("option-codes", "Show or set what the drive does on stop, halt, fault and lost host");
+  Command& code_command =
+      program.add("option-codes", "Show or set what the drive does on stop, halt, fault and lost host");
   for (std::size_t i = 0; i < code_options->size(); ++i) {
-    code_command.add_option(std::string("--") + option_codes()[i].name, (*code_options)[i], "New value")
-        ->check(CLI::Range(-32768, 32767));
+    code_command.option(std::string("--") + option_codes()[i].name, (*code_options)[i], "New value")
+        .range(-32768, 32767);
   }
-  commands.on(code_command,
-              [code_options](Context& context) { return show_option_codes(context, *code_options); });
+  code_command.on([code_options](Context& context) { return show_option_codes(context, *code_options); });
 }
 
 }  // namespace tavctl

@@ -105,23 +105,21 @@ ExitCode sniff(Context& context, const SniffOptions& options) {
 
 }  // namespace
 
-void add_sniff(Commands& commands) {
+void add_sniff(Command& program) {
   auto options = std::make_shared<SniffOptions>();
-  CLI::App& command =
-      commands.add("sniff", "Every frame on the bus with its meaning, until Ctrl-C; sends nothing");
-  command.add_option("--for", options->seconds, "End after so many seconds")->check(CLI::Range(0.01, 1e6));
+  Command& command =
+      program.add("sniff", "Every frame on the bus with its meaning, until Ctrl-C; sends nothing");
+  command.option("--for", options->seconds, "End after so many seconds").range(0.01, 1e6);
   add_frame_options(command, options->choice);
-  command.add_flag("--read-mapping", options->read_mapping,
-                   "Read the drive's PDO parameters first (SDO uploads; they are shown too)");
+  command.flag("--read-mapping", options->read_mapping,
+               "Read the drive's PDO parameters first (SDO uploads; they are shown too)");
   command.footer(
       "PDOs are read by the mapping that is heard being read or written, else by the description's.\n"
       "Exit code 1: frames were lost.\n"
       "\n"
       "  tavctl --bus can0 sniff --kind sdo,emcy --nodes 10\n"
-      "  tavctl --bus can0 sniff --for 5 --json\n"
-      "\n" +
-      command.get_footer());
-  commands.on(command, [options](Context& context) { return sniff(context, *options); });
+      "  tavctl --bus can0 sniff --for 5 --json");
+  command.on([options](Context& context) { return sniff(context, *options); });
 }
 
 }  // namespace tavctl

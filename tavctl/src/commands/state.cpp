@@ -66,10 +66,10 @@ ExitCode state(Context& context) {
 
 }  // namespace
 
-void add_state(Commands& commands) {
-  CLI::App& command =
-      commands.add("state", "What the drive is doing: states, mode, velocity, errors, STO (1 when in FAULT)");
-  commands.on(command, state);
+void add_state(Command& program) {
+  Command& command =
+      program.add("state", "What the drive is doing: states, mode, velocity, errors, STO (1 when in FAULT)");
+  command.on(state);
 }
 
 }  // namespace tavctl

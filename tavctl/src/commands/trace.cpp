@@ -58,26 +58,23 @@ ExitCode decode(Context& context, const DecodeOptions& options) {
 
 }  // namespace
 
-void add_trace(Commands& commands) {
-  CLI::App& trace = commands.add("trace", "Recorded frames");
-  trace.require_subcommand(1);
+void add_trace(Command& program) {
+  Command& trace = program.add("trace", "Recorded frames");
   auto options = std::make_shared<DecodeOptions>();
-  CLI::App& command = Commands::add_below(
-      trace, "decode",
+  Command& command = trace.add(
+      "decode",
       "A candump log (candump -l, or what candump shows) with the meaning of each frame; lines that are none "
       "are told with their number and skipped (1 then). No bus is needed.");
-  command.add_option("FILE", options->file, "The log; \"-\": standard input")->required();
-  command.add_option("--eds", options->description, "Description instead of the configuration's");
+  command.option("FILE", options->file, "The log; \"-\": standard input").required();
+  command.option("--eds", options->description, "Description instead of the configuration's");
   add_frame_options(command, options->choice);
   command.footer(
       "PDOs are read by the mapping that the log itself shows being read or written before, else by\n"
       "the description's. Times begin with the first frame.\n"
       "\n"
       "  tavctl trace decode candump-2026-11-21_150436.log\n"
-      "  candump can0 | tavctl trace decode - --kind sdo,emcy\n"
-      "\n" +
-      command.get_footer());
-  commands.on(command, [options](Context& context) { return decode(context, *options); });
+      "  candump can0 | tavctl trace decode - --kind sdo,emcy");
+  command.on([options](Context& context) { return decode(context, *options); });
 }
 
 }  // namespace tavctl

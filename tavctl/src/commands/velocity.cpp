@@ -123,20 +123,20 @@ ExitCode velocity(Context& context, const VelocityOptions& options) {
 
 }  // namespace
 
-void add_velocity(Commands& commands) {
+void add_velocity(Command& program) {
   auto options = std::make_shared<VelocityOptions>();
-  CLI::App& command = commands.add("velocity",
-                                   "Enable the drive, turn at VALUE (one after the other), and stop again: "
-                                   "after --for seconds each, or on Ctrl-C");
-  command.add_option("VALUE", options->values, "Target velocity in the drive's unit (tavctl units), signed")
-      ->required()
-      ->check(CLI::Range(-32768, 32767));
-  command.add_option("--for", options->seconds, "Seconds for each value; without it until Ctrl-C")
-      ->check(CLI::Range(0.0, 1e6));
-  command.add_flag("--plot", options->plot, "Draw demanded and actual velocity at the end");
-  command.add_flag("--leave-running", options->leave_running,
-                   "Do not stop the drive at the end (nothing stops it then when this host dies)");
-  commands.on(command, [options](Context& context) { return velocity(context, *options); });
+  Command& command = program.add("velocity",
+                                 "Enable the drive, turn at VALUE (one after the other), and stop again: "
+                                 "after --for seconds each, or on Ctrl-C");
+  command.option("VALUE", options->values, "Target velocity in the drive's unit (tavctl units), signed")
+      .required()
+      .range(-32768, 32767);
+  command.option("--for", options->seconds, "Seconds for each value; without it until Ctrl-C")
+      .range(0.0, 1e6);
+  command.flag("--plot", options->plot, "Draw demanded and actual velocity at the end");
+  command.flag("--leave-running", options->leave_running,
+               "Do not stop the drive at the end (nothing stops it then when this host dies)");
+  command.on([options](Context& context) { return velocity(context, *options); });
 }
 
 }  // namespace tavctl

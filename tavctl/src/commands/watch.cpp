@@ -58,14 +58,12 @@ ExitCode watch(Context& context, const WatchOptions& options) {
 
 }  // namespace
 
-void add_watch(Commands& commands) {
+void add_watch(Command& program) {
   auto options = std::make_shared<WatchOptions>();
-  CLI::App& command = commands.add("watch", "State, velocity, position and errors, live, until Ctrl-C");
-  command.add_option("--interval", options->interval, "Seconds between two readings [0.5]")
-      ->check(CLI::Range(0.01, 3600.0));
-  command.add_option("--count", options->count, "End after so many readings")
-      ->check(CLI::Range(1L, 1000000000L));
-  commands.on(command, [options](Context& context) { return watch(context, *options); });
+  Command& command = program.add("watch", "State, velocity, position and errors, live, until Ctrl-C");
+  command.option("--interval", options->interval, "Seconds between two readings [0.5]").range(0.01, 3600.0);
+  command.option("--count", options->count, "End after so many readings").range(1L, 1000000000L);
+  command.on([options](Context& context) { return watch(context, *options); });
 }
 
 }  // namespace tavctl

@@ -43,12 +43,13 @@ Json words_json(const Words& words) {
 }
 
 const Json& member(const Json& json, const std::string& key, const std::string& where) {
-  if (!json.is_object() || !json.contains(key)) refuse(where + key, "is missing");
-  return json.at(key);
+  const Json* const found = json.find(key);
+  if (found == nullptr) refuse(where + key, "is missing");
+  return *found;
 }
 
 std::string text_of(const Json& json) {
-  return json.is_string() ? json.get<std::string>() : json.dump();
+  return json.is_text() ? json.text() : json.dump();
 }
 
 template <class Record, class Fields>
@@ -130,10 +131,10 @@ Json json_of(const SafetyFile& file) {
 SafetyFile load_safety_file(const std::string& path) {
   std::ifstream stream(path);
   if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + path);
-  const Json document = Json::parse(stream, nullptr, false);
-  if (document.is_discarded()) throw Failure(ExitCode::CONFIGURATION, path + " is no JSON");
-  const Json& json =
-      document.is_object() && document.contains("configuration") ? document.at("configuration") : document;
+  const std::optional<Json> document = Json::parse(stream);
+  if (!document) throw Failure(ExitCode::CONFIGURATION, path + " is no JSON");
+  const Json* const configured = document->find("configuration");
+  const Json& json = configured != nullptr ? *configured : *document;
   SafetyFile file;
   SafetyConfiguration& configuration = file.configuration;
   read_record(member(json, "units", ""), "units.", configuration.units, kUnitFields);

@@ -4,9 +4,11 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <initializer_list>
 #include <memory>
+#include <sstream>
 
-#include "cli/Output.hpp"
+#include "cli/Json.hpp"
 
 namespace tavctl {
 
@@ -31,25 +33,31 @@ std::string output_of(const std::string& command) {
   return text;
 }
 
-std::optional<unsigned> number_at(const Json& links, const std::string& place) {
-  const Json::json_pointer pointer(place);
-  if (!links.contains(pointer) || !links.at(pointer).is_number_unsigned()) return std::nullopt;
-  return links.at(pointer).get<unsigned>();
+std::optional<unsigned> number_of(const Json* json) {
+  const auto number = json == nullptr ? std::nullopt : json->whole();
+  return number ? std::optional<unsigned>(static_cast<unsigned>(*number)) : std::nullopt;
+}
+
+/** The value below these names, one below the other. */
+const Json* below(const Json* json, std::initializer_list<const char*> names) {
+  for (const char* const name : names) json = json == nullptr ? nullptr : json->find(name);
+  return json;
 }
 
 }  // namespace
 
 BusInfo parse_link(const std::string& json) {
-  const Json links = Json::parse(json, nullptr, false);
-  if (links.is_discarded()) return {};
-  const std::string data = "/0/linkinfo/info_data";
+  std::istringstream stream(json);
+  const std::optional<Json> links = Json::parse(stream);
+  if (!links || !links->is_array() || links->empty()) return {};
+  const Json* const data = below(&(*links)[0], {"linkinfo", "info_data"});
   BusInfo info;
-  info.bit_rate = number_at(links, data + "/bittiming/bitrate");
-  info.restart_ms = number_at(links, data + "/restart_ms");
-  info.tx_errors = number_at(links, data + "/berr_counter/tx");
-  info.rx_errors = number_at(links, data + "/berr_counter/rx");
-  const Json::json_pointer state(data + "/state");
-  if (links.contains(state) && links.at(state).is_string()) info.state = links.at(state).get<std::string>();
+  info.bit_rate = number_of(below(data, {"bittiming", "bitrate"}));
+  info.restart_ms = number_of(below(data, {"restart_ms"}));
+  info.tx_errors = number_of(below(data, {"berr_counter", "tx"}));
+  info.rx_errors = number_of(below(data, {"berr_counter", "rx"}));
+  const Json* const state = below(data, {"state"});
+  if (state != nullptr && state->is_text()) info.state = state->text();
   return info;
 }
 

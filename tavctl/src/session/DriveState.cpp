@@ -84,7 +84,7 @@ void see_not_enabled(Session& session, const std::string& what) {
 
 std::string last_error_text(Session& session) {
   const Value value = read_object(session, parse_reference(kErrorCode));
-  const auto code = value.json.get<std::uint16_t>();
+  const auto code = static_cast<std::uint16_t>(value.json.whole().value_or(0));
   return code == 0 ? "none" : hex(code, 4) + ' ' + nkr::canopen::emergency_text(code);
 }
 

@@ -85,17 +85,17 @@ Failure Session::failure(nkr_error_t result, const std::string& what) const {
   std::string text = "cannot " + what + " (" + where() + ")";
   std::string hint = hint_for(result);
   nkr::canopen::RequestFailure request;
-  std::optional<nkr::canopen::RequestFailure> about;
+  std::shared_ptr<const nkr::canopen::RequestFailure> about;
   if (client_->getLastFailure(node_, request) == NKR_OK && request.code == result) {
     if (what.find(request.object_name) == std::string::npos) text += ": " + request.object_name;
-    about = std::move(request);
+    about = std::make_shared<const nkr::canopen::RequestFailure>(std::move(request));
   } else if (result == NKR_NOT_AVAILABLE) {
     hint = failure_log_.last();
   }
   const std::string advice = nkr::can::bus_advice(bus_->name(), result);
   if (!advice.empty()) hint += (hint.empty() ? "" : "; ") + advice;
   Failure failure(exit_code_of(result), std::move(text), std::move(hint), result);
-  if (about) failure.set_request(*std::move(about));
+  failure.set_request(std::move(about));
   return failure;
 }
 

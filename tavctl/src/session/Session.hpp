@@ -10,7 +10,7 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 #include <tavcore/Config.hpp>
 
-#include "cli/Commands.hpp"
+#include "cli/Context.hpp"
 #include "session/FailureLog.hpp"
 #include "session/LocalDrive.hpp"
 #include "trace/BusTrace.hpp"

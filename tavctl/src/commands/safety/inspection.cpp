@@ -69,24 +69,23 @@ ExitCode signatures(Context& context, const std::string& path) {
 
 }  // namespace
 
-void add_safety_inspection(Commands& commands, CLI::App& safety) {
-  CLI::App& show_command = Commands::add_below(
-      safety, "show",
-      "All parameters, units and signatures, stored and computed; --json makes a file of them");
-  commands.on(show_command, show);
+void add_safety_inspection(Command& safety) {
+  Command& show_command = safety.add(
+      "show", "All parameters, units and signatures, stored and computed; --json makes a file of them");
+  show_command.on(show);
 
   auto expected = std::make_shared<std::string>();
-  CLI::App& verify_command = Commands::add_below(
-      safety, "verify", "Whether the drive's signatures fit what it holds; exit code 1 when not");
-  verify_command.add_option("--expected", *expected,
-                            "Compare with this configuration too (of safety show --json)");
-  commands.on(verify_command, [expected](Context& context) { return verify(context, *expected); });
+  Command& verify_command =
+      safety.add("verify", "Whether the drive's signatures fit what it holds; exit code 1 when not");
+  verify_command.option("--expected", *expected,
+                        "Compare with this configuration too (of safety show --json)");
+  verify_command.on([expected](Context& context) { return verify(context, *expected); });
 
   auto from = std::make_shared<std::string>();
-  CLI::App& signatures_command = Commands::add_below(
-      safety, "signatures", "The signatures of a configuration in a file, without a drive");
-  signatures_command.add_option("--from", *from, "Configuration (of safety show --json)")->required();
-  commands.on(signatures_command, [from](Context& context) { return signatures(context, *from); });
+  Command& signatures_command =
+      safety.add("signatures", "The signatures of a configuration in a file, without a drive");
+  signatures_command.option("--from", *from, "Configuration (of safety show --json)").required();
+  signatures_command.on([from](Context& context) { return signatures(context, *from); });
 }
 
 }  // namespace tavctl

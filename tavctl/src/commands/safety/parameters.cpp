@@ -80,24 +80,22 @@ ExitCode set(Context& context, const SetArguments& arguments) {
 
 }  // namespace
 
-void add_safety_parameters(Commands& commands, CLI::App& safety) {
+void add_safety_parameters(Command& safety) {
   auto arguments = std::make_shared<SetArguments>();
-  CLI::App& command = Commands::add_below(
-      safety, "set",
+  Command& command = safety.add(
+      "set",
       "Change parameters of one safety function; parameters and signature are read back, and must fit");
-  command.add_option("FUNCTION", arguments->function, "STO, SLS, SDI or SBC")
-      ->required()
-      ->check(CLI::IsMember({"STO", "SLS", "SDI", "SBC"}));
-  command.add_option("INSTANCE", arguments->instance, "From 1")->required();
-  command.add_option("KEY=VALUE", arguments->assignments, "Fields, as below")->required();
-  command.footer(
-      "Fields:\n  STO 1       " + field_keys<Dispatcher::STOParameters>(kStoFields) + "\n  SLS 1 to 8  " +
-      field_keys<Dispatcher::SLSParameters>(kSlsFields) + "\n  SDI 1, 2    " +
-      field_keys<Dispatcher::SDIParameters>(kSdiFields) + "\n  SBC 1 to 3  " +
-      field_keys<Dispatcher::SBCParameters>(kSbcFields) +
-      "\nThe signature is written behind them; the drive gives no torque while one does not fit.\n\n" +
-      command.get_footer());
-  commands.on(command, [arguments](Context& context) { return set(context, *arguments); });
+  command.option("FUNCTION", arguments->function, "STO, SLS, SDI or SBC")
+      .required()
+      .one_of({"STO", "SLS", "SDI", "SBC"});
+  command.option("INSTANCE", arguments->instance, "From 1").required();
+  command.option("KEY=VALUE", arguments->assignments, "Fields, as below").required();
+  command.footer("Fields:\n  STO 1       " + field_keys<Dispatcher::STOParameters>(kStoFields) +
+                 "\n  SLS 1 to 8  " + field_keys<Dispatcher::SLSParameters>(kSlsFields) + "\n  SDI 1, 2    " +
+                 field_keys<Dispatcher::SDIParameters>(kSdiFields) + "\n  SBC 1 to 3  " +
+                 field_keys<Dispatcher::SBCParameters>(kSbcFields) +
+                 "\nThe signature is written behind them; the drive gives no torque while one does not fit.");
+  command.on([arguments](Context& context) { return set(context, *arguments); });
 }
 
 }  // namespace tavctl

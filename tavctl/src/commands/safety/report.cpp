@@ -183,15 +183,15 @@ ExitCode report(Context& context, const ReportArguments& arguments) {
 
 }  // namespace
 
-void add_safety_report(Commands& commands, CLI::App& safety) {
+void add_safety_report(Command& safety) {
   auto arguments = std::make_shared<ReportArguments>();
-  CLI::App& command = Commands::add_below(
-      safety, "report",
-      "The whole safety configuration as a document to be signed and archived; exit code 1 when a "
-      "signature differs");
-  command.add_option("--html", arguments->html, "Write it to this file as a page");
-  command.add_option("--text", arguments->text, "Write it to this file as plain text");
-  commands.on(command, [arguments](Context& context) { return report(context, *arguments); });
+  Command& command =
+      safety.add("report",
+                 "The whole safety configuration as a document to be signed and archived; exit code 1 when a "
+                 "signature differs");
+  command.option("--html", arguments->html, "Write it to this file as a page");
+  command.option("--text", arguments->text, "Write it to this file as plain text");
+  command.on([arguments](Context& context) { return report(context, *arguments); });
 }
 
 }  // namespace tavctl

@@ -121,28 +121,25 @@ ExitCode validate(Context& context) {
 
 }  // namespace
 
-void add_safety_srdo(Commands& commands, CLI::App& safety) {
+void add_safety_srdo(Command& safety) {
   constexpr int kMostSrdos = 64;
-  CLI::App& srdo = Commands::add_below(safety, "srdo", "Safety-relevant data objects (EN 50325-5)");
-  srdo.require_subcommand(1);
-  commands.on(
-      Commands::add_below(srdo, "show", "Parameters, mapping and signature of each, and the validity"), show);
+  Command& srdo = safety.add("srdo", "Safety-relevant data objects (EN 50325-5)");
+  srdo.add("show", "Parameters, mapping and signature of each, and the validity").on(show);
 
   auto arguments = std::make_shared<SetArguments>();
-  CLI::App& set_command = Commands::add_below(
-      srdo, "set",
-      "Change parameters of one SRDO; enters pre-operational, writes the signature, reads all back");
-  set_command.add_option("NUMBER", arguments->number, "From 1")->required()->check(CLI::Range(1, kMostSrdos));
+  Command& set_command = srdo.add(
+      "set", "Change parameters of one SRDO; enters pre-operational, writes the signature, reads all back");
+  set_command.option("NUMBER", arguments->number, "From 1").required().range(1, kMostSrdos);
   set_command
-      .add_option("KEY=VALUE", arguments->assignments,
-                  "enabled, refresh_time, validation_time, transmission_type, cob_id_1, cob_id_2")
-      ->required();
-  commands.on(set_command, [arguments](Context& context) { return set(context, *arguments); });
+      .option("KEY=VALUE", arguments->assignments,
+              "enabled, refresh_time, validation_time, transmission_type, cob_id_1, cob_id_2")
+      .required();
+  set_command.on([arguments](Context& context) { return set(context, *arguments); });
 
-  CLI::App& validate_command = Commands::add_below(
-      srdo, "validate",
+  Command& validate_command = srdo.add(
+      "validate",
       "Declare the SRDO configuration valid; enters pre-operational, the drive checks the signatures");
-  commands.on(validate_command, validate);
+  validate_command.on(validate);
 }
 
 }  // namespace tavctl

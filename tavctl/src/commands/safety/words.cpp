@@ -158,30 +158,27 @@ ExitCode set_word(Context& context, const WordArguments& arguments) {
 
 }  // namespace
 
-void add_safety_words(Commands& commands, CLI::App& safety) {
-  CLI::App& mapping =
-      Commands::add_below(safety, "mapping", "Which function each bit of the safety words carries");
-  mapping.require_subcommand(1);
-  commands.on(Commands::add_below(mapping, "show", "The mappings of all words"), show_mappings);
+void add_safety_words(Command& safety) {
+  Command& mapping = safety.add("mapping", "Which function each bit of the safety words carries");
+  mapping.add("show", "The mappings of all words").on(show_mappings);
   auto mapped = std::make_shared<WordArguments>();
-  CLI::App& set_mapping_command = Commands::add_below(
-      mapping, "set", "Change the mapping of one word; all signatures are refreshed and verified");
-  set_mapping_command.add_option("KIND", mapped->kind, "control or status")
-      ->required()
-      ->check(CLI::IsMember({"control", "status"}));
-  set_mapping_command.add_option("WORD", mapped->name, "can1 to can8, safein, safeout")->required();
-  set_mapping_command.add_option("BIT=FUNCTION", mapped->assignments, "1=STO 2=SLS_1 3=none ...")->required();
-  commands.on(set_mapping_command, [mapped](Context& context) { return set_mapping(context, *mapped); });
+  Command& set_mapping_command =
+      mapping.add("set", "Change the mapping of one word; all signatures are refreshed and verified");
+  set_mapping_command.option("KIND", mapped->kind, "control or status")
+      .required()
+      .one_of({"control", "status"});
+  set_mapping_command.option("WORD", mapped->name, "can1 to can8, safein, safeout").required();
+  set_mapping_command.option("BIT=FUNCTION", mapped->assignments, "1=STO 2=SLS_1 3=none ...").required();
+  set_mapping_command.on([mapped](Context& context) { return set_mapping(context, *mapped); });
 
-  CLI::App& word = Commands::add_below(safety, "word", "The safety words themselves");
-  word.require_subcommand(1);
-  commands.on(Commands::add_below(word, "show", "All words, bit by bit"), show_words);
+  Command& word = safety.add("word", "The safety words themselves");
+  word.add("show", "All words, bit by bit").on(show_words);
   auto written = std::make_shared<WordArguments>();
-  CLI::App& set_word_command = Commands::add_below(
-      word, "set", "Write bits of a control word. A bit of 0 demands its function: commands are active-low");
-  set_word_command.add_option("WORD", written->name, "can1 to can8, safein")->required();
-  set_word_command.add_option("BIT=0|1", written->assignments, "0=1 3=0 ...")->required();
-  commands.on(set_word_command, [written](Context& context) { return set_word(context, *written); });
+  Command& set_word_command = word.add(
+      "set", "Write bits of a control word. A bit of 0 demands its function: commands are active-low");
+  set_word_command.option("WORD", written->name, "can1 to can8, safein").required();
+  set_word_command.option("BIT=0|1", written->assignments, "0=1 3=0 ...").required();
+  set_word_command.on([written](Context& context) { return set_word(context, *written); });
 }
 
 }  // namespace tavctl
