@@ -69,6 +69,9 @@ function(tav_install_package)
   tav_pkg_config(nkr-canopen
     DESCRIPTION "CANopen client and CAN buses for Linux"
     LIBRARIES nkr-canopen nkr-can nkr-error)
+  tav_pkg_config(tav-host
+    DESCRIPTION "What a program does with a drive: enable, turn, stop, explain"
+    LIBRARIES tav-host tavcore nkr-canopen nkr-can nkr-tools nkr-codec nkrLog nkr-error)
   if(TARGET tav-drive)
     tav_pkg_config(tav-drive
       DESCRIPTION "Virtual drive on a CAN bus"

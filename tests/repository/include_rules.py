@@ -16,6 +16,7 @@ FOLDERS = {
     "testing/log": "tavcore-testing-log",
     "canopen/can": "nkr-can",
     "canopen/client": "nkr-canopen",
+    "host": "tav-host",
     "drive": "tav-drive",
 }
 
@@ -31,6 +32,7 @@ HEADERS = (
     (r"tavcore/testing/RecordingLog\.hpp", "tavcore-testing-log"),
     (r"tavcore/testing/.+", "tavcore-testing"),
     (r"tavcore/.+", "tavcore"),
+    (r"tav/host/.+", "tav-host"),
     (r"tav/drive/.+", "tav-drive"),
 )
 
@@ -45,6 +47,9 @@ MAY_INCLUDE = {
     "tavcore-testing-log": {"tavcore-testing", "nkrLog", "nkr-error"},
     "nkr-can": {"nkr-error"},
     "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error"},
+    "tav-host": {
+        "tavcore", "nkr-canopen", "nkr-can", "nkr-canopencore", "nkr-codec", "nkr-tools", "nkrLog", "nkr-error",
+    },
     "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},
 }
 
@@ -76,6 +81,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "scenario": {"dictionary", "node", "network"},
         BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "power", "safety", "scenario"},
     },
+    "host/src": {"words": set(), "process": set(), "bus": set(), "unit": set()},
 }
 
 # The C++17 standard library, libc and the kernel's interface; nothing else is needed to build a library here.

@@ -24,6 +24,7 @@ constexpr Sentence kSentences[] = {
     {NKR_CAN_TX_OVERFLOW, "The send queue of the CAN interface stayed full."},
     {NKR_CAN_TIMED_OUT, "No CAN frame arrived in time."},
     {NKR_CAN_WOULD_DEADLOCK, "The call was refused: it would wait for its own caller."},
+    {NKR_INTERRUPTED, "The program asked to end."},
     {NKR_SDO_TOGGLE_BIT, "SDO: the toggle bit was not alternated."},
     {NKR_SDO_TIMED_OUT, "SDO: the node did not answer in time."},
     {NKR_SDO_UNKNOWN_COMMAND, "SDO: the command specifier is invalid or unknown."},

@@ -35,6 +35,9 @@ typedef int32_t nkr_error_t;
 #define NKR_CAN_TIMED_OUT 0x108      /**< no frame until the deadline (a bus's receive alone) */
 #define NKR_CAN_WOULD_DEADLOCK 0x109 /**< a call that would wait for its own caller */
 
+/* Results of the application library that are neither. */
+#define NKR_INTERRUPTED 0x200 /**< the program asked to end before the operation was done */
+
 /* SDO abort codes, CiA 301 table 22, as the client returns them. */
 #define NKR_SDO_TOGGLE_BIT 0x05030000
 #define NKR_SDO_TIMED_OUT 0x05040000

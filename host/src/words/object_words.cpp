@@ -1,9 +1,7 @@
-#include "model/Format.hpp"
-
-#include <algorithm>
 #include <cstdio>
+#include <tav/host/words.hpp>
 
-namespace tavctl {
+namespace tav::host {
 
 using nkr::tools::AccessType;
 using nkr::tools::DataType;
@@ -12,12 +10,6 @@ std::string hex(std::uint64_t value, int digits) {
   char text[24];
   std::snprintf(text, sizeof text, "0x%0*llX", digits, static_cast<unsigned long long>(value));
   return text;
-}
-
-std::string padded(std::string_view text, std::size_t width) {
-  std::string result(text);
-  result.resize(std::max(width, text.size() + 1), ' ');
-  return result;
 }
 
 std::string address_text(nkr::tools::ObjectID id) {
@@ -93,4 +85,4 @@ std::string access_name(AccessType access) {
   return {};
 }
 
-}  // namespace tavctl
+}  // namespace tav::host

@@ -1,9 +1,8 @@
-#include "model/DriveWords.hpp"
-
 #include <cstddef>
 #include <nkr/canopen/Emergency.hpp>
+#include <tav/host/words.hpp>
 
-namespace tavctl {
+namespace tav::host {
 
 using NMTState = nkr::tavcore::INMTService::NMTState;
 using State = nkr::tavcore::IPDSService::PDSState;
@@ -113,10 +112,15 @@ std::string error_register_text(std::uint8_t error_register) {
   return error_register == 0 ? "no error" : joined(nkr::canopen::error_register_names(error_register));
 }
 
+std::string last_error_text(std::uint16_t code) {
+  constexpr int kDigits = 4;
+  return code == 0 ? "none" : hex(code, kDigits) + ' ' + nkr::canopen::emergency_text(code);
+}
+
 std::string joined(const std::vector<std::string>& words) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
   return text;
 }
 
-}  // namespace tavctl
+}  // namespace tav::host

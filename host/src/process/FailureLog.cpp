@@ -1,17 +1,19 @@
-#include "session/FailureLog.hpp"
-
 #include <nkr/log.h>
 #include <nkr/log_decode.h>
 
-namespace tavctl {
+#include <tav/host/FailureLog.hpp>
+
+namespace tav::host {
 
 FailureLog::FailureLog() {
   nkr_log_add_callback(&FailureLog::take, this, NKR_LOG_FAILURE, &sink_);
+  was_on_ = nkr_log_is_enabled() == 1;  // asked with a sink in place: without one the answer is no
   nkr_log_set_enabled(1);
 }
 
 FailureLog::~FailureLog() {
   nkr_log_remove_sink(sink_);
+  if (!was_on_) nkr_log_set_enabled(0);
 }
 
 std::string FailureLog::last() const {
@@ -31,4 +33,4 @@ void FailureLog::take(void* self, const nkr_log_record_t* record) {
   }
 }
 
-}  // namespace tavctl
+}  // namespace tav::host

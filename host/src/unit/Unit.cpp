@@ -1,0 +1,90 @@
+#include <tav/host/Unit.hpp>
+#include <utility>
+
+#include "UnitImpl.hpp"
+
+namespace tav::host {
+
+std::unique_ptr<Unit> Unit::open(const Settings& settings, Result& result) {
+  auto impl = std::make_unique<Impl>();
+  result = impl->link.open(settings);
+  return result.ok() ? std::unique_ptr<Unit>(new Unit(std::move(impl))) : nullptr;
+}
+
+Unit::Unit(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Unit::~Unit() = default;
+
+Result Unit::enable(Enabling enabling) {
+  return impl_->enable(enabling);
+}
+bool Unit::is_enabled() const {
+  return impl_->is_enabled;
+}
+Result Unit::set_velocity(int velocity) {
+  return impl_->set_velocity(velocity);
+}
+Result Unit::adopt() {
+  return impl_->adopt();
+}
+Result Unit::follow(std::chrono::milliseconds time, const OnLook& on_look) {
+  return impl_->follow(time, on_look);
+}
+Result Unit::look(Look& look) {
+  return impl_->look(look);
+}
+Result Unit::stop() {
+  return impl_->stop();
+}
+Result Unit::disable() {
+  return impl_->disable();
+}
+Result Unit::leave() {
+  return impl_->leave();
+}
+Result Unit::read_state(Snapshot& state) {
+  return impl_->read_state(state);
+}
+Result Unit::read_power(PowerFacts& facts) {
+  return impl_->read_power(facts);
+}
+Result Unit::read_errors(std::vector<nkr::canopen::Emergency>& errors) {
+  return impl_->read_errors(errors);
+}
+Heard Unit::heard() const {
+  return impl_->link.events->heard();
+}
+bool Unit::is_protected() const {
+  return impl_->protection.is_active() && !impl_->link.host->is_contested();
+}
+Result Unit::check(nkr_error_t code, const std::string& action) const {
+  return impl_->link.check(code, action);
+}
+nkr::tavcore::Controller& Unit::controller() {
+  return impl_->controller();
+}
+nkr::canopen::Client& Unit::client() const {
+  return *impl_->link.client;
+}
+const std::shared_ptr<nkr::canopen::Client>& Unit::shared_client() const {
+  return impl_->link.client;
+}
+const std::shared_ptr<nkr::tavcore::CANOpenDispatcher>& Unit::dispatcher() const {
+  return impl_->link.dispatcher;
+}
+const std::shared_ptr<nkr::tavcore::Config>& Unit::config() const {
+  return impl_->link.config;
+}
+const nkr::tools::EDSParser& Unit::description() const {
+  return *impl_->link.description;
+}
+nkr::can::Bus& Unit::bus() const {
+  return *impl_->link.bus;
+}
+const std::shared_ptr<HostNode>& Unit::host_node() const {
+  return impl_->link.host;
+}
+std::uint8_t Unit::node_id() const {
+  return impl_->link.node;
+}
+
+}  // namespace tav::host

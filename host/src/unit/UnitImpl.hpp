@@ -1,0 +1,85 @@
+#ifndef TAV_HOST_SRC_UNIT_UNITIMPL_HPP
+#define TAV_HOST_SRC_UNIT_UNITIMPL_HPP
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tav/host/Unit.hpp>
+#include <tavcore/Controller.hpp>
+
+#include "Link.hpp"
+#include "Protection.hpp"
+
+namespace tav::host {
+
+class Unit::Impl {
+ public:
+  ~Impl();
+
+  // Enabling.cpp
+  Result enable(const Enabling& enabling);
+  nkr::tavcore::Controller& controller();
+
+  // Following.cpp
+  Result set_velocity(int velocity);
+  Result adopt();
+  Result follow(std::chrono::milliseconds time, const OnLook& on_look);
+  Result look(Look& look);
+
+  // Stopping.cpp
+  Result stop();
+  Result disable();
+  Result leave();
+
+  // Reading.cpp
+  Result read_state(Snapshot& state);
+  Result read_power(PowerFacts& facts);
+  Result read_errors(std::vector<nkr::canopen::Emergency>& errors);
+
+  Link link;
+  Protection protection{link};
+  std::atomic<bool> is_enabled{false};  ///< enable() succeeded, and nothing was seen to end it
+
+ private:
+  using Controller = nkr::tavcore::Controller;
+  using State = nkr::tavcore::IPDSService::PDSState;
+
+  // Enabling.cpp
+  Result see_presence();
+  Result see_state(bool reset_fault, std::optional<State>& state);
+  Result take_over();
+  Result walk(bool reset_fault);
+  Result follow_ramp();
+  void take_responsibility();
+
+  // Following.cpp
+  Result read_look(Look& look);
+  Result judge(const Look& look);
+  void see_limits(const Look& look);
+
+  // Stopping.cpp
+  Result wait_for_standstill();
+  void wake_node();
+  void end() noexcept;
+  void give_up_responsibility();
+  void lose_protection();
+  Result protection_lost();
+
+  // Explaining.cpp
+  /** Why the drive is no longer, or did not become, enabled: what was heard first, then what it says. */
+  Result explain(Cause fallback, const std::string& action);
+
+  std::unique_ptr<Controller> controller_;
+  bool responsible_ = false;       ///< the unit's end is to stop the drive
+  bool enabled_here_ = false;      ///< and to take its power stage off
+  int living_ = 0;                 ///< number for exit()
+  std::atomic<bool> lost_{false};  ///< the protection: somebody else uses the host's node id
+  std::int16_t target_ = 0;        ///< as set by this unit
+  std::uint16_t control_word_ = 0;
+  bool limits_told_ = false;
+};
+
+}  // namespace tav::host
+
+#endif
