@@ -59,7 +59,7 @@ MAY_INCLUDE = {
 BESIDE = "."
 
 ROOMS: dict[str, dict[str, set[str]]] = {
-    "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}},
+    "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}, "lint": {"eds", "text"}},
     "canopen/client/src": {
         BESIDE: {"sdo", "pdo", "nmt", "emcy", "requests", "runtime"},
         "pdo": {"sdo", "runtime"},

@@ -55,7 +55,9 @@ void DescriptionInfo::add(const DescriptionText& text, const Section& section, D
                 equal_without_case(section.name, "DeviceInfo");
   const auto [at, added] = sections_.try_emplace(to_utf8(section.name));
   if (!added) {
-    diagnostics.report(Problem::DOUBLE_SECTION, section.place(), section.name, "the first one");
+    const bool same = is_same(text, section, at->second);
+    diagnostics.report(same ? Problem::DOUBLE_SECTION : Problem::DIFFERENT_SECTION, section.place(),
+                       section.name, "the first one");
     return;
   }
   if (equal_without_case(section.name, kCommissioningWell)) {
@@ -65,12 +67,25 @@ void DescriptionInfo::add(const DescriptionText& text, const Section& section, D
   for (std::size_t i = section.first; i < section.first + section.count; ++i) {
     const KeyLine& line = text.keys[i];
     if (line.name.size() > kMostOfName) continue;
-    if (!at->second.try_emplace(to_utf8(line.name), to_utf8(line.value)).second) {
-      diagnostics.report(Problem::DOUBLE_KEY, section.at(line.line), line.name, "the first one");
+    const auto [known, added_key] = at->second.try_emplace(to_utf8(line.name), to_utf8(line.value));
+    if (!added_key) {
+      const bool same = known->second == to_utf8(line.value);
+      diagnostics.report(same ? Problem::DOUBLE_KEY : Problem::DIFFERENT_KEY, section.at(line), line.value,
+                         "the first one");
     } else if (device && is_number_key(line.name) && !is_info_number(line.value)) {
-      diagnostics.report(Problem::INFO_NUMBER, section.at(line.line), line.value, "no value");
+      diagnostics.report(line.value.empty() ? Problem::EMPTY_INFO : Problem::INFO_NUMBER, section.at(line),
+                         line.value, "no value");
     }
   }
+}
+
+/** True when a section says again what the keys say. */
+bool DescriptionInfo::is_same(const DescriptionText& text, const Section& section, const Keys& keys) {
+  for (std::size_t i = section.first; i < section.first + section.count; ++i) {
+    const auto known = keys.find(to_utf8(text.keys[i].name));
+    if (known == keys.end() || known->second != to_utf8(text.keys[i].value)) return false;
+  }
+  return section.count == keys.size();
 }
 
 void DescriptionInfo::check_sections(Diagnostics& diagnostics) const {

@@ -29,6 +29,7 @@ class DescriptionInfo {
   using Keys = std::map<std::string, std::string, WithoutCase>;
 
   void add(const DescriptionText& text, const Section& section, Diagnostics& diagnostics);
+  [[nodiscard]] static bool is_same(const DescriptionText& text, const Section& section, const Keys& keys);
   void check_sections(Diagnostics& diagnostics) const;
 
   std::map<std::string, Keys, WithoutCase> sections_;

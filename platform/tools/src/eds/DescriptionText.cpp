@@ -184,6 +184,32 @@ class Splitter {
 
 }  // namespace
 
+std::string_view key_name(Key key) {
+  for (const KeyName& known : kKeyNames) {
+    if (known.key == key) return known.name;
+  }
+  return {};
+}
+
+void report_double(const KeyLine& first, const KeyLine& second, const Section& section,
+                   Diagnostics& diagnostics) {
+  const bool same = first.value == second.value;
+  diagnostics.report(same ? Problem::DOUBLE_KEY : Problem::DIFFERENT_KEY, section.at(second), second.value,
+                     "the first one");
+}
+
+void report_double(const DescriptionText& text, const Section& first, const Section& second,
+                   Diagnostics& diagnostics) {
+  const auto keys_of = [&text](const Section& section) { return text.keys.data() + section.first; };
+  const auto same_line = [](const KeyLine& a, const KeyLine& b) {
+    return equal_without_case(a.name, b.name) && a.value == b.value;
+  };
+  const bool same = std::equal(keys_of(first), keys_of(first) + first.count, keys_of(second),
+                               keys_of(second) + second.count, same_line);
+  diagnostics.report(same ? Problem::DOUBLE_SECTION : Problem::DIFFERENT_SECTION, second.place(), second.name,
+                     "the first one");
+}
+
 std::optional<std::string> read_stream(std::istream& stream, Diagnostics& diagnostics) {
   constexpr std::size_t kBlock = 65536;
   std::string bytes;

@@ -37,6 +37,9 @@ enum class Key : std::uint8_t {
   COUNT,
 };
 
+/** A known key as CiA 306 spells it. */
+[[nodiscard]] std::string_view key_name(Key key);
+
 /** One key=value line; the texts are bytes of the file. */
 struct KeyLine {
   std::string_view name;
@@ -68,7 +71,7 @@ struct Section {
   std::size_t count = 0;
   std::string_view name;
 
-  [[nodiscard]] Place at(std::size_t key_line) const { return {key_line, name}; }
+  [[nodiscard]] Place at(const KeyLine& key) const { return {key.line, name, key.name}; }
   [[nodiscard]] Place place() const { return {line, name}; }
 };
 
@@ -77,6 +80,13 @@ struct DescriptionText {
   std::vector<Section> sections;
   std::vector<KeyLine> keys;
 };
+
+/** Reports a key that stands twice in a section, and whether the two differ. */
+void report_double(const KeyLine& first, const KeyLine& second, const Section& section,
+                   Diagnostics& diagnostics);
+/** Reports a section that stands twice, and whether the two differ. */
+void report_double(const DescriptionText& text, const Section& first, const Section& second,
+                   Diagnostics& diagnostics);
 
 /** The whole stream, or nothing when it cannot be read or is larger than any description. */
 [[nodiscard]] std::optional<std::string> read_stream(std::istream& stream, Diagnostics& diagnostics);

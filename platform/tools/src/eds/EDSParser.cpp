@@ -1,45 +1,11 @@
 #include <algorithm>
 #include <nkr/tools/EDSParser.hpp>
-#include <unordered_map>
 
-#include "eds/DescriptionInfo.hpp"
-#include "eds/Diagnostics.hpp"
-#include "eds/ObjectBuilder.hpp"
+#include "eds/DescriptionContent.hpp"
 
 namespace nkr::tools {
 
-struct EDSParser::Content {
-  Objects objects;
-  std::unordered_map<std::string_view, const std::shared_ptr<ObjectEntry>*> names;
-  DescriptionInfo info;
-};
-
-namespace {
-
-/** The first object in index order keeps a name that stands twice. */
-template <typename Names>
-void index_names(const Objects& objects, Names& names, Diagnostics& diagnostics) {
-  constexpr float kSparse = 0.25F;  // a look-up stands before every access: it should meet few other names
-  names.max_load_factor(kSparse);
-  names.reserve(objects.size());
-  for (const auto& object : objects) {
-    if (object->getName().empty()) continue;
-    const auto [at, added] = names.try_emplace(object->getName(), &object);
-    if (added) continue;
-    const std::string section = index_text(object->getObjectID().index()).substr(2);
-    diagnostics.report(Problem::DOUBLE_NAME, {object->description().line, section}, object->getName(),
-                       "the one of " + index_text((*at->second)->getObjectID().index()));
-  }
-}
-
-/** Reports a description without objects; true when it is one all the same. */
-bool accept_no_objects(const DescriptionInfo& info, Diagnostics& diagnostics) {
-  if (diagnostics.failed()) return false;
-  diagnostics.report(info.is_of_canopen() ? Problem::NO_OBJECTS : Problem::OTHER_DIALECT, {});
-  return info.is_of_canopen();
-}
-
-}  // namespace
+struct EDSParser::Content : DescriptionContent {};
 
 EDSParser::EDSParser() : content_(std::make_unique<Content>()) {}
 EDSParser::~EDSParser() = default;
@@ -61,12 +27,7 @@ bool EDSParser::read(std::istream& stream, Content& content, Diagnostics& diagno
   if (!bytes) return false;
   const auto text = split_description(*bytes, diagnostics);
   if (!text) return false;
-  content.info = DescriptionInfo(*text, diagnostics);
-  const ObjectLists lists(*text, diagnostics);
-  content.objects = build_objects(*text, lists, diagnostics);
-  if (content.objects.empty()) return accept_no_objects(content.info, diagnostics);
-  index_names(content.objects, content.names, diagnostics);
-  return true;
+  return read_content(*text, content, diagnostics);
 }
 
 std::shared_ptr<ObjectEntry> EDSParser::getObjectByName(const std::string& name) const {

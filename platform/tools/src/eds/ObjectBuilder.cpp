@@ -81,7 +81,7 @@ class Builder {
     for (; at != end; ++at) {
       const Section& section = **at;
       if (before != nullptr && before->kind == section.kind && before->subindex == section.subindex) {
-        diagnostics_.report(Problem::DOUBLE_SECTION, section.place(), section.name, "the first one");
+        report_double(text_, *before, section, diagnostics_);
         continue;
       }
       before = &section;
@@ -244,7 +244,9 @@ class Builder {
     if (group.subs.front()->subindex != 0) diagnostics_.report(Problem::NO_SUB0, group.object->place());
     const KeyLine* line = fields.find(Key::SUB_NUMBER);
     const auto number = line == nullptr ? std::nullopt : number_of(line->value);
-    if (number == static_cast<std::int64_t>(group.subs.size())) return;
+    // Sub-index FF tells the structure of the object and is not counted (CiA 306).
+    const std::size_t counted = group.subs.size() - (group.subs.back()->subindex == 0xFF ? 1 : 0);
+    if (number == static_cast<std::int64_t>(counted)) return;
     diagnostics_.report(Problem::SUB_NUMBER, fields.place(Key::SUB_NUMBER),
                         line == nullptr ? std::string_view() : line->value, "the sub-entries that are there");
   }

@@ -3,6 +3,7 @@
 #include <nkr/tools/ObjectValue.hpp>
 
 #include "eds/ValueChecks.hpp"
+#include "eds/ValueText.hpp"
 #include "text/IniLines.hpp"
 #include "text/TextEncoding.hpp"
 
@@ -21,7 +22,7 @@ constexpr std::int64_t kHighestSubindex = 255;
 std::optional<std::int64_t> number_at(const ObjectFields& fields, Key key, Diagnostics& diagnostics) {
   const std::string_view text = fields.find(key)->value;
   const auto number = number_of(text);
-  if (number && text.find_first_of(";#") != std::string_view::npos) {
+  if (number && has_comment(text)) {
     diagnostics.report(Problem::INLINE_COMMENT, fields.place(key), text, "the number before it");
   }
   return number;
@@ -68,7 +69,7 @@ AccessType access_of(const ObjectFields& fields, std::uint8_t object_type, Diagn
     if (object_type != kDomain) diagnostics.report(Problem::NO_ACCESS_TYPE, place, {}, "not writable");
     return AccessType::UNKNOWN;
   }
-  const std::string_view text = trim(line->value.substr(0, line->value.find(';')));
+  const std::string_view text = without_comment(line->value);
   const AccessType access = access_named(text);
   if (access == AccessType::UNKNOWN) {
     diagnostics.report(Problem::ACCESS_TYPE, place, line->value, "not writable");
@@ -110,9 +111,9 @@ ObjectFields::ObjectFields(const DescriptionText& text, const Section& section, 
     const KeyLine& line = text.keys[i];
     const KeyLine*& known = lines_[static_cast<std::size_t>(line.key)];
     if (line.key == Key::UNKNOWN) {
-      diagnostics.report(Problem::UNKNOWN_KEY, section.at(line.line), line.name);
+      diagnostics.report(Problem::UNKNOWN_KEY, section.at(line));
     } else if (known != nullptr) {
-      diagnostics.report(Problem::DOUBLE_KEY, section.at(line.line), line.name, "the first one");
+      report_double(*known, line, section, diagnostics);
     } else {
       known = &line;
     }
@@ -121,7 +122,7 @@ ObjectFields::ObjectFields(const DescriptionText& text, const Section& section, 
 
 Place ObjectFields::place(Key key) const {
   const KeyLine* line = find(key);
-  return line == nullptr ? section_->place() : section_->at(line->line);
+  return line == nullptr ? Place{section_->line, section_->name, key_name(key)} : section_->at(*line);
 }
 
 std::string cut_name(std::string name) {

@@ -15,15 +15,17 @@ std::string index_text(std::uint16_t index) {
 }
 
 ObjectLists::ObjectLists(const DescriptionText& text, Diagnostics& diagnostics) {
-  std::vector<std::string_view> read;
+  std::vector<const Section*> read;
   for (const Section& section : text.sections) {
     if (section.kind != SectionKind::OBJECT_LIST) continue;
-    const auto same = [&](std::string_view name) { return equal_without_case(name, section.name); };
-    if (std::any_of(read.begin(), read.end(), same)) {
-      diagnostics.report(Problem::DOUBLE_SECTION, section.place(), section.name, "the first one");
+    const auto first = std::find_if(read.begin(), read.end(), [&section](const Section* known) {
+      return equal_without_case(known->name, section.name);
+    });
+    if (first != read.end()) {
+      report_double(text, **first, section, diagnostics);
       continue;
     }
-    read.push_back(section.name);
+    read.push_back(&section);
     read_list(text, section, diagnostics);
   }
 }
@@ -43,8 +45,7 @@ void ObjectLists::read_list(const DescriptionText& text, const Section& section,
   if (count == nullptr) {
     diagnostics.report(Problem::LIST_COUNT, section.place(), {}, "the entries that are there");
   } else if (number_of(count->value) != entries) {
-    diagnostics.report(Problem::LIST_COUNT, section.at(count->line), count->value,
-                       "the entries that are there");
+    diagnostics.report(Problem::LIST_COUNT, section.at(*count), count->value, "the entries that are there");
   }
 }
 
@@ -52,16 +53,16 @@ void ObjectLists::read_entry(const KeyLine& entry, const Section& section, Diagn
   const auto number = number_of(entry.name);
   const auto index = number_of(entry.value);
   if (!number || *number < 1 || !index || *index < 1 || *index > 0xFFFF) {
-    diagnostics.report(Problem::LIST_ENTRY, section.at(entry.line), entry.value, "nothing");
+    diagnostics.report(Problem::LIST_ENTRY, section.at(entry), entry.value, "nothing");
     return;
   }
   const auto listed = static_cast<std::uint16_t>(*index);
   if (listed_[listed]) {
-    diagnostics.report(Problem::LISTED_TWICE, section.at(entry.line), entry.value, "one of the two");
+    diagnostics.report(Problem::LISTED_TWICE, section.at(entry), entry.value, "one of the two");
     return;
   }
   listed_[listed] = true;
-  entries_.push_back({listed, section.at(entry.line)});
+  entries_.push_back({listed, section.at(entry)});
 }
 
 void ObjectLists::check_described(const std::bitset<0x10000>& described, Diagnostics& diagnostics) const {

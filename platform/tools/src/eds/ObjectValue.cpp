@@ -3,6 +3,7 @@
 #include <limits>
 #include <nkr/tools/ObjectValue.hpp>
 
+#include "eds/ValueText.hpp"
 #include "text/IniLines.hpp"
 
 namespace nkr::tools {
@@ -17,14 +18,6 @@ struct Literal {
   bool hexadecimal = false;
   std::uint64_t magnitude = 0;
 };
-
-std::string_view without_comment(std::string_view text) {
-  text = text.substr(0, text.find(';'));
-  for (std::size_t at = text.find('#'); at != std::string_view::npos; at = text.find('#', at + 1)) {
-    if (at > 0 && (text[at - 1] == ' ' || text[at - 1] == '\t')) return trim(text.substr(0, at));
-  }
-  return trim(text);
-}
 
 std::optional<std::uint64_t> digits(std::string_view text, unsigned base) {
   constexpr unsigned kNone = 99;

@@ -19,12 +19,12 @@ SubList::SubList(const DescriptionText& text, const Section* section, std::uint8
     if (equal_without_case(line.name, "NrOfEntries")) continue;
     const auto number = number_of(line.name);
     if (!number || *number < 1 || *number > count) {
-      diagnostics.report(Problem::COMPACT_LIST_ENTRY, section->at(line.line), line.name, "nothing");
+      diagnostics.report(Problem::COMPACT_LIST_ENTRY, section->at(line), line.name, "nothing");
       continue;
     }
     const KeyLine*& known = lines_[static_cast<std::size_t>(*number)];
     if (known != nullptr) {
-      diagnostics.report(Problem::DOUBLE_KEY, section->at(line.line), line.name, "the first one");
+      report_double(*known, line, *section, diagnostics);
     } else {
       known = &line;
     }

@@ -2,6 +2,8 @@
 
 #include <nkr/tools/ObjectValue.hpp>
 
+#include "eds/ValueText.hpp"
+
 namespace nkr::tools {
 
 namespace {
@@ -16,22 +18,9 @@ bool is_integer(DataType type) {
   return integer_bits(type) != 0;
 }
 
-/** Pairs of hexadecimal digits; blanks may stand between them. */
-bool is_octets(std::string_view text) {
-  std::size_t digits = 0;
-  for (const char c : text) {
-    const bool digit = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-    if (!digit && c != ' ') return false;
-    if (digit) ++digits;
-  }
-  return digits % 2 == 0;
-}
-
 /** What CiA 306 wants of a number's form, beyond being readable. */
 void check_form(std::string_view text, Place place, Diagnostics& diagnostics) {
-  if (text.find(';') != std::string_view::npos || text.find('#') != std::string_view::npos) {
-    diagnostics.report(Problem::INLINE_COMMENT, place, text, "the number before it");
-  }
+  if (has_comment(text)) diagnostics.report(Problem::INLINE_COMMENT, place, text, "the number before it");
   if (text.find('$') != std::string_view::npos && text.substr(0, 7) != "$NODEID") {
     diagnostics.report(Problem::NODE_ID_ORDER, place, text, "the sum");
   }
@@ -45,8 +34,12 @@ std::optional<std::int64_t> checked_integer(std::string_view text, DataType type
     check_form(text, place, diagnostics);
     return value;
   }
-  const bool readable = number_of(text) || integer_of(text, DataType::UNSIGNED64);
-  diagnostics.report(readable ? Problem::VALUE_RANGE : Problem::VALUE_UNREADABLE, place, text, kNoValue);
+  if (number_of(text) || integer_of(text, DataType::UNSIGNED64)) {
+    const std::string detail = std::string(without_comment(text)) + " in an " + integer_name(type);
+    diagnostics.report(Problem::VALUE_RANGE, place, detail, kNoValue);
+  } else {
+    diagnostics.report(Problem::VALUE_UNREADABLE, place, text, kNoValue);
+  }
   return std::nullopt;
 }
 
@@ -57,7 +50,7 @@ std::optional<std::int64_t> checked_text(const ObjectFields& fields, Key key,
   if (!text) return std::nullopt;
   const Place place = fields.place(key);
   if (text->empty()) {
-    diagnostics.report(Problem::EMPTY_VALUE, place, fields.find(key)->name, kNoValue);
+    diagnostics.report(Problem::EMPTY_VALUE, place, {}, kNoValue);
   } else if (is_integer(type)) {
     return checked_integer(*text, type, place, diagnostics);
   } else if (is_real(type)) {
@@ -83,15 +76,17 @@ bool less(std::int64_t a, std::int64_t b, DataType type) {
 }
 
 /** Reports a value outside the limits; one that depends on the node id is not judged. */
-void check_between(const ObjectFields& fields, Key key, std::optional<std::int64_t> value, DataType type,
-                   const Limits& limits, Diagnostics& diagnostics) {
+void check_between(const ObjectFields& fields, Key key, std::optional<std::int64_t> value,
+                   const ObjectEntry::Description& object, const Limits& limits, Diagnostics& diagnostics) {
   if (!value || fields.find(key)->value.find('$') != std::string_view::npos) return;
+  const DataType type = object.data_type;
   const bool below = limits.low && less(*value, *limits.low, type);
   const bool above = limits.high && less(*limits.high, *value, type);
-  if (below || above) {
-    diagnostics.report(Problem::DEFAULT_OUTSIDE_LIMITS, fields.place(key), fields.find(key)->value,
-                       "the value");
-  }
+  if (!below && !above) return;
+  const std::string limit = below ? explained(*object.low_limit, type) : explained(*object.high_limit, type);
+  const std::string detail = explained(fields.find(key)->value, type) +
+                             (below ? " is below LowLimit " : " is above HighLimit ") + limit;
+  diagnostics.report(Problem::DEFAULT_OUTSIDE_LIMITS, fields.place(key), detail, "the value");
 }
 
 }  // namespace
@@ -105,11 +100,13 @@ void check_values(const ObjectFields& fields, const ObjectEntry::Description& ob
   limits.low = checked_limit(fields, Key::LOW_LIMIT, object.low_limit, type, diagnostics);
   limits.high = checked_limit(fields, Key::HIGH_LIMIT, object.high_limit, type, diagnostics);
   if (limits.low && limits.high && less(*limits.high, *limits.low, type)) {
-    diagnostics.report(Problem::LIMITS_CROSSED, fields.place(Key::LOW_LIMIT), *object.low_limit, "no limits");
+    const std::string detail =
+        explained(*object.low_limit, type) + " is above " + explained(*object.high_limit, type);
+    diagnostics.report(Problem::LIMITS_CROSSED, fields.place(Key::LOW_LIMIT), detail, "no limits");
     limits = {};
   }
-  check_between(fields, Key::DEFAULT_VALUE, initial, type, limits, diagnostics);
-  check_between(fields, Key::PARAMETER_VALUE, value, type, limits, diagnostics);
+  check_between(fields, Key::DEFAULT_VALUE, initial, object, limits, diagnostics);
+  check_between(fields, Key::PARAMETER_VALUE, value, object, limits, diagnostics);
 }
 
 }  // namespace nkr::tools

@@ -57,7 +57,8 @@ TEST(EDSObjects, KeepUnknownDataTypesAndRefuseNonsense) {
 }
 
 TEST(EDSObjects, NeverTakeUnclearAccessForWritable) {
-  for (const std::string access : {"rwx", "", "rw # rw;", "constant", "write only", "r/w", "rw,ro"}) {
+  for (const std::string access :
+       {"rwx", "", "rw#", "rw rw", "# rw", "; rw", "constant", "write only", "r/w", "rw,ro"}) {
     const Parsed eds("[2000]\nParameterName=Speed\nDataType=7\nAccessType=" + access + "\n");
     EXPECT_EQ(eds.at(0x2000).access, AccessType::UNKNOWN) << access;
     EXPECT_FALSE(nkr::tools::is_writable(eds.at(0x2000).access)) << access;
@@ -69,7 +70,33 @@ TEST(EDSObjects, NeverTakeUnclearAccessForWritable) {
 TEST(EDSObjects, ReadAccessWithoutCaseAndWithAComment) {
   EXPECT_EQ(Parsed("[2000]\nAccessType=RO\n").at(0x2000).access, AccessType::RO);
   EXPECT_EQ(Parsed("[2000]\nAccessType=Const\n").at(0x2000).access, AccessType::CONST);
-  EXPECT_EQ(Parsed("[2000]\nAccessType=rwr ; input\n").at(0x2000).access, AccessType::RWR);
+  for (const std::string access :
+       {"rwr ; input", "rwr;input", "rwr # input", "rwr # rw;", "rwr\t#", "rwr ;# rw"}) {
+    const Parsed eds("[2000]\nAccessType=" + access + "\n");
+    EXPECT_EQ(eds.at(0x2000).access, AccessType::RWR) << access;
+    EXPECT_TRUE(eds.says(2, "comment behind a value")) << access;
+  }
+}
+
+TEST(EDSObjects, CutCommentsBehindEverythingButFreeText) {
+  const std::string comment = " # one; two";
+  const Parsed eds("[2000]\nParameterName=Name" + comment + "\nObjectType=8" + comment + "\nDataType=3" +
+                   comment + "\nAccessType=rw" + comment + "\nPDOMapping=1" + comment + "\nLowLimit=0x8000" +
+                   comment + "\nHighLimit=7" + comment + "\nDefaultValue=5" + comment + "\nCompactSubObj=2" +
+                   comment + "\n[2001]\nParameterName=Text\nDataType=9\nAccessType=rw\nDefaultValue=a" +
+                   comment + "\n[DeviceComissioning]\nNodeID=5" + comment + "\n[OptionalObjects]\n1=0x2000" +
+                   comment + "\n");
+  const auto& entry = eds.at(0x2000, 2);
+  EXPECT_EQ(entry.record_name, "Name" + comment);
+  EXPECT_EQ(entry.data_type, DataType::INTEGER16);
+  EXPECT_EQ(entry.access, AccessType::RW);
+  EXPECT_TRUE(entry.pdo_mapping);
+  EXPECT_EQ(nkr::tools::limits_of(entry).low, -32768);
+  EXPECT_EQ(nkr::tools::limits_of(entry).high, 7);
+  EXPECT_EQ(nkr::tools::integer_of(*entry.default_value, entry.data_type), 5);
+  EXPECT_TRUE(entry.listed);
+  EXPECT_EQ(eds.at(0x2001).default_value, "a" + comment);
+  EXPECT_EQ(eds.parser.getNodeId(), 5);
 }
 
 TEST(EDSObjects, TellAnAbsentValueFromAnEmptyOne) {
