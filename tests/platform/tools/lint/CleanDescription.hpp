@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <nkr/tools/EDSLint.hpp>
-#include <sstream>
 #include <string>
 
 namespace tavtest {
@@ -351,26 +349,11 @@ inline const std::string kCleanModular =
     "254\n"
     "[ConnectedModules]\nNrOfEntries=2\n1=2\n2=1\n";
 
-inline nkr::tools::LintResult lint(const std::string& text) {
-  std::istringstream stream(text);
-  return nkr::tools::lint_description(stream);
-}
-
 /** A text with one part replaced, which must stand in it. */
 inline std::string with(std::string text, const std::string& from, const std::string& to) {
   const std::size_t at = text.find(from);
   EXPECT_NE(at, std::string::npos) << from;
   return at == std::string::npos ? text : text.replace(at, from.size(), to);
-}
-
-/** Every remark as text, for a test's message. */
-inline std::string all_of(const nkr::tools::LintResult& result) {
-  std::string text;
-  for (const auto& d : result.diagnostics) {
-    text +=
-        std::to_string(d.line) + " [" + d.section + "] " + d.key + ": " + d.code + ": " + d.problem + '\n';
-  }
-  return text;
 }
 
 }  // namespace tavtest

@@ -3,6 +3,7 @@
 
 #include "platform/tools/eds/EdsText.hpp"
 #include "platform/tools/lint/CleanDescription.hpp"
+#include "platform/tools/lint/LintText.hpp"
 
 using nkr::tools::Diagnostic;
 using tavtest::kCleanEds;

@@ -4,6 +4,7 @@
 
 #include "eds/Problem.hpp"
 #include "platform/tools/lint/CleanDescription.hpp"
+#include "platform/tools/lint/LintText.hpp"
 
 namespace {
 
