@@ -9,19 +9,22 @@
 #include <memory>
 #include <nkr/canopencore/IService.hpp>
 #include <string>
-#include <string_view>
 #include <tavcore/Config.hpp>
 #include <tavcore/ICANOpenDispatcher.hpp>
 #include <type_traits>
-
-namespace nkr::tools {
-class EDSParser;
-class ObjectEntry;
-}  // namespace nkr::tools
+#include <vector>
 
 namespace nkr::tavcore {
 
+class DictionaryAccess;
 struct Here;
+struct SafetyExpectation;
+struct SafetyVerification;
+
+class CANOpenDispatcher;
+[[nodiscard]] NKR_EXPORT SafetyVerification verify_safety(const CANOpenDispatcher& dispatcher,
+                                                          const std::vector<std::int32_t>& srdos,
+                                                          const SafetyExpectation& expected);
 
 /**
  * Carries every service operation out as reads and writes of the drive's object dictionary, through an
@@ -304,17 +307,9 @@ class NKR_EXPORT CANOpenDispatcher : public ICANOpenDispatcher {
   /** @} */
 
  private:
-  friend class Steps;
-
-  // The bodies of the named accessors, without an allocation for the name.
-  [[nodiscard]] const tools::ObjectEntry* look_up(std::string_view name, Here here) const;
-  [[nodiscard]] nkr_error_t resolve(std::string_view name, unsigned int& address) const;
-  template <class T>
-  [[nodiscard]] nkr_error_t read(std::string_view name, T& value) const;
-  template <class T>
-  [[nodiscard]] nkr_error_t write(std::string_view name, const T& value) const;
-  template <class T>
-  void record_write(std::string_view name, unsigned int address, const T& value) const;
+  friend SafetyVerification verify_safety(const CANOpenDispatcher& dispatcher,
+                                          const std::vector<std::int32_t>& srdos,
+                                          const SafetyExpectation& expected);
 
   /** Records the number of a parameter block that there is not, under the operation's name; NKR_ERROR. */
   [[nodiscard]] nkr_error_t refuse_block(std::int32_t number, Here here) const;
@@ -325,15 +320,8 @@ class NKR_EXPORT CANOpenDispatcher : public ICANOpenDispatcher {
   [[nodiscard]] nkr_error_t set_pdo_mapping(std::uint32_t communication, std::uint32_t mapping,
                                             const PDOMappingParameters& parameters, Here here);
 
-  [[nodiscard]] std::uint32_t context() const;
-  [[nodiscard]] std::uint8_t node() const { return static_cast<std::uint8_t>(node_id_); }
-
-  bool config_loaded_ = false;
-  std::shared_ptr<canopencore::IService> client_;
-  std::shared_ptr<Config> config_;
-  std::unique_ptr<tools::EDSParser> eds_parser_;
+  std::unique_ptr<DictionaryAccess> dictionary_;
   std::uint32_t configured_node_id_ = 0;
-  std::uint32_t node_id_ = 0xFFFFFFFF;
 };
 
 }  // namespace nkr::tavcore

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SafetyConfiguration.hpp>
 #include <vector>
 
 namespace nkr::tavcore {

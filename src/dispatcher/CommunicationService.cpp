@@ -1,23 +1,28 @@
 #include <algorithm>
-#include <nkr/tools/EDSParser.hpp>
 #include <optional>
 #include <string_view>
 #include <tavcore/CANOpenDispatcher.hpp>
 
+#include "../objects/DriveObjects.hpp"
+#include "../objects/Steps.hpp"
 #include "ParameterBlocks.hpp"
-#include "Steps.hpp"
 
 namespace nkr::tavcore {
 namespace {
 
 constexpr ParameterBlock kBlocks[] = {
-    {1, "Store Parameters Save all Parameters", "Restore Default Parameters Restore all Default Parameters"},
-    {2, "Store Parameters Save Communication Parameters",
-     "Restore Default Parameters Restore Communication Default Parameters"},
-    {3, "Store Parameters Save Application Parameters",
-     "Restore Default Parameters Restore Application Default Parameters"},
-    {4, "Store Parameters Save Manufacturer Parameters",
-     "Restore Default Parameters Restore Manufacturer Parameters"},
+    {1,
+     {"Store Parameters Save all Parameters"},
+     {"Restore Default Parameters Restore all Default Parameters"}},
+    {2,
+     {"Store Parameters Save Communication Parameters"},
+     {"Restore Default Parameters Restore Communication Default Parameters"}},
+    {3,
+     {"Store Parameters Save Application Parameters"},
+     {"Restore Default Parameters Restore Application Default Parameters"}},
+    {4,
+     {"Store Parameters Save Manufacturer Parameters"},
+     {"Restore Default Parameters Restore Manufacturer Parameters"}},
 };
 
 bool holds_node_id(ICommunicationService::BlocId block) {
@@ -50,19 +55,19 @@ std::optional<std::uint8_t> node_id_of(std::string_view text) {
 template <class Field, class Parameters>
 void network_fields(Field field, Parameters& parameters) {
   field(kNodeId, parameters.node_id);
-  field("R Termination", parameters.termination);
+  field(Object<bool>{"R Termination"}, parameters.termination);
 }
 
 template <class Field, class Parameters>
 void communication_fields(Field field, Parameters& parameters) {
-  field("COB ID SYNC message", parameters.cob_id_sync);
-  field("Producer Heartbeat Time", parameters.producer_heartbeat_time);
+  field(Object<std::uint32_t>{"COB ID SYNC message"}, parameters.cob_id_sync);
+  field(Object<std::uint16_t>{"Producer Heartbeat Time"}, parameters.producer_heartbeat_time);
 }
 
 }  // namespace
 
 nkr_error_t CANOpenDispatcher::storeParameters(const BlocId& block) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   if (!steps.completed()) return steps.result();
   const ParameterBlock* const found = find_block(kBlocks, block);
   if (found == nullptr) return refuse_block(static_cast<std::int32_t>(block), Here::now());
@@ -71,11 +76,11 @@ nkr_error_t CANOpenDispatcher::storeParameters(const BlocId& block) {
 }
 
 nkr_error_t CANOpenDispatcher::restoreDefaultParameters(const BlocId& block) {
-  const Steps steps = Steps::guarded(*this);
+  const Steps steps = Steps::guarded(*dictionary_);
   if (!steps.completed()) return steps.result();
   const ParameterBlock* const found = find_block(kBlocks, block);
   if (found == nullptr) return refuse_block(static_cast<std::int32_t>(block), Here::now());
-  const nkr_error_t written = write(found->restore, kRestoreSignature);
+  const nkr_error_t written = dictionary_->write(found->restore, kRestoreSignature);
   if (holds_node_id(block)) {
     const nkr_error_t followed = follow_default_node_id();
     if (followed != NKR_OK) return followed;
@@ -84,43 +89,43 @@ nkr_error_t CANOpenDispatcher::restoreDefaultParameters(const BlocId& block) {
 }
 
 nkr_error_t CANOpenDispatcher::follow_default_node_id() {
-  const tools::ObjectEntry* const entry = eds_parser_->find(kNodeId.name);
+  const tools::ObjectEntry* const entry = dictionary_->find(kNodeId.name);
   if (entry == nullptr) return NKR_NOT_AVAILABLE;
   const std::optional<std::uint8_t> node_id = node_id_of(entry->getDefaultValue());
-  if (node_id) node_id_ = *node_id;
+  if (node_id) dictionary_->address_node(*node_id);
   return NKR_OK;
 }
 
 nkr_error_t CANOpenDispatcher::getIdentityParameters(IdentityParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.read(kVendorId, parameters.vendor_id);
-  steps.read("Identity Object Product Code", parameters.product_code);
-  steps.read("Identity Object Revision number", parameters.revision_number);
-  steps.read("Identity Object Serial number", parameters.serial_number);
+  steps.read(Object<std::uint32_t>{"Identity Object Product Code"}, parameters.product_code);
+  steps.read(Object<std::uint32_t>{"Identity Object Revision number"}, parameters.revision_number);
+  steps.read(Object<std::uint32_t>{"Identity Object Serial number"}, parameters.serial_number);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getNetworkParameters(NetworkParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   network_fields(steps.reads(), parameters);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setNetworkParameters(const NetworkParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   network_fields(steps.writes(), parameters);
-  if (steps.completed()) node_id_ = parameters.node_id;
+  if (steps.completed()) dictionary_->address_node(parameters.node_id);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getCommunicationParameters(CommunicationParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   communication_fields(steps.reads(), parameters);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setCommunicationParameters(const CommunicationParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   communication_fields(steps.writes(), parameters);
   return steps.result();
 }

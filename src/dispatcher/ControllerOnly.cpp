@@ -3,7 +3,7 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 
 #include "../logging/LogRecord.hpp"
-#include "Steps.hpp"
+#include "../objects/DictionaryAccess.hpp"
 
 namespace nkr::tavcore {
 
@@ -40,7 +40,7 @@ nkr_error_t CANOpenDispatcher::getOdometryValue(int& /*odometry*/) const {
 }
 
 nkr_error_t CANOpenDispatcher::enterInOperationEnabledState() {
-  log_record({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
+  log_record({dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
              "enterInOperationEnabledState() not implemented !");
   return NKR_NOT_AVAILABLE;
 }

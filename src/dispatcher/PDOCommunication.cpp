@@ -2,7 +2,7 @@
 // communication parameters and PDO mappings.
 #include <tavcore/CANOpenDispatcher.hpp>
 
-#include "Steps.hpp"
+#include "../objects/Steps.hpp"
 #include "bits.hpp"
 
 namespace nkr::tavcore {
@@ -35,8 +35,40 @@ constexpr std::uint32_t base_address(std::uint32_t first_index, PDOId id) {
   return base_address(first_index, static_cast<std::uint16_t>(id));
 }
 
-constexpr std::uint32_t sub_index(std::uint32_t base, std::uint32_t number, std::uint32_t bits = 0) {
-  return base + (number << 8) + bits;
+/** The object of that type at a sub-index; with its length in bits where the address carries one. */
+template <class T>
+constexpr ObjectAt<T> sub_index(std::uint32_t base, std::uint32_t number, std::uint32_t bits = 0) {
+  return {base + (number << 8) + bits};
+}
+
+// PDO communication parameters (CiA 301, 7.5.2.35).
+constexpr ObjectAt<std::uint32_t> pdo_cob_id(std::uint32_t base) {
+  return sub_index<std::uint32_t>(base, 1, 32);
+}
+constexpr ObjectAt<std::uint8_t> transmission_type(std::uint32_t base) {
+  return sub_index<std::uint8_t>(base, 2, 8);
+}
+constexpr ObjectAt<std::uint16_t> inhibit_time(std::uint32_t base) {
+  return sub_index<std::uint16_t>(base, 3, 16);
+}
+constexpr ObjectAt<std::uint16_t> event_timer(std::uint32_t base) {
+  return sub_index<std::uint16_t>(base, 5, 16);
+}
+
+// PDO mapping (CiA 301, 7.5.2.36).
+constexpr ObjectAt<std::uint8_t> entry_count(std::uint32_t mapping) {
+  return sub_index<std::uint8_t>(mapping, 0);
+}
+constexpr ObjectAt<std::uint32_t> mapping_entry(std::uint32_t mapping, std::uint32_t number) {
+  return sub_index<std::uint32_t>(mapping, number);
+}
+
+// SDO server parameters (CiA 301, 7.5.2.33).
+constexpr ObjectAt<std::uint32_t> client_to_server(std::uint32_t base) {
+  return sub_index<std::uint32_t>(base, 1);
+}
+constexpr ObjectAt<std::uint32_t> server_to_client(std::uint32_t base) {
+  return sub_index<std::uint32_t>(base, 2);
 }
 
 /** Only these receive PDOs carry times. */
@@ -44,10 +76,8 @@ constexpr bool has_times(PDOId id) {
   return id <= PDOId{5};
 }
 
-void read_cob_id(Steps& steps, std::uint32_t address, COBID& cob_id) {
-  std::uint32_t raw = 0;
-  steps.read_at(address, raw);
-  if (steps.completed()) cob_id = CANOpenDispatcher::cobIdFromRaw(raw);
+void read_cob_id(Steps& steps, const ObjectAt<std::uint32_t>& object, COBID& cob_id) {
+  steps.read(object, [&](std::uint32_t raw) { cob_id = CANOpenDispatcher::cobIdFromRaw(raw); });
 }
 
 }  // namespace
@@ -67,52 +97,48 @@ std::uint32_t CANOpenDispatcher::cobIdToRaw(bool valid, bool bit30, std::uint32_
 
 nkr_error_t CANOpenDispatcher::getSDOCommunicationParameters(const SDOId& sdo,
                                                              SDOCommunicationParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   const std::uint32_t base = base_address(sdo);
-  read_cob_id(steps, sub_index(base, 1), parameters.cob_id_client_to_server);
-  read_cob_id(steps, sub_index(base, 2), parameters.cob_id_server_to_client);
+  read_cob_id(steps, client_to_server(base), parameters.cob_id_client_to_server);
+  read_cob_id(steps, server_to_client(base), parameters.cob_id_server_to_client);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setSDOCommunicationParameters(const SDOId& sdo,
                                                              const SDOCommunicationParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   const std::uint32_t base = base_address(sdo);
-  const std::uint32_t client_to_server = cobIdToRaw(parameters.cob_id_client_to_server);
-  const std::uint32_t server_to_client = cobIdToRaw(parameters.cob_id_server_to_client);
-  steps.write_at(sub_index(base, 1), client_to_server);
-  steps.write_at(sub_index(base, 2), server_to_client);
+  steps.write(client_to_server(base), cobIdToRaw(parameters.cob_id_client_to_server));
+  steps.write(server_to_client(base), cobIdToRaw(parameters.cob_id_server_to_client));
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getPDOCommunicationParameters(PDOCommunicationParameters& parameters,
                                                              unsigned int base, bool withTimes) const {
-  Steps steps = Steps::guarded(*this);
-  read_cob_id(steps, sub_index(base, 1, 32), parameters.cob_id);
-  steps.read_at(sub_index(base, 2, 8), parameters.transmission_type);
+  Steps steps = Steps::guarded(*dictionary_);
+  read_cob_id(steps, pdo_cob_id(base), parameters.cob_id);
+  steps.read(transmission_type(base), parameters.transmission_type);
   if (withTimes) {
-    steps.read_at(sub_index(base, 3, 16), parameters.inhibit_time);
-    steps.read_at(sub_index(base, 5, 16), parameters.event_timer);
+    steps.read(inhibit_time(base), parameters.inhibit_time);
+    steps.read(event_timer(base), parameters.event_timer);
   }
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setPDOCommunicationParameters(const PDOCommunicationParameters& parameters,
                                                              unsigned int base, bool withTimes) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   // A PDO may change only while it is not valid (CiA 301, 7.5.2.35).
-  const std::uint32_t invalid = cobIdToRaw(false, parameters.cob_id.bit30, parameters.cob_id.id);
-  const std::uint32_t as_given = cobIdToRaw(parameters.cob_id);
-  steps.write_at(sub_index(base, 1, 32), invalid);
-  steps.write_at(sub_index(base, 2, 8), parameters.transmission_type);
-  if (withTimes) steps.write_at(sub_index(base, 5, 16), parameters.event_timer);
-  steps.write_at(sub_index(base, 1, 32), as_given);
+  steps.write(pdo_cob_id(base), cobIdToRaw(false, parameters.cob_id.bit30, parameters.cob_id.id));
+  steps.write(transmission_type(base), parameters.transmission_type);
+  if (withTimes) steps.write(event_timer(base), parameters.event_timer);
+  steps.write(pdo_cob_id(base), cobIdToRaw(parameters.cob_id));
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getRPDOCommunicationParameters(const PDOId& pdo,
                                                               PDOCommunicationParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.step([&] {
     return getPDOCommunicationParameters(parameters, base_address(kRpdoCommunication, pdo), has_times(pdo));
   });
@@ -121,7 +147,7 @@ nkr_error_t CANOpenDispatcher::getRPDOCommunicationParameters(const PDOId& pdo,
 
 nkr_error_t CANOpenDispatcher::setRPDOCommunicationParameters(const PDOId& pdo,
                                                               const PDOCommunicationParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.step([&] {
     return setPDOCommunicationParameters(parameters, base_address(kRpdoCommunication, pdo), has_times(pdo));
   });
@@ -130,7 +156,7 @@ nkr_error_t CANOpenDispatcher::setRPDOCommunicationParameters(const PDOId& pdo,
 
 nkr_error_t CANOpenDispatcher::getTPDOCommunicationParameters(const PDOId& pdo,
                                                               PDOCommunicationParameters& parameters) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.step([&] {
     return getPDOCommunicationParameters(parameters, base_address(kTpdoCommunication, pdo), false);
   });
@@ -139,7 +165,7 @@ nkr_error_t CANOpenDispatcher::getTPDOCommunicationParameters(const PDOId& pdo,
 
 nkr_error_t CANOpenDispatcher::setTPDOCommunicationParameters(const PDOId& pdo,
                                                               const PDOCommunicationParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.step([&] {
     return setPDOCommunicationParameters(parameters, base_address(kTpdoCommunication, pdo), false);
   });
@@ -148,19 +174,19 @@ nkr_error_t CANOpenDispatcher::setTPDOCommunicationParameters(const PDOId& pdo,
 
 nkr_error_t CANOpenDispatcher::get_pdo_mapping(std::uint32_t mapping, PDOMappingParameters& parameters,
                                                Here here) const {
-  Steps steps = Steps::guarded(*this, here);
-  steps.read_at(sub_index(mapping, 0), parameters.count);
-  for (std::uint32_t i = 1; steps.completed() && i <= parameters.count; ++i) {
+  Steps steps = Steps::guarded(*dictionary_, here);
+  if (!steps.read(entry_count(mapping), parameters.count)) return steps.result();
+  for (std::uint32_t i = 1; i <= parameters.count; ++i) {
     std::uint32_t entry = 0;
-    steps.read_at(sub_index(mapping, i), entry);
-    if (steps.completed()) parameters.entries.push_back(entry);
+    if (!steps.read(mapping_entry(mapping, i), entry)) return steps.result();
+    parameters.entries.push_back(entry);
   }
-  return steps.result();
+  return NKR_OK;
 }
 
 nkr_error_t CANOpenDispatcher::set_pdo_mapping(std::uint32_t communication, std::uint32_t mapping,
                                                const PDOMappingParameters& parameters, Here here) {
-  Steps steps = Steps::guarded(*this, here);
+  Steps steps = Steps::guarded(*dictionary_, here);
   if (parameters.entries.size() < parameters.count) steps.end(NKR_ERROR);
 
   PDOCommunicationParameters pdo{};
@@ -169,12 +195,11 @@ nkr_error_t CANOpenDispatcher::set_pdo_mapping(std::uint32_t communication, std:
   steps.step([&] { return setPDOCommunicationParameters(pdo, communication, false); });
 
   // The entries may change only while their number is 0 (CiA 301, 7.5.2.36).
-  constexpr std::uint8_t kNoEntries = 0;
-  steps.write_at(sub_index(mapping, 0), kNoEntries);
-  for (std::uint32_t i = 1; steps.completed() && i <= parameters.count; ++i) {
-    steps.write_at(sub_index(mapping, i), parameters.entries[i - 1]);
+  if (!steps.write(entry_count(mapping), std::uint8_t{0})) return steps.result();
+  for (std::uint32_t i = 1; i <= parameters.count; ++i) {
+    if (!steps.write(mapping_entry(mapping, i), parameters.entries[i - 1])) return steps.result();
   }
-  steps.write_at(sub_index(mapping, 0), parameters.count);
+  steps.write(entry_count(mapping), parameters.count);
 
   pdo.cob_id.valid = true;
   steps.step([&] { return setPDOCommunicationParameters(pdo, communication, false); });

@@ -3,7 +3,8 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 
 #include "../logging/LogRecord.hpp"
-#include "Steps.hpp"
+#include "../objects/DriveObjects.hpp"
+#include "../objects/Steps.hpp"
 #include "bits.hpp"
 
 namespace nkr::tavcore {
@@ -68,15 +69,12 @@ constexpr nkr_cia402_control_word_t kDisableOperation = kSwitchOn;  // CiA 402: 
 
 template <class OptionCode>
 void read_option_code(Steps& steps, const Object<std::int16_t>& object, OptionCode& code) {
-  std::int16_t value = 0;
-  steps.read(object, value);
-  if (steps.completed()) code = static_cast<OptionCode>(value);
+  steps.read(object, [&](std::int16_t value) { code = static_cast<OptionCode>(value); });
 }
 
 template <class OptionCode>
 void write_option_code(Steps& steps, const Object<std::int16_t>& object, OptionCode code) {
-  const auto value = static_cast<std::int16_t>(code);
-  steps.write(object, value);
+  steps.write(object, static_cast<std::int16_t>(code));
 }
 
 constexpr Object<std::int16_t> kAbortConnectionOptionCode{"abort_connection_option_code"};
@@ -98,22 +96,21 @@ void unit_fields(Field field, Units& units) {
 }  // namespace
 
 nkr_error_t CANOpenDispatcher::getCIA402StatusWord(std::uint16_t& word) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   steps.read(kStatusword, word);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::sendCIA402ControlWord(const nkr_cia402_control_word_t* command) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   std::uint32_t vendor_id = 0;
-  steps.read(kVendorId, vendor_id);
-  if (!steps.completed()) return steps.result();
+  if (!steps.read(kVendorId, vendor_id)) return steps.result();
   if (vendor_id != kTavVendorId) return NKR_NOT_AVAILABLE;
 
   std::uint16_t word = 0;
   const nkr_error_t encoded = nkr_cia402_encode_control_word(command, &word);
   if (encoded != NKR_OK) {
-    log_record({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
+    log_record({dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
                "nkr_cia402_encode_control_word failed !");
     return encoded;
   }
@@ -122,15 +119,14 @@ nkr_error_t CANOpenDispatcher::sendCIA402ControlWord(const nkr_cia402_control_wo
 }
 
 nkr_error_t CANOpenDispatcher::getPDSState(PDSState& state) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   std::uint16_t word = 0;
-  steps.once([&] { return getCIA402StatusWord(word); });
-  if (!steps.completed()) return steps.result();
+  if (!steps.once([&] { return getCIA402StatusWord(word); })) return steps.result();
 
   nkr_cia402_status_word_t flags{};
   const nkr_error_t decoded = nkr_cia402_decode_status_word(word, &flags);
   if (decoded != NKR_OK) {
-    log_record({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
+    log_record({dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
                "nkr_cia402_decode_status_word failed !");
     return decoded;
   }
@@ -138,180 +134,184 @@ nkr_error_t CANOpenDispatcher::getPDSState(PDSState& state) const {
   if (found != nullptr) {
     state = *found;
   } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
+    log_record_with({dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass},
                     [&] { return " Invalid cia402 statusword " + log_text_of(word); });
   }
-  log_record_with({context(), NKR_LOG_TRACE, Here::now(), kDispatcherClass},
+  log_record_with({dictionary_->context(), NKR_LOG_TRACE, Here::now(), kDispatcherClass},
                   [&] { return " got " + log_text_of(static_cast<std::int32_t>(state)); });
   return found != nullptr ? NKR_OK : NKR_INVALID_STATE;
 }
 
 nkr_error_t CANOpenDispatcher::disableVoltage() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kDisableVoltage) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kDisableVoltage); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::shutdown() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kShutdown) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kShutdown); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::quickStop() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kQuickStop) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kQuickStop); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::switchOn() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kSwitchOn) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kSwitchOn); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::enableOperation() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kEnableOperation) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kEnableOperation); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::disableOperation() const {
-  const Steps steps = Steps::guarded(*this);
-  return steps.completed() ? sendCIA402ControlWord(&kDisableOperation) : steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.once([&] { return sendCIA402ControlWord(&kDisableOperation); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::faultReset(const bool& reset) const {
-  const Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   nkr_cia402_control_word_t command = kDisableVoltage;
   command.fault_reset = reset;
-  return steps.completed() ? sendCIA402ControlWord(&command) : steps.result();
+  steps.once([&] { return sendCIA402ControlWord(&command); });
+  return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getAbortConnectionOptionCode(AbortConnectionOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kAbortConnectionOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setAbortConnectionOptionCode(const AbortConnectionOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kAbortConnectionOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getQuickStopOptionCode(QuickStopOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kQuickStopOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setQuickStopOptionCode(const QuickStopOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kQuickStopOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getShutdownOptionCode(ShutdownOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kShutdownOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setShutdownOptionCode(const ShutdownOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kShutdownOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getDisableOperationOptionCode(DisableOperationOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kDisableOperationOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setDisableOperationOptionCode(const DisableOperationOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kDisableOperationOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getHaltOptionCode(HaltOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kHaltOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setHaltOptionCode(const HaltOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kHaltOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getFaultReactionOptionCode(FaultReactionOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   read_option_code(steps, kFaultReactionOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setFaultReactionOptionCode(const FaultReactionOptionCode& code) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_option_code(steps, kFaultReactionOptionCode, code);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getPeripheralStatus(PeripheralStatus& status) const {
-  Steps steps = Steps::guarded(*this);
-  steps.read("status_peripheral status_peripheral_brake_applied", status.brake_applied);
-  steps.read("status_peripheral status_peripheral_low_power_applied", status.low_power_applied);
-  steps.read("status_peripheral status_peripheral_high_power_applied", status.high_power_applied);
-  steps.read("status_peripheral status_peripheral_driver_enabled", status.driver_enabled);
-  steps.read("status_peripheral status_peripheral_configuration_allowed", status.configuration_allowed);
-  steps.read("status_peripheral status_peripheral_communication_enabled", status.communication_enabled);
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_brake_applied"}, status.brake_applied);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_low_power_applied"}, status.low_power_applied);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_high_power_applied"},
+             status.high_power_applied);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_driver_enabled"}, status.driver_enabled);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_configuration_allowed"},
+             status.configuration_allowed);
+  steps.read(Object<bool>{"status_peripheral status_peripheral_communication_enabled"},
+             status.communication_enabled);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getOperationModes(OperationMode& mode, OperationMode& mode_display) const {
-  Steps steps = Steps::guarded(*this);
-  signed char code = 0;
-  steps.read("modes_of_operation", code);
-  if (steps.completed()) mode = static_cast<OperationMode>(code);
-  steps.read("modes_of_operation_display", code);
-  if (steps.completed()) mode_display = static_cast<OperationMode>(code);
+  Steps steps = Steps::guarded(*dictionary_);
+  std::int8_t code = 0;
+  if (steps.read(Object<std::int8_t>{"modes_of_operation"}, code)) mode = OperationMode{code};
+  if (steps.read(Object<std::int8_t>{"modes_of_operation_display"}, code)) mode_display = OperationMode{code};
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::isDriveModeSupported(const OperationMode& mode, bool& supported) const {
-  Steps steps = Steps::guarded(*this);
-  std::uint32_t modes = 0;
-  steps.read("supported_drive_modes", modes);
-  // The library drives the velocity mode alone: any other is not supported, whatever the drive can do.
-  if (steps.completed()) {
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.read(Object<std::uint32_t>{"supported_drive_modes"}, [&](std::uint32_t modes) {
+    // The library drives the velocity mode alone: any other is not supported, whatever the drive can do.
     supported = mode == OperationMode::VELOCITY && has_bit(modes, kVelocityModeSupported);
-  }
+  });
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getUnitParameters(UnitParameters& units) const {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   unit_fields(steps.reads(), units);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setUnitParameters(const UnitParameters& units) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   unit_fields(steps.writes(), units);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getPolarityParameters(PolarityParameters& polarity) const {
-  Steps steps = Steps::guarded(*this);
-  std::uint8_t value = 0;
-  steps.read(kPolarity, value);
-  if (steps.completed()) {
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.read(kPolarity, [&](std::uint8_t value) {
     polarity.velocity_polarity = has_bit(value, kVelocityPolarity);
     polarity.position_polarity = has_bit(value, kPositionPolarity);
-  }
+  });
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setPolarityParameters(const PolarityParameters& polarity) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   std::uint8_t value = 0;
   value = with_bit(value, kVelocityPolarity, polarity.velocity_polarity);
   value = with_bit(value, kPositionPolarity, polarity.position_polarity);

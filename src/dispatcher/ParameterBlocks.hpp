@@ -2,15 +2,16 @@
 #define TAVCORE_DISPATCHER_PARAMETERBLOCKS_HPP
 
 #include <cstdint>
-#include <string_view>
+
+#include "../objects/TypedObject.hpp"
 
 namespace nkr::tavcore {
 
 /** A parameter block of the drive: its number, and the objects that store it and restore its defaults. */
 struct ParameterBlock {
   std::int32_t number;
-  std::string_view store;
-  std::string_view restore;
+  Object<std::int32_t> store;
+  Object<std::int32_t> restore;
 };
 
 // Signatures without which the drive neither stores nor restores (CiA 301, objects 0x1010 and 0x1011).

@@ -1,6 +1,8 @@
-// Safety-relevant data objects (EN 50325-5): parameters 0x1300 + n, mapping 0x1380 + n, signature 0x13FF:n.
+// Safety-relevant data objects (EN 50325-5): communication parameters, mapping and signature.
 
-#include "../dispatcher/Steps.hpp"
+#include <tavcore/CANOpenDispatcher.hpp>
+
+#include "../objects/Steps.hpp"
 #include "SafetyObjects.hpp"
 
 namespace nkr::tavcore {
@@ -9,37 +11,12 @@ namespace {
 using SRDO = ISRDOService::SRDOId;
 using Direction = ISRDOService::SRDODirection;
 
-constexpr std::uint32_t kParameterBase = 0x1300;
-constexpr std::uint32_t kMappingBase = 0x1380;
-constexpr std::uint32_t kSignatureIndex = 0x13FF;
-
-// Sub-indices of the communication parameters.
-constexpr std::uint32_t kDirection = 1;
-constexpr std::uint32_t kRefreshTime = 2;
-constexpr std::uint32_t kValidationTime = 3;
-constexpr std::uint32_t kTransmissionType = 4;
-constexpr std::uint32_t kCobId1 = 5;
-constexpr std::uint32_t kCobId2 = 6;
-
 constexpr std::uint8_t kDirectionOff = 0;
 constexpr std::uint8_t kConfigurationValid = 0xA5;
 
-constexpr std::uint32_t number_of(SRDO srdo) {
-  return static_cast<std::uint32_t>(srdo);
-}
-constexpr std::uint32_t parameter_address(SRDO srdo, std::uint32_t subindex) {
-  return safety_address(kParameterBase + number_of(srdo), subindex);
-}
-constexpr std::uint32_t mapping_address(SRDO srdo, std::uint32_t subindex) {
-  return safety_address(kMappingBase + number_of(srdo), subindex);
-}
-constexpr std::uint32_t signature_address(SRDO srdo) {
-  return safety_address(kSignatureIndex, number_of(srdo));
-}
-
 /** The drive's SRDOs have a fixed direction each. */
 constexpr Direction direction_of(SRDO srdo) {
-  const std::uint32_t number = number_of(srdo);
+  const auto number = static_cast<std::int32_t>(srdo);
   return number == 2 || number == 10 || number == 16 ? Direction::TRANSMIT : Direction::RECEIVE;
 }
 
@@ -50,8 +27,9 @@ void feed(std::uint16_t& crc, const Field& field) {
 
 /** The signature of EN 50325-5: the transmission type is not part of it. */
 std::uint16_t srdo_crc(std::uint8_t direction, const ISRDOService::SRDOParameters& parameters,
-                       std::uint32_t cob_id_1, std::uint32_t cob_id_2,
                        const ISRDOService::SRDOMapping& mapping) {
+  const std::uint32_t cob_id_1 = parameters.cobId1;
+  const std::uint32_t cob_id_2 = parameters.cobId2;
   std::uint16_t crc = 0;
   feed(crc, direction);
   feed(crc, parameters.refreshTime);
@@ -73,70 +51,64 @@ std::uint16_t srdo_crc(std::uint8_t direction, const ISRDOService::SRDOParameter
 nkr_error_t CANOpenDispatcher::getSRDOParameters(const SRDOId& srdo, SRDODirection& direction,
                                                  SRDOParameters& parameters,
                                                  unsigned short& signature) const {
-  Steps steps = Steps::guarded(*this);
-  std::uint8_t held_direction = kDirectionOff;
-  std::uint32_t cob_id_1 = 0;
-  std::uint32_t cob_id_2 = 0;
-  steps.read_at(parameter_address(srdo, kDirection), held_direction);
-  if (steps.completed()) {
-    parameters.enabled = held_direction != kDirectionOff;
+  Steps steps = Steps::guarded(*dictionary_);
+  const SRDOObjects objects(srdo);
+  steps.read(objects.direction(), [&](std::uint8_t held) {
+    parameters.enabled = held != kDirectionOff;
     direction = direction_of(srdo);
-  }
-  steps.read_at(parameter_address(srdo, kRefreshTime), parameters.refreshTime);
-  steps.read_at(parameter_address(srdo, kValidationTime), parameters.validationTime);
-  steps.read_at(parameter_address(srdo, kTransmissionType), parameters.transmissionType);
-  steps.read_at(parameter_address(srdo, kCobId1), cob_id_1);
-  if (steps.completed()) parameters.cobId1 = static_cast<std::uint16_t>(cob_id_1);
-  steps.read_at(parameter_address(srdo, kCobId2), cob_id_2);
-  if (steps.completed()) parameters.cobId2 = static_cast<std::uint16_t>(cob_id_2);
-  steps.read_at(signature_address(srdo), signature);
+  });
+  steps.read(objects.refresh_time(), parameters.refreshTime);
+  steps.read(objects.validation_time(), parameters.validationTime);
+  steps.read(objects.transmission_type(), parameters.transmissionType);
+  steps.read(objects.cob_id_1(),
+             [&](std::uint32_t id) { parameters.cobId1 = static_cast<std::uint16_t>(id); });
+  steps.read(objects.cob_id_2(),
+             [&](std::uint32_t id) { parameters.cobId2 = static_cast<std::uint16_t>(id); });
+  steps.read(objects.signature(), signature);
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setSRDOParameters(const SRDOId& srdo, const SRDOParameters& parameters) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
+  const SRDOObjects objects(srdo);
   const std::uint8_t direction =
       parameters.enabled ? static_cast<std::uint8_t>(direction_of(srdo)) : kDirectionOff;
-  const std::uint32_t cob_id_1 = parameters.cobId1;
-  const std::uint32_t cob_id_2 = parameters.cobId2;
-  steps.write_at(parameter_address(srdo, kDirection), direction);
-  steps.write_at(parameter_address(srdo, kRefreshTime), parameters.refreshTime);
-  steps.write_at(parameter_address(srdo, kValidationTime), parameters.validationTime);
-  steps.write_at(parameter_address(srdo, kTransmissionType), parameters.transmissionType);
-  steps.write_at(parameter_address(srdo, kCobId1), cob_id_1);
-  steps.write_at(parameter_address(srdo, kCobId2), cob_id_2);
+  steps.write(objects.direction(), direction);
+  steps.write(objects.refresh_time(), parameters.refreshTime);
+  steps.write(objects.validation_time(), parameters.validationTime);
+  steps.write(objects.transmission_type(), parameters.transmissionType);
+  steps.write(objects.cob_id_1(), std::uint32_t{parameters.cobId1});
+  steps.write(objects.cob_id_2(), std::uint32_t{parameters.cobId2});
 
   SRDOMapping mapping{};
   std::uint8_t held_direction = kDirectionOff;
   steps.step([&] { return getSRDOMapping(srdo, mapping); });
-  steps.read_at(parameter_address(srdo, kDirection), held_direction);
-  const std::uint16_t signature = srdo_crc(held_direction, parameters, cob_id_1, cob_id_2, mapping);
-  steps.write_at(signature_address(srdo), signature);
+  if (!steps.read(objects.direction(), held_direction)) return steps.result();
+  steps.write(objects.signature(), srdo_crc(held_direction, parameters, mapping));
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const {
-  Steps steps = Steps::guarded(*this);
-  steps.read_at(mapping_address(srdo, 0), mapping.count);
-  if (!steps.completed()) return steps.result();
+  Steps steps = Steps::guarded(*dictionary_);
+  const SRDOObjects objects(srdo);
+  if (!steps.read(objects.mapping_count(), mapping.count)) return steps.result();
   mapping.entries.resize(mapping.count);
   std::uint32_t subindex = 0;
-  for (std::uint32_t& entry : mapping.entries) steps.read_at(mapping_address(srdo, ++subindex), entry);
-  return steps.result();
+  for (std::uint32_t& entry : mapping.entries) {
+    if (!steps.read(objects.mapping_entry(++subindex), entry)) return steps.result();
+  }
+  return NKR_OK;
 }
 
 nkr_error_t CANOpenDispatcher::getSRDOConfigurationValidity(bool& valid) const {
-  Steps steps = Steps::guarded(*this);
-  std::uint8_t value = 0;
-  steps.read(kSRDOConfigurationValid.name, value);
-  if (steps.completed()) valid = value == kConfigurationValid;
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.read(kSRDOConfigurationValid, [&](std::uint8_t value) { valid = value == kConfigurationValid; });
   return steps.result();
 }
 
 nkr_error_t CANOpenDispatcher::setSRDOConfigurationValidity() {
-  Steps steps = Steps::guarded(*this);
-  const std::uint8_t value = kConfigurationValid;
-  steps.write(kSRDOConfigurationValid.name, value);
+  Steps steps = Steps::guarded(*dictionary_);
+  steps.write(kSRDOConfigurationValid, kConfigurationValid);
   return steps.result();
 }
 

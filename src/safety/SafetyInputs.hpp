@@ -1,45 +1,33 @@
 #ifndef TAVCORE_SAFETY_SAFETYINPUTS_HPP
 #define TAVCORE_SAFETY_SAFETYINPUTS_HPP
 
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SafetyConfiguration.hpp>
 #include <tavcore/SafetyWordTables.hpp>
 
 #include "SafetyObjects.hpp"
 
 /** @file
  * The inputs of the signatures, each with its object: one list for reading and for comparing.
- * `field(name or ObjectNumber, value)` is called for every input, in the order of the list. The configuration
- * may be const.
+ * `field(object, value)` is called for every input, in the order of the list. The configuration may be const.
  */
 namespace nkr::tavcore {
 
-/** An object that is known by index and sub-index. */
-struct ObjectNumber {
-  std::uint32_t index;
-  std::uint32_t subindex;
-};
-
 template <class Field, class Configuration>
 void unit_inputs(Field& field, Configuration& c) {
-  field(kTimeUnit.name, c.units.time_unit);
-  field(kPositionUnit.name, c.units.position_unit);
-  field(kVelocityUnit.name, c.units.velocity_unit);
-  field(kAccelerationUnit.name, c.units.acceleration_unit);
+  field(kTimeUnit, c.units.time_unit);
+  field(kPositionUnit, c.units.position_unit);
+  field(kVelocityUnit, c.units.velocity_unit);
+  field(kAccelerationUnit, c.units.acceleration_unit);
 }
 
 template <class Field, class Configuration>
 void mapping_inputs(Field& field, Configuration& c) {
-  std::size_t place = 0;
-  for (std::uint32_t index = kFirstMappingIndex; index <= kLastMappingIndex; ++index) {
-    for (std::uint32_t subindex = 1; subindex <= kMappingSubindices; ++subindex) {
-      field(ObjectNumber{index, subindex}, c.mapping.at(place++));
-    }
-  }
+  for (std::size_t i = 0; i < kMappingObjects.size(); ++i) field(kMappingObjects.at(i), c.mapping.at(i));
 }
 
 template <class Field, class Configuration>
 void sto_inputs(Field& field, Configuration& c) {
-  field(kSTORestartAcknowledgeBehavior.name, c.sto.restartAcknowledgeBehavior);
+  field(kSTORestartAcknowledgeBehavior, c.sto.restartAcknowledgeBehavior);
 }
 
 template <class Field, class Sls>
@@ -64,46 +52,40 @@ void sbc_inputs(Field& field, Sbc& sbc, int instance) {
 template <class Field, class Codes>
 void bit_inputs(Field& field, const std::string& base, Codes& codes) {
   int bit = 0;
-  for (auto& code : codes) field(base + std::to_string(bit++), code);
+  for (auto& code : codes) field(mapping_bit(base, bit++), code);
 }
 
 /** What no signature covers. */
 template <class Field, class Configuration>
 void unsigned_inputs(Field& field, Configuration& c) {
-  field(kSTOActivateSBC.name, c.sto.activateSBC);
+  field(kSTOActivateSBC, c.sto.activateSBC);
   bit_inputs(field, sSafetyControlWordMapping.at(ISafeMotionService::SafetyControlWordId::SAFE_INPUT),
              c.safe_input_mapping);
   bit_inputs(field, sSafetyStatusWordMapping.at(ISafeMotionService::SafetyStatusWordId::SAFE_OUTPUT),
              c.safe_output_mapping);
 }
 
-inline std::uint32_t srdo_parameter_index(std::int32_t number) {
-  return 0x1300 + static_cast<std::uint32_t>(number);
-}
-inline std::uint32_t srdo_mapping_index(std::int32_t number) {
-  return 0x1380 + static_cast<std::uint32_t>(number);
-}
-
 /** Signed communication parameters of an SRDO. */
 template <class Field, class Srdo>
 void srdo_inputs(Field& field, Srdo& srdo) {
-  const std::uint32_t index = srdo_parameter_index(srdo.number);
-  field(ObjectNumber{index, 1}, srdo.direction);
-  field(ObjectNumber{index, 2}, srdo.refresh_time);
-  field(ObjectNumber{index, 3}, srdo.validation_time);
-  field(ObjectNumber{index, 5}, srdo.cob_id_1);
-  field(ObjectNumber{index, 6}, srdo.cob_id_2);
+  const SRDOObjects objects(srdo.number);
+  field(objects.direction(), srdo.direction);
+  field(objects.refresh_time(), srdo.refresh_time);
+  field(objects.validation_time(), srdo.validation_time);
+  field(objects.cob_id_1(), srdo.cob_id_1);
+  field(objects.cob_id_2(), srdo.cob_id_2);
 }
 
 template <class Field, class Srdo>
 void unsigned_srdo_inputs(Field& field, Srdo& srdo) {
-  field(ObjectNumber{srdo_parameter_index(srdo.number), 4}, srdo.transmission_type);
+  field(SRDOObjects(srdo.number).transmission_type(), srdo.transmission_type);
 }
 
 template <class Field, class Srdo>
 void srdo_mapping_inputs(Field& field, Srdo& srdo) {
+  const SRDOObjects objects(srdo.number);
   std::uint32_t subindex = 0;
-  for (auto& entry : srdo.mapping) field(ObjectNumber{srdo_mapping_index(srdo.number), ++subindex}, entry);
+  for (auto& entry : srdo.mapping) field(objects.mapping_entry(++subindex), entry);
 }
 
 }  // namespace nkr::tavcore

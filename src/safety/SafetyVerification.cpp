@@ -4,57 +4,55 @@
 #include <numeric>
 #include <tavcore/CANOpenDispatcher.hpp>
 #include <tavcore/SafetyVerification.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 
+#include "../objects/Steps.hpp"
 #include "SafetyInputs.hpp"
 
 namespace nkr::tavcore {
 namespace {
-
-constexpr std::uint32_t kSRDOSignatureIndex = 0x13FF;
-constexpr std::int32_t kSRDOCount = 16;
 
 std::string name_of(std::string_view name) {
   return std::string(name);
 }
 
 /** "66F0:01" */
-std::string name_of(ObjectNumber number) {
+std::string name_of(std::uint32_t address) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;
-  for (int shift = 12; shift >= 0; shift -= 4) text += kDigits[number.index >> shift & 0xF];
+  for (int shift = 28; shift >= 16; shift -= 4) text += kDigits[address >> shift & 0xF];
   text += ':';
-  for (int shift = 4; shift >= 0; shift -= 4) text += kDigits[number.subindex >> shift & 0xF];
+  for (int shift = 12; shift >= 8; shift -= 4) text += kDigits[address >> shift & 0xF];
   return text;
+}
+
+template <class T>
+std::string name_of(const Object<T>& object) {
+  return name_of(object.name);
+}
+template <class T>
+std::string name_of(const NumberedObject<T>& object) {
+  return name_of(object.name);
+}
+template <class T>
+std::string name_of(const ObjectAt<T>& object) {
+  return name_of(object.address);
 }
 
 /** Reads inputs from the drive until one fails twice. */
 class Reader {
  public:
-  explicit Reader(const CANOpenDispatcher& dispatcher) : dispatcher_(dispatcher) {}
+  explicit Reader(Steps& steps) : steps_(steps) {}
 
-  template <class Name, class T>
-  void operator()(const Name& name, T& value) {
-    if (result_ != NKR_OK) return;
-    result_ = read(name, value);
-    if (result_ != NKR_OK) result_ = read(name, value);
-    if (result_ != NKR_OK) failed_object_ = name_of(name);
+  template <class AnyObject, class T>
+  void operator()(const AnyObject& object, T& value) {
+    if (steps_.completed() && !steps_.insist(object, value)) failed_object_ = name_of(object);
   }
 
-  [[nodiscard]] nkr_error_t result() const { return result_; }
   [[nodiscard]] const std::string& failed_object() const { return failed_object_; }
 
  private:
-  template <class T>
-  nkr_error_t read(std::string_view name, T& value) {
-    return dispatcher_.get_value(std::string(name), value);
-  }
-  template <class T>
-  nkr_error_t read(ObjectNumber number, T& value) {
-    return dispatcher_.get_value_by_address(safety_address(number.index, number.subindex), value);
-  }
-
-  const CANOpenDispatcher& dispatcher_;
-  nkr_error_t result_ = NKR_OK;
+  Steps& steps_;
   std::string failed_object_;
 };
 
@@ -66,9 +64,9 @@ class Inputs {
     std::uint32_t value;
   };
 
-  template <class Name, class T>
-  void operator()(const Name& name, const T& value) {
-    list_.push_back({name_of(name), static_cast<std::uint32_t>(value)});
+  template <class AnyObject, class T>
+  void operator()(const AnyObject& object, const T& value) {
+    list_.push_back({name_of(object), static_cast<std::uint32_t>(value)});
   }
   [[nodiscard]] const std::vector<Input>& list() const { return list_; }
 
@@ -109,16 +107,16 @@ SRDOConfiguration read_srdo(Reader& reader, std::int32_t number) {
   std::uint8_t count = 0;
   srdo_inputs(reader, srdo);
   unsigned_srdo_inputs(reader, srdo);
-  reader(ObjectNumber{srdo_mapping_index(number), 0}, count);
+  reader(SRDOObjects(number).mapping_count(), count);
   srdo.mapping.resize(count);
   srdo_mapping_inputs(reader, srdo);
   return srdo;
 }
 
 /** One signature as the drive holds it, beside the one computed over what was read. */
-template <class Name>
-SafetySignatureCheck read_check(Reader& reader, const char* function, std::int32_t number, const Name& object,
-                                std::uint16_t computed) {
+template <class AnyObject>
+SafetySignatureCheck read_check(Reader& reader, const char* function, std::int32_t number,
+                                const AnyObject& object, std::uint16_t computed) {
   SafetySignatureCheck check;
   check.name = std::string(function) + " " + std::to_string(number);
   check.computed = computed;
@@ -129,17 +127,17 @@ SafetySignatureCheck read_check(Reader& reader, const char* function, std::int32
 /** The checks of the 14 instances, in the order of SafetyVerification::checks. */
 std::vector<SafetySignatureCheck> read_function_checks(Reader& reader, const SafetySignatures& computed) {
   std::vector<SafetySignatureCheck> checks;
-  const auto read_all = [&](const char* function, const auto& object, const auto& signatures) {
+  const auto read_all = [&](const char* function, const SignatureObjects& objects, const auto& signatures) {
     std::int32_t instance = 0;
     for (const std::uint16_t signature : signatures) {
       ++instance;
-      checks.push_back(read_check(reader, function, instance, object.of(instance), signature));
+      checks.push_back(read_check(reader, function, instance, objects.readable(instance), signature));
     }
   };
-  read_all("STO", kSTOSignature, std::array{computed.sto});
-  read_all("SLS", kSLSSignature, computed.sls);
-  read_all("SDI", kSDISignature, computed.sdi);
-  read_all("SBC", kSBCSignature, computed.sbc);
+  read_all("STO", kSTOSignatures, std::array{computed.sto});
+  read_all("SLS", kSLSSignatures, computed.sls);
+  read_all("SDI", kSDISignatures, computed.sdi);
+  read_all("SBC", kSBCSignatures, computed.sbc);
   return checks;
 }
 
@@ -155,22 +153,22 @@ std::vector<Inputs> inputs_by_signature(const SafetyConfiguration& c) {
   add([&](Inputs& inputs) { sto_inputs(inputs, c); });
   for (std::size_t i = 0; i < kSLSCount; ++i) {
     add([&](Inputs& inputs) {
-      inputs(kTimeUnit.name, c.units.time_unit);
-      inputs(kVelocityUnit.name, c.units.velocity_unit);
-      inputs(kAccelerationUnit.name, c.units.acceleration_unit);
+      inputs(kTimeUnit, c.units.time_unit);
+      inputs(kVelocityUnit, c.units.velocity_unit);
+      inputs(kAccelerationUnit, c.units.acceleration_unit);
       sls_inputs(inputs, c.sls[i], static_cast<int>(i) + 1);
     });
   }
   for (std::size_t i = 0; i < kSDICount; ++i) {
     add([&](Inputs& inputs) {
-      inputs(kPositionUnit.name, c.units.position_unit);
-      inputs(kVelocityUnit.name, c.units.velocity_unit);
+      inputs(kPositionUnit, c.units.position_unit);
+      inputs(kVelocityUnit, c.units.velocity_unit);
       sdi_inputs(inputs, c.sdi[i], static_cast<int>(i) + 1);
     });
   }
   for (std::size_t i = 0; i < kSBCCount; ++i) {
     add([&](Inputs& inputs) {
-      inputs(kTimeUnit.name, c.units.time_unit);
+      inputs(kTimeUnit, c.units.time_unit);
       sbc_inputs(inputs, c.sbc[i], static_cast<int>(i) + 1);
     });
   }
@@ -203,7 +201,7 @@ void compare(const SafetyConfiguration& expected, SafetyVerification& verificati
 Inputs srdo_signature_inputs(const SRDOConfiguration& srdo) {
   Inputs inputs;
   srdo_inputs(inputs, srdo);
-  inputs(ObjectNumber{srdo_mapping_index(srdo.number), 0}, srdo.mapping.size());
+  inputs(SRDOObjects(srdo.number).mapping_count(), srdo.mapping.size());
   srdo_mapping_inputs(inputs, srdo);
   return inputs;
 }
@@ -232,11 +230,11 @@ std::vector<std::int32_t> with_expected(std::vector<std::int32_t> numbers,
 
 void verify_srdos(Reader& reader, const std::vector<std::int32_t>& numbers, const SafetyExpectation& expected,
                   SafetyVerification& verification) {
-  if (!numbers.empty()) reader(kSRDOConfigurationValid.name, verification.srdo_validity);
+  if (!numbers.empty()) reader(kSRDOConfigurationValid, verification.srdo_validity);
   for (const std::int32_t number : numbers) {
     const SRDOConfiguration srdo = read_srdo(reader, number);
-    const ObjectNumber object{kSRDOSignatureIndex, static_cast<std::uint32_t>(number)};
-    SafetySignatureCheck check = read_check(reader, "SRDO", number, object, compute_srdo_signature(srdo));
+    SafetySignatureCheck check =
+        read_check(reader, "SRDO", number, SRDOObjects(number).signature(), compute_srdo_signature(srdo));
     for (const SRDOConfiguration& wanted : expected.srdos) {
       if (wanted.number == number) compare(wanted, srdo, check, verification);
     }
@@ -265,12 +263,13 @@ SafetyVerification verify_safety(const CANOpenDispatcher& dispatcher, const std:
     verification.result = NKR_NOT_AVAILABLE;
     return verification;
   }
-  Reader reader(dispatcher);
+  Steps steps(*dispatcher.dictionary_);
+  Reader reader(steps);
   read_configuration(reader, verification.configuration);
   verification.checks = read_function_checks(reader, compute_safety_signatures(verification.configuration));
   if (expected.configuration) compare(*expected.configuration, verification);
   verify_srdos(reader, with_expected(srdos, expected), expected, verification);
-  verification.result = reader.result();
+  verification.result = steps.result();
   verification.failed_object = reader.failed_object();
   return verification;
 }

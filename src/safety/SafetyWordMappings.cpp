@@ -2,11 +2,14 @@
 
 #include <nkr/safety_word.h>
 
-#include <nkr/tools/StringUtility.hpp>
+#include <array>
+#include <tavcore/CANOpenDispatcher.hpp>
+#include <tavcore/SafetyConfiguration.hpp>
 #include <tavcore/SafetyWordTables.hpp>
 
-#include "../dispatcher/Steps.hpp"
 #include "../logging/LogRecord.hpp"
+#include "../objects/Steps.hpp"
+#include "SafetyObjects.hpp"
 
 namespace nkr::tavcore {
 
@@ -40,12 +43,16 @@ const std::map<StatusWord, std::string> sSafetyStatusWordMapping = {
     {StatusWord::SAFE_OUTPUT, "nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit"},
 };
 
+namespace {
+constexpr int kCanWordBits = 8;
+}  // namespace
+
 int mappable_bits(ControlWord word) {
-  return word == ControlWord::SAFE_INPUT ? 6 : 8;
+  return word == ControlWord::SAFE_INPUT ? static_cast<int>(kSafeInputBits) : kCanWordBits;
 }
 
 int mappable_bits(StatusWord word) {
-  return word == StatusWord::SAFE_OUTPUT ? 4 : 8;
+  return word == StatusWord::SAFE_OUTPUT ? static_cast<int>(kSafeOutputBits) : kCanWordBits;
 }
 
 namespace {
@@ -71,10 +78,6 @@ Function field(const Mapping& mapping, int bit) {
   return mapping.*kFields.at(static_cast<std::size_t>(bit));
 }
 
-std::string bit_name(const std::string& base, int bit) {
-  return base + tools::StringUtility::format(bit, 1);
-}
-
 /** `function_of(code, function)`: the converter of the word's kind. */
 template <class Word, class FunctionOf>
 void read_mapping(Steps& steps, const std::map<Word, std::string>& bases, Word word, Mapping& mapping,
@@ -84,14 +87,13 @@ void read_mapping(Steps& steps, const std::map<Word, std::string>& bases, Word w
     steps.end(NKR_ERROR);
     return;
   }
-  for (int bit = 0; bit < mappable_bits(word) && steps.completed(); ++bit) {
+  for (int bit = 0; bit < mappable_bits(word); ++bit) {
     std::uint32_t code = kUnmapped;
-    steps.read(bit_name(base->second, bit), code);
-    if (!steps.completed()) return;
+    if (!steps.read(mapping_bit(base->second, bit), code)) return;
     if (code == kUnmapped) {
       field(mapping, bit) = Function::NONE;
-    } else {
-      steps.once([&] { return function_of(code, field(mapping, bit)); });
+    } else if (!steps.once([&] { return function_of(code, field(mapping, bit)); })) {
+      return;
     }
   }
 }
@@ -119,7 +121,7 @@ void write_mapping(Steps& steps, const std::map<Word, std::string>& bases, Word 
     const Function function = field(mapping, bit);
     const std::uint32_t code =
         function == Function::NONE ? kUnmapped : codes[static_cast<std::size_t>(function)];
-    steps.write(bit_name(base->second, bit), code);
+    steps.write(mapping_bit(base->second, bit), code);
   }
 }
 
@@ -143,8 +145,8 @@ nkr_error_t convert(Converter converter, const char* converter_name, std::uint32
 
 nkr_error_t CANOpenDispatcher::getSafetyControlWordMapping(const SafetyControlWordId& word,
                                                            SafetyWordMapping& mapping) const {
-  Steps steps = Steps::guarded(*this);
-  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
+  Steps steps = Steps::guarded(*dictionary_);
+  const LogOrigin origin{dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
   read_mapping(steps, sSafetyControlWordMapping, word, mapping,
                [&](std::uint32_t code, SafetyFunctionId& function) {
                  return convert(nkr_safety_word_command_get_fct, "nkr_safety_word_command_get_fct", code,
@@ -155,7 +157,7 @@ nkr_error_t CANOpenDispatcher::getSafetyControlWordMapping(const SafetyControlWo
 
 nkr_error_t CANOpenDispatcher::setSafetyControlWordMapping(const SafetyControlWordId& word,
                                                            const SafetyWordMapping& mapping) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_mapping(steps, sSafetyControlWordMapping, word, mapping, nkr_safety_word_fct_to_dico_cmd);
   steps.step([&] { return updateAllSafetySignatures(); });
   return steps.result();
@@ -163,8 +165,8 @@ nkr_error_t CANOpenDispatcher::setSafetyControlWordMapping(const SafetyControlWo
 
 nkr_error_t CANOpenDispatcher::getSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                           SafetyWordMapping& mapping) const {
-  Steps steps = Steps::guarded(*this);
-  const LogOrigin origin{context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
+  Steps steps = Steps::guarded(*dictionary_);
+  const LogOrigin origin{dictionary_->context(), NKR_LOG_FAILURE, Here::now(), kDispatcherClass};
   read_mapping(steps, sSafetyStatusWordMapping, word, mapping,
                [&](std::uint32_t code, SafetyFunctionId& function) {
                  return convert(nkr_safety_word_status_get_fct, "nkr_safety_word_status_get_fct", code,
@@ -175,7 +177,7 @@ nkr_error_t CANOpenDispatcher::getSafetyStatusWordMapping(const SafetyStatusWord
 
 nkr_error_t CANOpenDispatcher::setSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                           const SafetyWordMapping& mapping) {
-  Steps steps = Steps::guarded(*this);
+  Steps steps = Steps::guarded(*dictionary_);
   write_mapping(steps, sSafetyStatusWordMapping, word, mapping, nkr_safety_word_fct_to_dico_status);
   steps.step([&] { return updateAllSafetySignatures(); });
   return steps.result();

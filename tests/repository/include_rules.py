@@ -59,6 +59,14 @@ MAY_INCLUDE = {
 BESIDE = "."
 
 ROOMS: dict[str, dict[str, set[str]]] = {
+    "src": {
+        "logging": set(),
+        "objects": {"logging"},
+        "dispatcher": {"objects", "logging"},
+        "safety": {"objects", "logging"},
+        "controller": {"logging"},
+        "config": {"logging"},
+    },
     "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}, "lint": {"eds", "text"}},
     "canopen/client/src": {
         BESIDE: {"sdo", "pdo", "nmt", "emcy", "requests", "runtime"},

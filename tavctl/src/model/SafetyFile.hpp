@@ -2,7 +2,7 @@
 #define TAVCTL_MODEL_SAFETYFILE_HPP
 
 #include <string>
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 #include <tavcore/SafetyVerification.hpp>
 #include <vector>
 

@@ -42,17 +42,18 @@ std::map<std::string, int> literals_of_sources() {
   return literals;
 }
 
-/** The names in the places of the dispatcher's own sources where an object's name stands. */
+/** The names in the places of the dispatcher's sources where an object's name stands. */
 Names names_in_sources() {
   const std::regex places(
-      "(?:read|write|resolve|field)\\(\\s*\"([^\"]+)\"|Object<[^>]+>\\s+\\w+\\{\"([^\"]+)\"|"
-      "\"((?:Store|Restore Default) Parameters [^\"]+)\"");
+      "Object<[^>]+>\\s*\\w*\\{\\s*\"([^\"]+)\"|\"((?:Store|Restore Default) Parameters [^\"]+)\"");
   Names names;
-  for (const auto& entry : std::filesystem::directory_iterator("src/dispatcher")) {
-    const std::string text = content_of(entry.path());
-    for (std::sregex_iterator at(text.begin(), text.end(), places), end; at != end; ++at) {
-      for (std::size_t group = 1; group < at->size(); ++group) {
-        if ((*at)[group].matched) names.insert((*at)[group]);
+  for (const char* const room : {"src/dispatcher", "src/objects"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(room)) {
+      const std::string text = content_of(entry.path());
+      for (std::sregex_iterator at(text.begin(), text.end(), places), end; at != end; ++at) {
+        for (std::size_t group = 1; group < at->size(); ++group) {
+          if ((*at)[group].matched) names.insert((*at)[group]);
+        }
       }
     }
   }

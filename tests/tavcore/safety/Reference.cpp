@@ -1,6 +1,6 @@
 #include "Reference.hpp"
 
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 
 // An access that fails is made once more, and that ends the operation.
 #define STEP(access)                         \

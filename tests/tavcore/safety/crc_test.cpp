@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <tavcore/CANOpenDispatcher.hpp>
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 #include <vector>
 
 namespace {

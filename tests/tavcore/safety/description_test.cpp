@@ -4,7 +4,7 @@
 
 #include <fstream>
 #include <nkr/tools/EDSParser.hpp>
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 #include <tavcore/SafetyWordTables.hpp>
 
 #include "SafetyBench.hpp"

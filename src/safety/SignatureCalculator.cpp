@@ -2,7 +2,7 @@
 // computation that it checks.
 
 #include <algorithm>
-#include <tavcore/SafetySignatures.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 
 namespace nkr::tavcore {
 namespace {

@@ -1,16 +1,11 @@
-#ifndef TAVCORE_DISPATCHER_OBJECTS_HPP
-#define TAVCORE_DISPATCHER_OBJECTS_HPP
+#ifndef TAVCORE_OBJECTS_DRIVEOBJECTS_HPP
+#define TAVCORE_OBJECTS_DRIVEOBJECTS_HPP
 
 #include <cstdint>
-#include <string_view>
+
+#include "TypedObject.hpp"
 
 namespace nkr::tavcore {
-
-/** An object of the drive: its name in the device description, and the type that it is accessed with. */
-template <class T>
-struct Object {
-  std::string_view name;
-};
 
 /** @name Objects that more than one operation accesses
  * Each name stands once in the library; an object of one operation alone is named there.

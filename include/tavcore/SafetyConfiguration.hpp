@@ -1,7 +1,5 @@
-#ifndef TAVCORE_SAFETYSIGNATURES_HPP
-#define TAVCORE_SAFETYSIGNATURES_HPP
-
-#include <nkr/export.h>
+#ifndef TAVCORE_SAFETYCONFIGURATION_HPP
+#define TAVCORE_SAFETYCONFIGURATION_HPP
 
 #include <array>
 #include <cstddef>
@@ -10,18 +8,17 @@
 #include <tavcore/ISafeMotionService.hpp>
 #include <vector>
 
-/** @file
- * Configuration signatures computed without a bus, from a configuration as a file or a person holds it.
- *
- * The computation shares nothing with the one that writes signatures to the drive: it lays the inputs out as
- * bytes and divides bit by bit, without a table. So a signature computed here and read from a drive was
- * computed twice.
- */
+/** @file What a drive holds of its safety functions: parameters, mappings, signatures and SRDOs. */
 namespace nkr::tavcore {
 
+/** @name Instances of the safety functions
+ * @{ */
+inline constexpr std::size_t kSTOCount = 1;
 inline constexpr std::size_t kSLSCount = 8;
 inline constexpr std::size_t kSDICount = 2;
 inline constexpr std::size_t kSBCCount = 3;
+/** @} */
+
 inline constexpr std::size_t kSafetyMappingObjects = 128;
 inline constexpr std::size_t kSafeInputBits = 6;
 inline constexpr std::size_t kSafeOutputBits = 4;
@@ -34,10 +31,6 @@ struct SLSConfiguration {
   /** Object 0x6698:n. 0x66400000 is "safe torque off", 0 none; the services know no other value. */
   std::uint32_t error_reaction = 0;
 };
-
-/** The parameters of the service as the drive holds them. */
-[[nodiscard]] NKR_EXPORT SLSConfiguration
-sls_configuration(const ISafeMotionService::SLSParameters& parameters);
 
 /** All inputs of the 14 signatures, and the inputs that no signature covers. */
 struct SafetyConfiguration {
@@ -63,8 +56,6 @@ struct SafetySignatures {
   std::array<std::uint16_t, kSBCCount> sbc{};
 };
 
-[[nodiscard]] NKR_EXPORT SafetySignatures compute_safety_signatures(const SafetyConfiguration& configuration);
-
 /** One SRDO as the drive holds it (EN 50325-5). */
 struct SRDOConfiguration {
   std::int32_t number = 1;
@@ -76,12 +67,6 @@ struct SRDOConfiguration {
   std::uint32_t cob_id_2 = 0;
   std::vector<std::uint32_t> mapping;  ///< entries from sub-index 1 on; at most 255
 };
-
-/** The signature of 0x13FF that belongs to an SRDO; mapping entries after the 255th have no place in it. */
-[[nodiscard]] NKR_EXPORT std::uint16_t compute_srdo_signature(const SRDOConfiguration& srdo);
-
-/** CRC-16-CCITT of bytes: polynomial 0x1021, initial value 0, no reflection, no final XOR. */
-[[nodiscard]] NKR_EXPORT std::uint16_t crc16_ccitt(const std::vector<std::uint8_t>& bytes);
 
 }  // namespace nkr::tavcore
 
