@@ -213,9 +213,9 @@ class NKR_EXPORT Controller : public IService {
                                     std::uint32_t line = __builtin_LINE()) const;
   [[nodiscard]] ICANOpenDispatcher* ready_dispatcher(const char* function = __builtin_FUNCTION(),
                                                      std::uint32_t line = __builtin_LINE()) const;
-  template <class Call>
-  [[nodiscard]] nkr_error_t forward(Call call, const char* function = __builtin_FUNCTION(),
-                                    std::uint32_t line = __builtin_LINE()) const;
+  template <class Operation>
+  [[nodiscard]] auto forward(Operation operation, const char* function = __builtin_FUNCTION(),
+                             std::uint32_t line = __builtin_LINE()) const;
   [[nodiscard]] std::uint32_t context() const;
 
   std::shared_ptr<Config> config_;

@@ -5,408 +5,373 @@
 
 namespace nkr::tavcore {
 
-template <class Call>
-nkr_error_t Controller::forward(Call call, const char* function, std::uint32_t line) const {
+/** An operation of the dispatcher, to be called; or the refusal, recorded with the caller's name and line. */
+template <class Operation>
+auto Controller::forward(Operation operation, const char* function, std::uint32_t line) const {
   ICANOpenDispatcher* const dispatcher = ready_dispatcher(function, line);
-  return dispatcher != nullptr ? call(*dispatcher) : NKR_NOT_AVAILABLE;
+  return [dispatcher, operation](auto&... arguments) -> nkr_error_t {
+    return dispatcher != nullptr ? (dispatcher->*operation)(arguments...) : NKR_NOT_AVAILABLE;
+  };
 }
 
 // IInternalService
 
 nkr_error_t Controller::_storeParameters(const _BlocId& block) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._storeParameters(block); });
+  return forward(&ICANOpenDispatcher::_storeParameters)(block);
 }
 
 nkr_error_t Controller::_restoreDefaultParameters(const _BlocId& block) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._restoreDefaultParameters(block); });
+  return forward(&ICANOpenDispatcher::_restoreDefaultParameters)(block);
 }
 
 nkr_error_t Controller::_setDeviceParameters(const _DeviceParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._setDeviceParameters(parameters); });
+  return forward(&ICANOpenDispatcher::_setDeviceParameters)(parameters);
 }
 
 nkr_error_t Controller::_getSelfTestStatus(_SelfTestStatus& status) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._getSelfTestStatus(status); });
+  return forward(&ICANOpenDispatcher::_getSelfTestStatus)(status);
 }
 
 nkr_error_t Controller::_simulateSelfTestError(const _SelfTestStatus& status) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._simulateSelfTestError(status); });
+  return forward(&ICANOpenDispatcher::_simulateSelfTestError)(status);
 }
 
 nkr_error_t Controller::_getCalibrationParameters(_CalibrationParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher._getCalibrationParameters(parameters); });
+  return forward(&ICANOpenDispatcher::_getCalibrationParameters)(parameters);
 }
 
 nkr_error_t Controller::_getSystemErrorConfig(_SystemErrorConfig& config) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._getSystemErrorConfig(config); });
+  return forward(&ICANOpenDispatcher::_getSystemErrorConfig)(config);
 }
 
 nkr_error_t Controller::_setSystemErrorConfig(const _SystemErrorConfig& config) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._setSystemErrorConfig(config); });
+  return forward(&ICANOpenDispatcher::_setSystemErrorConfig)(config);
 }
 
 nkr_error_t Controller::_getLevel1Error(unsigned int& error) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._getLevel1Error(error); });
+  return forward(&ICANOpenDispatcher::_getLevel1Error)(error);
 }
 
 nkr_error_t Controller::_setNodeId(const unsigned char& id) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher._setNodeId(id); });
+  return forward(&ICANOpenDispatcher::_setNodeId)(id);
 }
 
 // INMTService
 
 nkr_error_t Controller::getNMTState(NMTState& state) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getNMTState(state); });
+  return forward(&ICANOpenDispatcher::getNMTState)(state);
 }
 
 nkr_error_t Controller::setNMTState(const NMTCommand& command) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setNMTState(command); });
+  return forward(&ICANOpenDispatcher::setNMTState)(command);
 }
 
 // IEMCYService
 
 nkr_error_t Controller::getErrorBehavior(const ErrorType& type, ErrorBehavior& behavior) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getErrorBehavior(type, behavior); });
+  return forward(&ICANOpenDispatcher::getErrorBehavior)(type, behavior);
 }
 
 nkr_error_t Controller::setErrorBehavior(const ErrorType& type, const ErrorBehavior& behavior) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setErrorBehavior(type, behavior); });
+  return forward(&ICANOpenDispatcher::setErrorBehavior)(type, behavior);
 }
 
 nkr_error_t Controller::clearErrorList() {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.clearErrorList(); });
+  return forward(&ICANOpenDispatcher::clearErrorList)();
 }
 
 nkr_error_t Controller::getErrorCount(int& count) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getErrorCount(count); });
+  return forward(&ICANOpenDispatcher::getErrorCount)(count);
 }
 
 nkr_error_t Controller::getErrorRegister(unsigned char& reg) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getErrorRegister(reg); });
+  return forward(&ICANOpenDispatcher::getErrorRegister)(reg);
 }
 
 nkr_error_t Controller::getError(const int& index, unsigned int& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getError(index, code); });
+  return forward(&ICANOpenDispatcher::getError)(index, code);
 }
 
 // IPDSService
 
 nkr_error_t Controller::getPeripheralStatus(PeripheralStatus& status) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getPeripheralStatus(status); });
+  return forward(&ICANOpenDispatcher::getPeripheralStatus)(status);
 }
 
 nkr_error_t Controller::getPDSState(PDSState& state) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getPDSState(state); });
+  return forward(&ICANOpenDispatcher::getPDSState)(state);
 }
 
 nkr_error_t Controller::disableVoltage() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.disableVoltage(); });
+  return forward(&ICANOpenDispatcher::disableVoltage)();
 }
 
 nkr_error_t Controller::shutdown() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.shutdown(); });
+  return forward(&ICANOpenDispatcher::shutdown)();
 }
 
 nkr_error_t Controller::quickStop() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.quickStop(); });
+  return forward(&ICANOpenDispatcher::quickStop)();
 }
 
 nkr_error_t Controller::switchOn() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.switchOn(); });
+  return forward(&ICANOpenDispatcher::switchOn)();
 }
 
 nkr_error_t Controller::enableOperation() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.enableOperation(); });
+  return forward(&ICANOpenDispatcher::enableOperation)();
 }
 
 nkr_error_t Controller::disableOperation() const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.disableOperation(); });
+  return forward(&ICANOpenDispatcher::disableOperation)();
 }
 
 nkr_error_t Controller::faultReset(const bool& reset) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.faultReset(reset); });
+  return forward(&ICANOpenDispatcher::faultReset)(reset);
 }
 
 nkr_error_t Controller::getAbortConnectionOptionCode(AbortConnectionOptionCode& code) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getAbortConnectionOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getAbortConnectionOptionCode)(code);
 }
 
 nkr_error_t Controller::setAbortConnectionOptionCode(const AbortConnectionOptionCode& code) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setAbortConnectionOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setAbortConnectionOptionCode)(code);
 }
 
 nkr_error_t Controller::getQuickStopOptionCode(QuickStopOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getQuickStopOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getQuickStopOptionCode)(code);
 }
 
 nkr_error_t Controller::setQuickStopOptionCode(const QuickStopOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setQuickStopOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setQuickStopOptionCode)(code);
 }
 
 nkr_error_t Controller::getShutdownOptionCode(ShutdownOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getShutdownOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getShutdownOptionCode)(code);
 }
 
 nkr_error_t Controller::setShutdownOptionCode(const ShutdownOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setShutdownOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setShutdownOptionCode)(code);
 }
 
 nkr_error_t Controller::getDisableOperationOptionCode(DisableOperationOptionCode& code) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getDisableOperationOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getDisableOperationOptionCode)(code);
 }
 
 nkr_error_t Controller::setDisableOperationOptionCode(const DisableOperationOptionCode& code) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setDisableOperationOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setDisableOperationOptionCode)(code);
 }
 
 nkr_error_t Controller::getHaltOptionCode(HaltOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getHaltOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getHaltOptionCode)(code);
 }
 
 nkr_error_t Controller::setHaltOptionCode(const HaltOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setHaltOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setHaltOptionCode)(code);
 }
 
 nkr_error_t Controller::getFaultReactionOptionCode(FaultReactionOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getFaultReactionOptionCode(code); });
+  return forward(&ICANOpenDispatcher::getFaultReactionOptionCode)(code);
 }
 
 nkr_error_t Controller::setFaultReactionOptionCode(const FaultReactionOptionCode& code) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setFaultReactionOptionCode(code); });
+  return forward(&ICANOpenDispatcher::setFaultReactionOptionCode)(code);
 }
 
 nkr_error_t Controller::getOperationModes(OperationMode& mode, OperationMode& mode_display) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getOperationModes(mode, mode_display); });
+  return forward(&ICANOpenDispatcher::getOperationModes)(mode, mode_display);
 }
 
 nkr_error_t Controller::isDriveModeSupported(const OperationMode& mode, bool& supported) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.isDriveModeSupported(mode, supported); });
+  return forward(&ICANOpenDispatcher::isDriveModeSupported)(mode, supported);
 }
 
 nkr_error_t Controller::getUnitParameters(UnitParameters& units) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getUnitParameters(units); });
+  return forward(&ICANOpenDispatcher::getUnitParameters)(units);
 }
 
 nkr_error_t Controller::setUnitParameters(const UnitParameters& units) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setUnitParameters(units); });
+  return forward(&ICANOpenDispatcher::setUnitParameters)(units);
 }
 
 nkr_error_t Controller::getPolarityParameters(PolarityParameters& polarity) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getPolarityParameters(polarity); });
+  return forward(&ICANOpenDispatcher::getPolarityParameters)(polarity);
 }
 
 nkr_error_t Controller::setPolarityParameters(const PolarityParameters& polarity) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setPolarityParameters(polarity); });
+  return forward(&ICANOpenDispatcher::setPolarityParameters)(polarity);
 }
 
 // ISafeMotionService
 
 nkr_error_t Controller::getSafetyControlWordMapping(const SafetyControlWordId& word,
                                                     SafetyWordMapping& mapping) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyControlWordMapping(word, mapping); });
+  return forward(&ICANOpenDispatcher::getSafetyControlWordMapping)(word, mapping);
 }
 
 nkr_error_t Controller::setSafetyControlWordMapping(const SafetyControlWordId& word,
                                                     const SafetyWordMapping& mapping) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSafetyControlWordMapping(word, mapping); });
+  return forward(&ICANOpenDispatcher::setSafetyControlWordMapping)(word, mapping);
 }
 
 nkr_error_t Controller::getSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                    SafetyWordMapping& mapping) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyStatusWordMapping(word, mapping); });
+  return forward(&ICANOpenDispatcher::getSafetyStatusWordMapping)(word, mapping);
 }
 
 nkr_error_t Controller::setSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                    const SafetyWordMapping& mapping) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSafetyStatusWordMapping(word, mapping); });
+  return forward(&ICANOpenDispatcher::setSafetyStatusWordMapping)(word, mapping);
 }
 
 nkr_error_t Controller::getSafetyFunctionCommand(const SafetyFunctionId& function, bool& active) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyFunctionCommand(function, active); });
+  return forward(&ICANOpenDispatcher::getSafetyFunctionCommand)(function, active);
 }
 
 nkr_error_t Controller::getSafetyFunctionStatus(const SafetyFunctionId& function, bool& active) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyFunctionStatus(function, active); });
+  return forward(&ICANOpenDispatcher::getSafetyFunctionStatus)(function, active);
 }
 
 nkr_error_t Controller::getSafetyControlWord(const SafetyControlWordId& word, SafetyWordType& value) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyControlWord(word, value); });
+  return forward(&ICANOpenDispatcher::getSafetyControlWord)(word, value);
 }
 
 nkr_error_t Controller::setSafetyControlWord(const SafetyControlWordId& word, const SafetyWordType& value) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSafetyControlWord(word, value); });
+  return forward(&ICANOpenDispatcher::setSafetyControlWord)(word, value);
 }
 
 nkr_error_t Controller::getSafetyStatusWord(const SafetyStatusWordId& word, SafetyWordType& value) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSafetyStatusWord(word, value); });
+  return forward(&ICANOpenDispatcher::getSafetyStatusWord)(word, value);
 }
 
 nkr_error_t Controller::getSTOParameters(const STOId& id, STOParameters& parameters,
                                          unsigned short& signature) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSTOParameters(id, parameters, signature); });
+  return forward(&ICANOpenDispatcher::getSTOParameters)(id, parameters, signature);
 }
 
 nkr_error_t Controller::setSTOParameters(const STOId& id, const STOParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSTOParameters(id, parameters); });
+  return forward(&ICANOpenDispatcher::setSTOParameters)(id, parameters);
 }
 
 nkr_error_t Controller::getSLSParameters(const SLSId& id, SLSParameters& parameters,
                                          unsigned short& signature) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSLSParameters(id, parameters, signature); });
+  return forward(&ICANOpenDispatcher::getSLSParameters)(id, parameters, signature);
 }
 
 nkr_error_t Controller::setSLSParameters(const SLSId& id, const SLSParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSLSParameters(id, parameters); });
+  return forward(&ICANOpenDispatcher::setSLSParameters)(id, parameters);
 }
 
 nkr_error_t Controller::getSDIParameters(const SDIId& id, SDIParameters& parameters,
                                          unsigned short& signature) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSDIParameters(id, parameters, signature); });
+  return forward(&ICANOpenDispatcher::getSDIParameters)(id, parameters, signature);
 }
 
 nkr_error_t Controller::setSDIParameters(const SDIId& id, const SDIParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSDIParameters(id, parameters); });
+  return forward(&ICANOpenDispatcher::setSDIParameters)(id, parameters);
 }
 
 nkr_error_t Controller::getSBCParameters(const SBCId& id, SBCParameters& parameters,
                                          unsigned short& signature) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSBCParameters(id, parameters, signature); });
+  return forward(&ICANOpenDispatcher::getSBCParameters)(id, parameters, signature);
 }
 
 nkr_error_t Controller::setSBCParameters(const SBCId& id, const SBCParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSBCParameters(id, parameters); });
+  return forward(&ICANOpenDispatcher::setSBCParameters)(id, parameters);
 }
 
 // ICommunicationService
 
 nkr_error_t Controller::storeParameters(const BlocId& block) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.storeParameters(block); });
+  return forward(&ICANOpenDispatcher::storeParameters)(block);
 }
 
 nkr_error_t Controller::restoreDefaultParameters(const BlocId& block) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.restoreDefaultParameters(block); });
+  return forward(&ICANOpenDispatcher::restoreDefaultParameters)(block);
 }
 
 nkr_error_t Controller::getIdentityParameters(IdentityParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getIdentityParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getIdentityParameters)(parameters);
 }
 
 nkr_error_t Controller::getNetworkParameters(NetworkParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getNetworkParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getNetworkParameters)(parameters);
 }
 
 nkr_error_t Controller::setNetworkParameters(const NetworkParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setNetworkParameters(parameters); });
+  return forward(&ICANOpenDispatcher::setNetworkParameters)(parameters);
 }
 
 nkr_error_t Controller::getCommunicationParameters(CommunicationParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getCommunicationParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getCommunicationParameters)(parameters);
 }
 
 nkr_error_t Controller::setCommunicationParameters(const CommunicationParameters& parameters) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setCommunicationParameters(parameters); });
+  return forward(&ICANOpenDispatcher::setCommunicationParameters)(parameters);
 }
 
 nkr_error_t Controller::getSDOCommunicationParameters(const SDOId& sdo,
                                                       SDOCommunicationParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getSDOCommunicationParameters(sdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::getSDOCommunicationParameters)(sdo, parameters);
 }
 
 nkr_error_t Controller::setSDOCommunicationParameters(const SDOId& sdo,
                                                       const SDOCommunicationParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.setSDOCommunicationParameters(sdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::setSDOCommunicationParameters)(sdo, parameters);
 }
 
 nkr_error_t Controller::getRPDOCommunicationParameters(const PDOId& pdo,
                                                        PDOCommunicationParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getRPDOCommunicationParameters(pdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::getRPDOCommunicationParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::setRPDOCommunicationParameters(const PDOId& pdo,
                                                        const PDOCommunicationParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.setRPDOCommunicationParameters(pdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::setRPDOCommunicationParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::getTPDOCommunicationParameters(const PDOId& pdo,
                                                        PDOCommunicationParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getTPDOCommunicationParameters(pdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::getTPDOCommunicationParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::setTPDOCommunicationParameters(const PDOId& pdo,
                                                        const PDOCommunicationParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.setTPDOCommunicationParameters(pdo, parameters);
-  });
+  return forward(&ICANOpenDispatcher::setTPDOCommunicationParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::getRPDOMappingParameters(const PDOId& pdo, PDOMappingParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getRPDOMappingParameters(pdo, parameters); });
+  return forward(&ICANOpenDispatcher::getRPDOMappingParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::setRPDOMappingParameters(const PDOId& pdo, const PDOMappingParameters& parameters) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setRPDOMappingParameters(pdo, parameters); });
+  return forward(&ICANOpenDispatcher::setRPDOMappingParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::getTPDOMappingParameters(const PDOId& pdo, PDOMappingParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getTPDOMappingParameters(pdo, parameters); });
+  return forward(&ICANOpenDispatcher::getTPDOMappingParameters)(pdo, parameters);
 }
 
 nkr_error_t Controller::setTPDOMappingParameters(const PDOId& pdo, const PDOMappingParameters& parameters) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setTPDOMappingParameters(pdo, parameters); });
+  return forward(&ICANOpenDispatcher::setTPDOMappingParameters)(pdo, parameters);
 }
 
 // IManufacturerService
 
 nkr_error_t Controller::getDeviceParameters(DeviceParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getDeviceParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getDeviceParameters)(parameters);
 }
 
 nkr_error_t Controller::getVRXParameters(VRXParameters& parameters) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVRXParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getVRXParameters)(parameters);
 }
 
 nkr_error_t Controller::setVRXParameters(const VRXParameters& parameters) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setVRXParameters(parameters); });
+  return forward(&ICANOpenDispatcher::setVRXParameters)(parameters);
 }
 
 nkr_error_t Controller::getCalibrationValidity(bool& valid) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getCalibrationValidity(valid); });
+  return forward(&ICANOpenDispatcher::getCalibrationValidity)(valid);
 }
 
 nkr_error_t Controller::getSystemErrorState(SystemErrorStatus& batteryUnderVoltage,
@@ -414,102 +379,91 @@ nkr_error_t Controller::getSystemErrorState(SystemErrorStatus& batteryUnderVolta
                                             SystemErrorStatus& phaseOverCurrent,
                                             SystemErrorStatus& mosfetOverTemperature,
                                             SystemErrorStatus& driverOverTemperature) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getSystemErrorState(batteryUnderVoltage, batteryOverVoltage, phaseOverCurrent,
-                                          mosfetOverTemperature, driverOverTemperature);
-  });
+  return forward(&ICANOpenDispatcher::getSystemErrorState)(batteryUnderVoltage, batteryOverVoltage,
+                                                           phaseOverCurrent, mosfetOverTemperature,
+                                                           driverOverTemperature);
 }
 
 nkr_error_t Controller::getSystemErrorProtectState(SystemErrorProtectState& previous,
                                                    SystemErrorProtectState& present) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getSystemErrorProtectState(previous, present);
-  });
+  return forward(&ICANOpenDispatcher::getSystemErrorProtectState)(previous, present);
 }
 
 // IVelocityModeService
 
 nkr_error_t Controller::setTargetVelocity(const short& velocity) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setTargetVelocity(velocity); });
+  return forward(&ICANOpenDispatcher::setTargetVelocity)(velocity);
 }
 
 nkr_error_t Controller::getTargetVelocity(short& velocity) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getTargetVelocity(velocity); });
+  return forward(&ICANOpenDispatcher::getTargetVelocity)(velocity);
 }
 
 nkr_error_t Controller::getVelocityActualValue(int& velocity) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVelocityActualValue(velocity); });
+  return forward(&ICANOpenDispatcher::getVelocityActualValue)(velocity);
 }
 
 nkr_error_t Controller::getVelocityDemand(short& velocity) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVelocityDemand(velocity); });
+  return forward(&ICANOpenDispatcher::getVelocityDemand)(velocity);
 }
 
 nkr_error_t Controller::getPositionValue(int& position) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getPositionValue(position); });
+  return forward(&ICANOpenDispatcher::getPositionValue)(position);
 }
 
 nkr_error_t Controller::getVelocityModeParameters(VelocityModeParameters& parameters) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVelocityModeParameters(parameters); });
+  return forward(&ICANOpenDispatcher::getVelocityModeParameters)(parameters);
 }
 
 nkr_error_t Controller::setVelocityModeParameters(const VelocityModeParameters& parameters) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setVelocityModeParameters(parameters); });
+  return forward(&ICANOpenDispatcher::setVelocityModeParameters)(parameters);
 }
 
 nkr_error_t Controller::getVelocityModeStatusword(VelocityModeStatusword& statusword) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVelocityModeStatusword(statusword); });
+  return forward(&ICANOpenDispatcher::getVelocityModeStatusword)(statusword);
 }
 
 nkr_error_t Controller::getVelocityModeControlword(VelocityModeControlword& controlword) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getVelocityModeControlword(controlword); });
+  return forward(&ICANOpenDispatcher::getVelocityModeControlword)(controlword);
 }
 
 nkr_error_t Controller::setEnableRamp(const bool& on) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setEnableRamp(on); });
+  return forward(&ICANOpenDispatcher::setEnableRamp)(on);
 }
 
 nkr_error_t Controller::setUnlockRamp(const bool& on) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setUnlockRamp(on); });
+  return forward(&ICANOpenDispatcher::setUnlockRamp)(on);
 }
 
 nkr_error_t Controller::setReferenceRamp(const bool& on) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setReferenceRamp(on); });
+  return forward(&ICANOpenDispatcher::setReferenceRamp)(on);
 }
 
 nkr_error_t Controller::setHalt(const bool& on) {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setHalt(on); });
+  return forward(&ICANOpenDispatcher::setHalt)(on);
 }
 
 // ISRDOService
 
 nkr_error_t Controller::getSRDOParameters(const SRDOId& srdo, SRDODirection& direction,
                                           SRDOParameters& parameters, unsigned short& signature) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) {
-    return dispatcher.getSRDOParameters(srdo, direction, parameters, signature);
-  });
+  return forward(&ICANOpenDispatcher::getSRDOParameters)(srdo, direction, parameters, signature);
 }
 
 nkr_error_t Controller::setSRDOParameters(const SRDOId& srdo, const SRDOParameters& parameters) {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSRDOParameters(srdo, parameters); });
+  return forward(&ICANOpenDispatcher::setSRDOParameters)(srdo, parameters);
 }
 
 nkr_error_t Controller::getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSRDOMapping(srdo, mapping); });
+  return forward(&ICANOpenDispatcher::getSRDOMapping)(srdo, mapping);
 }
 
 nkr_error_t Controller::getSRDOConfigurationValidity(bool& valid) const {
-  return forward(
-      [&](ICANOpenDispatcher& dispatcher) { return dispatcher.getSRDOConfigurationValidity(valid); });
+  return forward(&ICANOpenDispatcher::getSRDOConfigurationValidity)(valid);
 }
 
 nkr_error_t Controller::setSRDOConfigurationValidity() {
-  return forward([&](ICANOpenDispatcher& dispatcher) { return dispatcher.setSRDOConfigurationValidity(); });
+  return forward(&ICANOpenDispatcher::setSRDOConfigurationValidity)();
 }
 
 }  // namespace nkr::tavcore
