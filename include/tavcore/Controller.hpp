@@ -212,7 +212,9 @@ class NKR_EXPORT Controller : public IService {
   [[nodiscard]] bool is_initialized(const char* function = __builtin_FUNCTION(),
                                     std::uint32_t line = __builtin_LINE()) const;
   [[nodiscard]] ICANOpenDispatcher* ready_dispatcher(const char* function = __builtin_FUNCTION(),
-                                                     std::uint32_t line = __builtin_LINE()) const;
+                                                     std::uint32_t line = __builtin_LINE()) const {
+    return initialized_ || is_initialized(function, line) ? dispatcher_.get() : nullptr;
+  }
   template <class Operation>
   [[nodiscard]] auto forward(Operation operation, const char* function = __builtin_FUNCTION(),
                              std::uint32_t line = __builtin_LINE()) const;

@@ -59,10 +59,6 @@ bool Controller::is_initialized(const char* function, std::uint32_t line) const 
   return initialized_;
 }
 
-ICANOpenDispatcher* Controller::ready_dispatcher(const char* function, std::uint32_t line) const {
-  return is_initialized(function, line) ? dispatcher_.get() : nullptr;
-}
-
 std::uint32_t Controller::context() const {
   return config_ ? static_cast<std::uint32_t>(config_->getContextId()) : 0;
 }

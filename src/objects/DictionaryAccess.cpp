@@ -1,5 +1,6 @@
 #include "DictionaryAccess.hpp"
 
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -42,51 +43,73 @@ std::uint32_t DictionaryAccess::context() const {
   return config_ ? static_cast<std::uint32_t>(config_->getContextId()) : 0;
 }
 
-const tools::ObjectEntry* DictionaryAccess::look_up(std::string_view name, const char* function) const {
-  const tools::ObjectEntry* const entry = description_.find(name);
-  if (entry == nullptr) {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now(function), kDispatcherClass},
-                    [&] { return std::string("Object ").append(name).append(" not found !"); });
+void DictionaryAccess::send_record(std::uint32_t level, const char* function, const std::string& text) const {
+  send_log_record({context(), level, Here::now(function), kDispatcherClass}, text.c_str());
+}
+
+nkr_error_t DictionaryAccess::refuse_name(std::string_view name, const char* function) const {
+  if (nkr_log_is_enabled() == NKR_OK) {
+    send_record(NKR_LOG_FAILURE, function, std::string("Object ").append(name).append(" not found !"));
   }
-  return entry;
+  return NKR_NOT_AVAILABLE;
 }
 
 nkr_error_t DictionaryAccess::resolve(std::string_view name, std::uint32_t& address) const {
-  const tools::ObjectEntry* const entry = look_up(name, "get_address");
-  if (entry == nullptr) return NKR_NOT_AVAILABLE;
+  const tools::ObjectEntry* const entry = description_.find(name);
+  if (entry == nullptr) return refuse_name(name, "get_address");
   address = entry->getObjectAddress();
   return NKR_OK;
 }
 
+// Records are put together apart from the accesses, which cost next to nothing while the log is off.
+
+void DictionaryAccess::send_read(std::string_view name, std::uint32_t address, bool succeeded) const {
+  const std::string text = with_name(node_and_address("getValue", node_id_, address), name);
+  if (succeeded) {
+    send_record(NKR_LOG_TRACE, "get_value", text);
+  } else {
+    send_record(NKR_LOG_FAILURE, "get_value", text + " : failed !");
+  }
+}
+
+template <class T>
+void DictionaryAccess::send_write(std::string_view name, std::uint32_t address, const T& value,
+                                  bool succeeded) const {
+  const std::string text = with_name(node_and_address("setValue", node_id_, address), name) + " : ";
+  if (succeeded) {
+    send_record(NKR_LOG_TRACE, "log_set_success", text + text_of_value(value));
+  } else {
+    send_record(NKR_LOG_FAILURE, "set_value", text + "failed !");
+  }
+}
+
+template <class T>
+void DictionaryAccess::send_write_at(std::uint32_t address, const T& value, bool succeeded) const {
+  const std::string text = node_and_address("setValue", node_id_, address) + " : ";
+  if (succeeded) {
+    send_record(NKR_LOG_TRACE, "log_set_success_address", text + text_of_value(value));
+  } else {
+    send_record(NKR_LOG_FAILURE, "set_value_by_address", text + "failed !");
+  }
+}
+
 template <class T>
 nkr_error_t DictionaryAccess::read_named(std::string_view name, T& value) const {
-  const tools::ObjectEntry* const entry = look_up(name, "get_value");
-  if (entry == nullptr) return NKR_NOT_AVAILABLE;
+  const tools::ObjectEntry* const entry = description_.find(name);
+  if (entry == nullptr) return refuse_name(name, "get_value");
   const std::uint32_t address = entry->getObjectAddress();
   const nkr_error_t result = client_->getValue(node(), address, value);
-  const auto text = [&] { return with_name(node_and_address("getValue", node_id_, address), name); };
-  if (result == NKR_OK) {
-    log_record_with({context(), NKR_LOG_TRACE, Here::now("get_value"), kDispatcherClass}, text);
-  } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("get_value"), kDispatcherClass},
-                    [&] { return text() + " : failed !"; });
-  }
+  if (nkr_log_is_enabled() == NKR_OK) send_read(name, address, result == NKR_OK);
   return result;
 }
 
 template <class T>
 nkr_error_t DictionaryAccess::write_named(std::string_view name, const T& value) const {
-  const tools::ObjectEntry* const entry = look_up(name, "set_value");
-  if (entry == nullptr) return NKR_NOT_AVAILABLE;
+  const tools::ObjectEntry* const entry = description_.find(name);
+  if (entry == nullptr) return refuse_name(name, "set_value");
   const std::uint32_t address = entry->getObjectAddress();
   const nkr_error_t result = client_->setValue(node(), address, value);
-  if (result == NKR_OK) {
-    record_write(name, address, value);
-  } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("set_value"), kDispatcherClass}, [&] {
-      return with_name(node_and_address("setValue", node_id_, address), name) + " : failed !";
-    });
-  }
+  if (nkr_log_is_enabled() == NKR_OK) send_write(name, address, value, result == NKR_OK);
   return result;
 }
 
@@ -94,9 +117,8 @@ template <class T>
 nkr_error_t DictionaryAccess::read_at(std::uint32_t address, T& value) const {
   if (!client_) return NKR_NOT_AVAILABLE;
   const nkr_error_t result = client_->getValue(node(), address, value);
-  if (result != NKR_OK) {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("get_value_by_address"), kDispatcherClass},
-                    [&] { return node_and_address("getValue", node_id_, address); });
+  if (result != NKR_OK && nkr_log_is_enabled() == NKR_OK) {  // a read that succeeds is not recorded
+    send_record(NKR_LOG_FAILURE, "get_value_by_address", node_and_address("getValue", node_id_, address));
   }
   return result;
 }
@@ -105,27 +127,18 @@ template <class T>
 nkr_error_t DictionaryAccess::write_at(std::uint32_t address, const T& value) const {
   if (!client_) return NKR_NOT_AVAILABLE;
   const nkr_error_t result = client_->setValue(node(), address, value);
-  if (result == NKR_OK) {
-    record_write_at(address, value);
-  } else {
-    log_record_with({context(), NKR_LOG_FAILURE, Here::now("set_value_by_address"), kDispatcherClass},
-                    [&] { return node_and_address("setValue", node_id_, address) + " : failed !"; });
-  }
+  if (nkr_log_is_enabled() == NKR_OK) send_write_at(address, value, result == NKR_OK);
   return result;
 }
 
 template <class T>
 void DictionaryAccess::record_write(std::string_view name, std::uint32_t address, const T& value) const {
-  log_record_with({context(), NKR_LOG_TRACE, Here::now("log_set_success"), kDispatcherClass}, [&] {
-    return with_name(node_and_address("setValue", node_id_, address), name) + " : " + text_of_value(value);
-  });
+  if (nkr_log_is_enabled() == NKR_OK) send_write(name, address, value, true);
 }
 
 template <class T>
 void DictionaryAccess::record_write_at(std::uint32_t address, const T& value) const {
-  log_record_with({context(), NKR_LOG_TRACE, Here::now("log_set_success_address"), kDispatcherClass}, [&] {
-    return node_and_address("setValue", node_id_, address) + " : " + text_of_value(value);
-  });
+  if (nkr_log_is_enabled() == NKR_OK) send_write_at(address, value, true);
 }
 
 // Every type that the drive's objects are accessed with; there is no write of 8-bit signed values.

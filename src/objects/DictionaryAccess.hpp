@@ -8,10 +8,10 @@
 #include <memory>
 #include <nkr/canopencore/IService.hpp>
 #include <nkr/tools/EDSParser.hpp>
+#include <string>
 #include <string_view>
 #include <tavcore/Config.hpp>
 
-#include "../logging/Here.hpp"
 #include "TypedObject.hpp"
 
 namespace nkr::tavcore {
@@ -93,7 +93,6 @@ class DictionaryAccess {
   [[nodiscard]] std::uint32_t context() const;
 
  private:
-  [[nodiscard]] const tools::ObjectEntry* look_up(std::string_view name, const char* function) const;
   template <class T>
   [[nodiscard]] nkr_error_t read_named(std::string_view name, T& value) const;
   template <class T>
@@ -102,6 +101,17 @@ class DictionaryAccess {
   [[nodiscard]] nkr_error_t read_at(std::uint32_t address, T& value) const;
   template <class T>
   [[nodiscard]] nkr_error_t write_at(std::uint32_t address, const T& value) const;
+
+  /** Records a name that the description lacks; NKR_NOT_AVAILABLE. */
+  [[nodiscard]] nkr_error_t refuse_name(std::string_view name, const char* function) const;
+
+  // The records; only while the log is on.
+  void send_read(std::string_view name, std::uint32_t address, bool succeeded) const;
+  template <class T>
+  void send_write(std::string_view name, std::uint32_t address, const T& value, bool succeeded) const;
+  template <class T>
+  void send_write_at(std::uint32_t address, const T& value, bool succeeded) const;
+  void send_record(std::uint32_t level, const char* function, const std::string& text) const;
 
   std::shared_ptr<Config> config_;
   std::shared_ptr<canopencore::IService> client_;

@@ -3,9 +3,22 @@
 
 #include <type_traits>
 
+#include "../logging/Here.hpp"
 #include "DictionaryAccess.hpp"
 
 namespace nkr::tavcore {
+
+/** A value that is taken as exactly its type: handed to a function that asks for another, it does not
+ * compile. */
+template <class T>
+struct Exactly {
+  T value;
+  template <class Asked, class = std::enable_if_t<std::is_same_v<Asked, T>>>
+  // NOLINTNEXTLINE(google-explicit-constructor): it stands for its value
+  operator Asked() const {
+    return value;
+  }
+};
 
 /**
  * The steps of one service operation, made in the order written: the guard, then the accesses, under the
@@ -33,11 +46,11 @@ class [[nodiscard]] Steps {
   }
   /** Reads an object and hands the value on; `then` runs only when the first attempt succeeded. */
   template <class AnyObject, class Then,
-            class = std::enable_if_t<std::is_invocable_v<Then, typename AnyObject::Value>>>
+            class = std::enable_if_t<std::is_invocable_v<Then, Exactly<typename AnyObject::Value>>>>
   bool read(const AnyObject& object, Then then) {
-    typename AnyObject::Value value{};
-    if (!read(object, value)) return false;
-    then(value);
+    Exactly<typename AnyObject::Value> read_value{};
+    if (!read(object, read_value.value)) return false;
+    then(read_value);
     return true;
   }
   /** Writes an object; `word | 8` is an int, and would not have the object's own size. */
