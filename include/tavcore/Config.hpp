@@ -16,7 +16,7 @@ class NKR_EXPORT Config {
   /**
    * Reads section "default" of the file and the hardware members of the section that "HWConfigurationEntry"
    * names. Stops at the first key that is absent or of another type; what was read before keeps its new
-   * value. The reader of INI files is one for the whole process: no two threads may load at once.
+   * value. Any number of threads may load at once, each into a configuration of its own.
    * @return NKR_NOT_AVAILABLE for a file that cannot be read or a key that fails; never throws for bad
    * content
    */

@@ -1,4 +1,5 @@
 #include <fstream>
+#include <mutex>
 #include <nkr/tools/HardwareHelper.hpp>
 #include <nkr/tools/INIParser.hpp>
 #include <tavcore/Config.hpp>
@@ -6,6 +7,12 @@
 #include "../logging/LogRecord.hpp"
 
 namespace nkr::tavcore {
+namespace {
+
+/** The process has one reader of INI files: held from parsing a file to the last setting taken from it. */
+std::mutex reader_in_use;
+
+}  // namespace
 
 nkr_error_t Config::load(const std::string& path) {
   const nkr_error_t settings = load_settings(path);
@@ -17,7 +24,9 @@ nkr_error_t Config::load(const std::string& path) {
 }
 
 nkr_error_t Config::load_settings(const std::string& path) {
-  const auto fail = [this](auto make_text, std::uint32_t line = __builtin_LINE()) {
+  std::unique_lock<std::mutex> reading(reader_in_use, std::defer_lock);
+  const auto fail = [&](auto make_text, std::uint32_t line = __builtin_LINE()) {
+    if (reading.owns_lock()) reading.unlock();  // a log is the program's own: it may load, too
     log_record_with(
         {static_cast<std::uint32_t>(context_id_), NKR_LOG_FAILURE, Here::now("load", line), "Config"},
         make_text);
@@ -27,6 +36,7 @@ nkr_error_t Config::load_settings(const std::string& path) {
   std::ifstream stream(path);
   if (!stream.is_open()) return fail([&] { return "Can't open config file : " + path; });
   tools::INIParserClass& ini = tools::INIParser::instance();
+  reading.lock();
   if (!ini.parse(stream, true)) return fail([&] { return "Error during parsing of config file : " + path; });
 
   const std::string section = "default";
