@@ -84,7 +84,7 @@ struct Outcome {
   std::vector<LogEntry> records;
 };
 
-/** One service operation, as it is described: what is called, what is then accessed, and what comes out. */
+/** One service operation: what is called, what is then accessed, and what comes out. */
 struct Operation {
   std::string name;
   std::string variant;  ///< tells several rows of one operation apart

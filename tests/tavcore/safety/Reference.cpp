@@ -196,26 +196,6 @@ nkr_error_t Reference::set_mapping(const std::vector<std::pair<std::string, std:
   return NKR_OK;
 }
 
-nkr_error_t Reference::get_srdo(int n, Srdo::SRDODirection& direction, Srdo::SRDOParameters& parameters,
-                                std::uint16_t& signature) {
-  const std::uint32_t index = 0x1300 + static_cast<std::uint32_t>(n);
-  std::uint8_t held = 0;
-  std::uint32_t cob_id = 0;
-  STEP(read_at(index, 1, held));
-  parameters.enabled = held != 0;
-  const bool transmits = n == 2 || n == 10 || n == 16;
-  direction = transmits ? Srdo::SRDODirection::TRANSMIT : Srdo::SRDODirection::RECEIVE;
-  STEP(read_at(index, 2, parameters.refreshTime));
-  STEP(read_at(index, 3, parameters.validationTime));
-  STEP(read_at(index, 4, parameters.transmissionType));
-  STEP(read_at(index, 5, cob_id));
-  parameters.cobId1 = static_cast<std::uint16_t>(cob_id);
-  STEP(read_at(index, 6, cob_id));
-  parameters.cobId2 = static_cast<std::uint16_t>(cob_id);
-  STEP(read_at(0x13FF, n, signature));
-  return NKR_OK;
-}
-
 nkr_error_t Reference::get_srdo_mapping(int n, Srdo::SRDOMapping& mapping) {
   const std::uint32_t index = 0x1380 + static_cast<std::uint32_t>(n);
   STEP(read_at(index, 0, mapping.count));

@@ -13,8 +13,8 @@
 namespace tavtest {
 
 /**
- * The safety operations written out access by access, without the library's step engine, tables and CRC: what
- * the library is compared with under every pattern of failures.
+ * The operations that write signatures, written out access by access, without the library's step engine,
+ * tables and CRC: what the library is compared with under every pattern of failures.
  *
  * Makes its accesses on a recording client of its own, which is scripted as the library's client is.
  */
@@ -29,11 +29,6 @@ class Reference {
   /** The records that go with the accesses made so far. */
   [[nodiscard]] const std::vector<LogEntry>& records() const { return records_; }
 
-  nkr_error_t get_sto(Safe::STOParameters& parameters, std::uint16_t& signature);
-  nkr_error_t get_sls(int n, Safe::SLSParameters& parameters, std::uint16_t& signature);
-  nkr_error_t get_sdi(int n, Safe::SDIParameters& parameters, std::uint16_t& signature);
-  nkr_error_t get_sbc(int n, Safe::SBCParameters& parameters, std::uint16_t& signature);
-
   nkr_error_t set_sto(const Safe::STOParameters& parameters);
   nkr_error_t set_sls(int n, const Safe::SLSParameters& parameters);
   nkr_error_t set_sdi(int n, const Safe::SDIParameters& parameters);
@@ -45,16 +40,10 @@ class Reference {
   nkr_error_t update_sbc(int n, const Safe::SBCParameters& parameters);
   nkr_error_t update_all();
 
-  /** Appends the mapping's bytes when all was read at once. */
-  nkr_error_t read_mapping(Bytes& bytes);
-
   /** Writes codes to mapping objects in turn, then refreshes. */
   nkr_error_t set_mapping(const std::vector<std::pair<std::string, std::uint32_t>>& codes);
 
-  nkr_error_t get_srdo(int n, Srdo::SRDODirection& direction, Srdo::SRDOParameters& parameters,
-                       std::uint16_t& signature);
   nkr_error_t set_srdo(int n, const Srdo::SRDOParameters& parameters);
-  nkr_error_t get_srdo_mapping(int n, Srdo::SRDOMapping& mapping);
 
  private:
   template <class T>
@@ -110,6 +99,14 @@ class Reference {
   void note(std::uint32_t level, const std::string& function, const std::string& text) {
     records_.push_back({DispatcherBench::kContext, level, function, 0, "CANOpenDispatcher", text});
   }
+  // What the writers read on their way.
+  nkr_error_t get_sto(Safe::STOParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sls(int n, Safe::SLSParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sdi(int n, Safe::SDIParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_sbc(int n, Safe::SBCParameters& parameters, std::uint16_t& signature);
+  nkr_error_t get_srdo_mapping(int n, Srdo::SRDOMapping& mapping);
+  /** Appends the mapping's bytes when all was read at once. */
+  nkr_error_t read_mapping(Bytes& bytes);
   /** The instance's own bytes, the mapping's, and the signature to index:n. */
   nkr_error_t sign(Bytes bytes, std::uint32_t index, int n);
 

@@ -4,8 +4,8 @@
 
 #include <fstream>
 #include <nkr/tools/EDSParser.hpp>
-#include <tavcore/SignatureCalculator.hpp>
 #include <tavcore/SafetyWordTables.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 
 #include "SafetyBench.hpp"
 

@@ -181,13 +181,6 @@ TEST_F(SafetyParameters, ASetterWhoseSignatureUpdateFailsStillAnswersOk) {
   EXPECT_EQ(accesses().size(), 2U + 128U + 2U);
 }
 
-TEST_F(SafetyParameters, AUnitReadThatFailsOnceLeavesTheSignatureUnwrittenWithOk) {
-  bench_.client->fail_address(bench_.address("Time unit"), kTimeout, 1);
-  EXPECT_EQ(drive().updateSignature_SBC(Safe::SBCId{1}, {5}), NKR_OK);
-  EXPECT_EQ(accesses().size(), 2U);
-  EXPECT_TRUE(bench_.client->writes().empty());
-}
-
 TEST_F(SafetyParameters, AMappingReadThatFailsOnceLeavesTheMappingOutOfTheSignature) {
   for (const std::uint32_t address :
        {tavtest::at(0x66F0, 1), tavtest::at(0x66F7, 8), tavtest::at(0x66FF, 8)}) {
@@ -196,19 +189,6 @@ TEST_F(SafetyParameters, AMappingReadThatFailsOnceLeavesTheMappingOutOfTheSignat
     EXPECT_EQ(drive().updateSignature_STO(Safe::STOId{1}, {true, 0}), NKR_OK);
     EXPECT_EQ(written_signature(), 0x1021) << "the instance's own field alone";
   }
-}
-
-TEST_F(SafetyParameters, AMappingReadThatFailsTwiceStartsTheMappingAgainAndWritesNothing) {
-  bench_.client->fail_address(tavtest::at(0x66F0, 3), kTimeout, 2);
-  EXPECT_EQ(drive().updateSignature_STO(Safe::STOId{1}, {true, 0}), NKR_OK);
-  EXPECT_EQ(accesses().size(), 4U + 128U) << "three reads, one repeated, then all again";
-  EXPECT_TRUE(bench_.client->writes().empty());
-}
-
-TEST_F(SafetyParameters, AMappingReadThatFailsForGoodReportsItsCode) {
-  bench_.client->fail_address(tavtest::at(0x66F0, 3), kTimeout);
-  EXPECT_EQ(drive().updateSignature_STO(Safe::STOId{1}, {true, 0}), kTimeout);
-  EXPECT_EQ(accesses().size(), 8U);
 }
 
 TEST_F(SafetyParameters, AMappingSignatureStoresItsResultOnSuccessAlone) {
@@ -220,22 +200,6 @@ TEST_F(SafetyParameters, AMappingSignatureStoresItsResultOnSuccessAlone) {
   EXPECT_EQ(drive().computeMappingSignature(0x1021, result), NKR_OK);
   EXPECT_EQ(result, 0x90C2);
   EXPECT_EQ(accesses(), mapping_reads());
-}
-
-TEST_F(SafetyParameters, AParameterWriteThatSucceedsOnItsRepeatSkipsTheSignatureToo) {
-  bench_.client->fail_address(bench_.address("STO activate SBC"), kTimeout, 1);
-  EXPECT_EQ(drive().setSTOParameters(Safe::STOId{1}, {true, 0}), NKR_OK);
-  EXPECT_EQ(accesses().size(), 3U);
-}
-
-TEST_F(SafetyParameters, AnErrorReactionReadOnItsRepeatIsNotConverted) {
-  bench_.hold("SLS error reactions SLS error reaction 1", std::uint32_t{0x66400000});
-  bench_.client->fail_address(bench_.address("SLS error reactions SLS error reaction 1"), kTimeout, 1);
-  Safe::SLSParameters sls{};
-  std::uint16_t signature = 0xBEEF;
-  EXPECT_EQ(drive().getSLSParameters(Safe::SLSId{1}, sls, signature), NKR_OK);
-  EXPECT_FALSE(sls.errorReaction);
-  EXPECT_EQ(signature, 0xBEEF);
 }
 
 }  // namespace

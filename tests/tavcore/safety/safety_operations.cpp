@@ -175,6 +175,14 @@ std::vector<Operation> srdo_operations() {
                read_at(0x13100500, std::uint32_t{0x101}).converted(5, std::uint16_t{0x101}),
                read_at(0x13100600, std::uint32_t{0x102}).converted(6, std::uint16_t{0x102}),
                read_at(0x13FF1000, std::uint16_t{0x4711}).into(7)}),
+          plain_getter(
+              "getSRDOMapping", Srdo::SRDOMapping{9, {8, 7}},
+              [](CANOpenDispatcher& d, auto& mapping) { return d.getSRDOMapping(Srdo::SRDOId{2}, mapping); },
+              [](const auto& mapping) {
+                return Values{mapping.count, mapping.entries.at(0), mapping.entries.at(1)};
+              },
+              {read_at(0x13820000, std::uint8_t{2}), read_at(0x13820100, std::uint32_t{0x62100108}),
+               read_at(0x13820200, std::uint32_t{0x62110108})}),
           getter(
               "getSRDOConfigurationValidity", false,
               [](CANOpenDispatcher& d, bool& valid) { return d.getSRDOConfigurationValidity(valid); },

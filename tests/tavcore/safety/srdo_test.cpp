@@ -195,14 +195,6 @@ TEST_F(SRDO, TheConfigurationIsValidExactlyAtA5) {
   }
 }
 
-TEST_F(SRDO, AValidityReadOnItsRepeatIsNotConverted) {
-  bench_.hold("Configuration valid", std::uint8_t{0xA5});
-  bench_.client->fail_access(1, kTimeout);
-  bool valid = false;
-  EXPECT_EQ(drive().getSRDOConfigurationValidity(valid), NKR_OK);
-  EXPECT_FALSE(valid);
-}
-
 TEST_F(SRDO, DeclaringTheConfigurationValidWritesA5) {
   ASSERT_EQ(drive().setSRDOConfigurationValidity(), NKR_OK);
   EXPECT_EQ(accesses(), Accesses{bench_.write_of("Configuration valid", std::uint8_t{0xA5})});

@@ -83,14 +83,6 @@ TEST_F(SafetyWords, TheSafeInputIsReadAndWrittenUnderTwoNames) {
             bench_.read_of("Safety statuswords manufacturer safety_statusword_safeout", std::uint8_t{0}));
 }
 
-TEST_F(SafetyWords, AWordReadOnItsRepeatIsNotTakenApart) {
-  bench_.hold("Safety statuswords safety_statusword_can1", std::uint8_t{0xFF});
-  bench_.client->fail_access(1, 0x05040000);
-  Safe::SafetyWordType bits{};
-  EXPECT_EQ(drive().getSafetyStatusWord(StatusWord::CAN_1, bits), NKR_OK);
-  EXPECT_EQ(bits_of(bits), std::vector<bool>(8, false));
-}
-
 TEST_F(SafetyWords, NoFunctionIsInactiveWithoutBusTraffic) {
   bool active = true;
   EXPECT_EQ(drive().getSafetyFunctionCommand(Function::NONE, active), NKR_OK);
