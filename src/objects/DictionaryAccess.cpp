@@ -94,7 +94,7 @@ void DictionaryAccess::send_write_at(std::uint32_t address, const T& value, bool
 }
 
 template <class T>
-nkr_error_t DictionaryAccess::read_named(std::string_view name, T& value) const {
+nkr_error_t DictionaryAccess::read_named(const std::string_view& name, T& value) const {
   const tools::ObjectEntry* const entry = description_.find(name);
   if (entry == nullptr) return refuse_name(name, "get_value");
   const std::uint32_t address = entry->getObjectAddress();
@@ -104,7 +104,7 @@ nkr_error_t DictionaryAccess::read_named(std::string_view name, T& value) const 
 }
 
 template <class T>
-nkr_error_t DictionaryAccess::write_named(std::string_view name, const T& value) const {
+nkr_error_t DictionaryAccess::write_named(const std::string_view& name, const T& value) const {
   const tools::ObjectEntry* const entry = description_.find(name);
   if (entry == nullptr) return refuse_name(name, "set_value");
   const std::uint32_t address = entry->getObjectAddress();
@@ -143,9 +143,9 @@ void DictionaryAccess::record_write_at(std::uint32_t address, const T& value) co
 
 // Every type that the drive's objects are accessed with; there is no write of 8-bit signed values.
 #define TAV_INSTANTIATE_READ(T) \
-  template nkr_error_t DictionaryAccess::read_named(std::string_view name, T& value) const;
+  template nkr_error_t DictionaryAccess::read_named(const std::string_view& name, T& value) const;
 #define TAV_INSTANTIATE_WRITE(T)                                                                             \
-  template nkr_error_t DictionaryAccess::write_named(std::string_view name, const T& value) const;           \
+  template nkr_error_t DictionaryAccess::write_named(const std::string_view& name, const T& value) const;    \
   template void DictionaryAccess::record_write(std::string_view name, std::uint32_t address, const T& value) \
       const;
 #define TAV_INSTANTIATE_RECORD_AT(T) \

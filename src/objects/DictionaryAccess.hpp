@@ -94,9 +94,9 @@ class DictionaryAccess {
 
  private:
   template <class T>
-  [[nodiscard]] nkr_error_t read_named(std::string_view name, T& value) const;
+  [[nodiscard]] nkr_error_t read_named(const std::string_view& name, T& value) const;
   template <class T>
-  [[nodiscard]] nkr_error_t write_named(std::string_view name, const T& value) const;
+  [[nodiscard]] nkr_error_t write_named(const std::string_view& name, const T& value) const;
   template <class T>
   [[nodiscard]] nkr_error_t read_at(std::uint32_t address, T& value) const;
   template <class T>

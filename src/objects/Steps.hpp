@@ -33,7 +33,7 @@ class [[nodiscard]] Steps {
    */
   static Steps guarded(const DictionaryAccess& dictionary, Here here = Here::now()) {
     Steps steps(dictionary);
-    if (!dictionary.is_loaded()) steps.refuse(here);
+    if (!dictionary.is_loaded()) steps.end(refuse(here));
     return steps;
   }
   /** Steps of an operation without guard, or inside an operation whose guard has passed. */
@@ -117,7 +117,7 @@ class [[nodiscard]] Steps {
   }
 
  private:
-  void refuse(Here here);
+  [[nodiscard]] static nkr_error_t refuse(Here here);
 
   const DictionaryAccess& dictionary_;
   nkr_error_t result_ = NKR_OK;
