@@ -11,7 +11,7 @@ from pathlib import Path
 def compiles(compiler, language, header, flags):
     run = subprocess.run([*compiler.split(), "-x", language, "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic",
                           "-Werror", *flags, "-"],
-                         input=f"#include <{header}>\n", text=True, capture_output=True)
+                         input=f"#include <{header}>\nextern int not_empty;\n", text=True, capture_output=True)
     if run.returncode != 0:
         print(f"{header} does not compile alone as {language}:\n{run.stderr}")
     return run.returncode == 0
