@@ -22,7 +22,7 @@ FOLDERS = {
 
 # What a header's name says of its target; the first match counts.
 HEADERS = (
-    (r"nkr/(error|export)\.h", "nkr-error"),
+    (r"nkr/(error\.h|Error\.hpp|export\.h)", "nkr-error"),
     (r"nkr/log(_\w+)?\.h", "nkrLog"),
     (r"nkr/tools/.+", "nkr-tools"),
     (r"nkr/(cia402|safety_word)\.h", "nkr-codec"),

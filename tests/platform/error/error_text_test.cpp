@@ -57,4 +57,24 @@ TEST(ErrorText, TellsAnUnknownAbortCodeFromAnUnknownResult) {
   EXPECT_NE(text_of(0x06DEAD00).find("SDO"), std::string::npos);
 }
 
+TEST(ErrorName, IsTheNameThatProgramsCompareWith) {
+  EXPECT_STREQ(nkr_error_name(NKR_OK), "NKR_OK");
+  EXPECT_STREQ(nkr_error_name(5), "NKR_NOT_AVAILABLE");
+  EXPECT_STREQ(nkr_error_name(0x107), "NKR_CAN_TX_OVERFLOW");
+  EXPECT_STREQ(nkr_error_name(0x05040000), "NKR_SDO_TIMED_OUT");
+}
+
+TEST(ErrorName, IsANameOfItsOwnForEveryKnownCode) {
+  std::set<std::string> names;
+  for (const nkr_error_t code : kClientCodes) names.insert(nkr_error_name(code));
+  for (const std::uint32_t code : kAbortCodes) names.insert(nkr_error_name(static_cast<nkr_error_t>(code)));
+  EXPECT_EQ(names.size(), std::size(kClientCodes) + std::size(kAbortCodes));
+  for (const std::string& name : names) EXPECT_EQ(name.find("NKR_"), 0U) << name;
+}
+
+TEST(ErrorName, TellsAnUnknownAbortCodeFromAnUnknownResult) {
+  EXPECT_STREQ(nkr_error_name(0x06DEAD00), "SDO_ABORT");
+  EXPECT_STREQ(nkr_error_name(0), "UNKNOWN");
+}
+
 }  // namespace

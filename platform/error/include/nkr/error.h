@@ -77,6 +77,12 @@ typedef int32_t nkr_error_t;
  */
 NKR_EXPORT const char* nkr_error_text(nkr_error_t code);
 
+/**
+ * The name of a result code as it stands above ("NKR_SDO_TIMED_OUT"); never null, static storage, any thread.
+ * "SDO_ABORT" for an abort code of the device's own, "UNKNOWN" for any other code that has no name.
+ */
+NKR_EXPORT const char* nkr_error_name(nkr_error_t code);
+
 #ifdef __cplusplus
 }
 #endif
