@@ -1,0 +1,33 @@
+# The libraries as a subfolder: they leave the project that hosts them as it was.
+get_cmake_property(cache_before CACHE_VARIABLES)
+add_subdirectory("${TAVCORE_SOURCE}" tavcore)
+get_cmake_property(cache_after CACHE_VARIABLES)
+
+foreach(variable IN LISTS cache_after)
+  get_property(type CACHE ${variable} PROPERTY TYPE)
+  if(NOT variable IN_LIST cache_before AND NOT variable MATCHES "^(TAV_|tavcore_)" AND NOT type MATCHES "INTERNAL|STATIC")
+    message(SEND_ERROR "The subfolder put ${variable} into the cache")
+  endif()
+endforeach()
+
+function(look_at_targets folder)
+  get_property(targets DIRECTORY "${folder}" PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    if(NOT type MATCHES "_LIBRARY$")
+      message(SEND_ERROR "The subfolder brings ${target} (${type})")
+    endif()
+  endforeach()
+  get_property(tests DIRECTORY "${folder}" PROPERTY TESTS)
+  if(tests)
+    message(SEND_ERROR "The subfolder brings tests: ${tests}")
+  endif()
+  get_property(subfolders DIRECTORY "${folder}" PROPERTY SUBDIRECTORIES)
+  foreach(subfolder IN LISTS subfolders)
+    look_at_targets("${subfolder}")
+  endforeach()
+endfunction()
+look_at_targets("${TAVCORE_SOURCE}")
+
+add_test(NAME installs_nothing
+  COMMAND "${CMAKE_COMMAND}" "-DBUILD=${CMAKE_BINARY_DIR}" -P "${CMAKE_CURRENT_LIST_DIR}/installs_nothing.cmake")
