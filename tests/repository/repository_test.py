@@ -136,7 +136,9 @@ class Readme(unittest.TestCase):
 
 class Scripts(unittest.TestCase):
     def test_say_how_they_are_used(self):
-        for script in ("test", "tests/system/can-vm", "tests/repository/check-style"):
+        scripts = ("test", "tests/system/can-vm", "tests/repository/check-style", "docs/reference/build",
+                   "packaging/abi/compare")
+        for script in scripts:
             with self.subTest(script):
                 done = subprocess.run([ROOT / script, "--help"], capture_output=True, text=True, check=False)
                 self.assertEqual(done.returncode, 0)

@@ -3,7 +3,7 @@ find_package(tavcore QUIET COMPONENTS ${TAVCORE_KIND} no-such-library)
 if(tavcore_FOUND)
   message(SEND_ERROR "A library that does not exist was found")
 endif()
-find_package(tavcore REQUIRED COMPONENTS ${TAVCORE_KIND} tavcore nkr-canopen tav-drive testing testing-log)
+find_package(tavcore REQUIRED COMPONENTS ${TAVCORE_KIND} tavcore nkr-canopen tav-host tav-drive testing testing-log)
 
 get_target_property(type tavcore::tavcore TYPE)
 string(TOUPPER ${TAVCORE_KIND}_LIBRARY wanted)
