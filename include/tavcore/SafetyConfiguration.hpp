@@ -8,7 +8,8 @@
 #include <tavcore/ISafeMotionService.hpp>
 #include <vector>
 
-/** @file What a drive holds of its safety functions: parameters, mappings, signatures and SRDOs. */
+/** @file
+ * What a drive holds of its safety functions: parameters, mappings, signatures and SRDOs. */
 namespace nkr::tavcore {
 
 /** @name Instances of the safety functions
