@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dictionary/ElectronicDataSheet.hpp"
+#include "network/IdentifierRules.hpp"
 
 namespace tav::drive {
 namespace {
@@ -53,6 +54,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
       health_(context_, errors_, effects_of_health()),
       player_(context_, bus_, effects_of_scenario()),
       process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
+  guard_identifiers(context_.dictionary);
   context_.transmit = [this](const nkr::can::Frame& frame) { bus_.transmit(frame); };
   context_.admit = [this](const Access& access) { return player_.admit(access); };
   parts_ = {&bus_, &store_, &nmt_slave_};
@@ -61,7 +63,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
                                &heartbeat_consumer_, &safety_commands_, &signatures_, &safe_motion_,
                                &srdo_configuration_, &srdo_consumer_, &health_, &player_, &process_data_});
   deliver_node_id();
-  load_values(Reset::NODE);
+  load_values(Reset::POWER_ON);
 }
 
 BusConnection::Effects Machine::effects_of_bus(Outputs outputs) {
@@ -87,8 +89,12 @@ HeartbeatConsumer::Events Machine::heartbeat_events() {
 }
 
 Health::Effects Machine::effects_of_health() {
-  return {[this] { power_.fault(); }, [this](bool warning) { power_.set_warning(warning); },
-          [this] { follow_safety(); }};
+  const auto follow = [this] {
+    power_.set_supply(health_.has_supply());
+    power_.short_circuit_phases(health_.protection() == Health::Protection::BRAKE_SHORT_CIRCUIT);
+    follow_safety();
+  };
+  return {[this] { power_.fault(); }, [this](bool warning) { power_.set_warning(warning); }, follow};
 }
 
 SafeMotion::Effects Machine::effects_of_safe_motion() {
@@ -96,10 +102,10 @@ SafeMotion::Effects Machine::effects_of_safe_motion() {
           [this](bool applied) { power_.set_safe_brake(applied); }};
 }
 
-/** No torque while STO acts, a safety signature differs, or the motor's calibration is missing. */
+/** No torque while STO acts, a safety signature differs, or the drive's own hardware does not allow it. */
 void Machine::follow_safety() {
   const bool sound = signatures_.agree();
-  power_.inhibit_torque(safety_commands_.torque_off() || !sound || !health_.calibrated());
+  power_.inhibit_torque(safety_commands_.torque_off() || !sound || !health_.may_give_torque());
   safety_commands_.set_configuration_sound(sound);
   safe_motion_.follow();
 }
@@ -111,6 +117,7 @@ void Machine::safety_violated(const SafeMotion::Violation& violation) {
   errors_.raise(kSpeedController, vendor, Errors::Ends::ACKNOWLEDGED, false);
   power_.fault();
   if (violation.torque_off) safety_commands_.violate();
+  behave_on_error_of(kSpeedController);
 }
 
 /** What 0x6007 and 0x1029 make of a loss of communication. */
@@ -131,14 +138,18 @@ void Machine::behave_on_error(std::uint8_t subindex) {
   if (behaviour == kStopped) enter(NMTState::STOPPED);
 }
 
-void Machine::raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor) {
-  if (context_.nmt == NMTState::INITIALISING) return;
-  errors_.raise(code, vendor, Errors::Ends::ACKNOWLEDGED, lasting);
-  power_.fault();
+void Machine::behave_on_error_of(std::uint16_t code) {
   const std::uint8_t bits = Errors::class_bit(code);
   if ((bits & Errors::kCommunicationBit) != 0) behave_on_error(kCommunicationError);
   if ((bits & Errors::kProfileBit) != 0) behave_on_error(kProfileError);
   if ((bits & Errors::kManufacturerBit) != 0) behave_on_error(kManufacturerError);
+}
+
+void Machine::raise_fault(std::uint16_t code, bool lasting, const VendorBytes& vendor) {
+  if (context_.nmt == NMTState::INITIALISING) return;
+  errors_.raise(code, vendor, Errors::Ends::ACKNOWLEDGED, lasting);
+  power_.fault();
+  behave_on_error_of(code);
   process_data_.sample();
   plan();
 }
@@ -203,14 +214,16 @@ void Machine::set_power_on_value(Object& object) {
 }
 
 void Machine::load_values(Reset kind) {
-  const bool network_too = kind == Reset::NODE || store_.network_restored();
+  const bool network_too = kind != Reset::COMMUNICATION || store_.network_restored();
   for (Object& object : context_.dictionary.objects()) {
     if (network_too && ParameterStore::is_network(object)) set_power_on_value(object);
   }
   context_.node_id = node_id_setting_.get();
   for (Object& object : context_.dictionary.objects()) {
     if (ParameterStore::is_network(object)) continue;
-    if (kind == Reset::NODE || is_communication(object)) set_power_on_value(object);
+    // No NMT command ends what a safety function was told to do.
+    if (kind == Reset::NODE && safety_commands_.demand_by(object)) continue;
+    if (kind != Reset::COMMUNICATION || is_communication(object)) set_power_on_value(object);
   }
 }
 
@@ -218,7 +231,7 @@ void Machine::power_on(Time now) {
   if (context_.nmt != NMTState::INITIALISING) return;
   context_.now = now;
   player_.power_on();
-  reset(Reset::NODE);
+  reset(Reset::POWER_ON);
   plan();
   advance(now);
 }

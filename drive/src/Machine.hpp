@@ -62,6 +62,7 @@ class Machine {
   void set_sensor(Action::Sensor sensor, std::int32_t value);
   void communication_lost(std::uint16_t code, const VendorBytes& vendor);
   void behave_on_error(std::uint8_t subindex);
+  void behave_on_error_of(std::uint16_t code);
   void enter(NMTState state);
   void reset(Reset kind);
   void deliver_node_id();

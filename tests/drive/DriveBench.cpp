@@ -8,13 +8,6 @@
 namespace tav::drive::test {
 namespace {
 
-std::string shipped_description() {
-  std::ifstream file("share/tav/tav.eds");
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 std::uint8_t byte_of(const std::string& text, std::size_t at) {
   return static_cast<std::uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16));
 }
@@ -34,6 +27,34 @@ std::string object(std::uint16_t index, std::uint8_t subindex) {
 }
 
 }  // namespace
+
+std::string shipped_description() {
+  std::ifstream file("share/tav/tav.eds");
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::string changed(const std::string& eds_text, const std::string& section, const std::string& key,
+                    const std::string& value) {
+  std::istringstream lines(eds_text);
+  std::string result;
+  std::string line;
+  bool inside = false;
+  bool found = false;
+  while (std::getline(lines, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty() && line.front() == '[') inside = line == '[' + section + ']';
+    if (inside && line.rfind(key + '=', 0) == 0) {
+      found = true;
+      if (value.empty()) continue;
+      line = key + '=' + value;
+    }
+    result += line + '\n';
+  }
+  EXPECT_TRUE(found) << section << ' ' << key;
+  return result;
+}
 
 nkr::can::Frame frame_of(const std::string& text) {
   const std::size_t mark = text.find('#');

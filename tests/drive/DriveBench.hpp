@@ -50,6 +50,12 @@ class DriveBench {
   Frames sent_;
 };
 
+/** The text of the shipped description. */
+std::string shipped_description();
+/** A description in which that section has that value for a key; an empty value: it has no such key. */
+std::string changed(const std::string& eds_text, const std::string& section, const std::string& key,
+                    const std::string& value);
+
 /** A frame of candump text. */
 nkr::can::Frame frame_of(const std::string& text);
 

@@ -125,4 +125,23 @@ TEST_F(SafetyConfigurationOnADrive, ChangedUnitsDisagreeUntilEverySignatureIsWri
   }
 }
 
+TEST_F(SafetyConfigurationOnADrive, SRDOsOfADriveAsShippedAreSetByTheLibraryAndDeclaredValid) {
+  using SRDO = CANOpenDispatcher::SRDOId;
+  CANOpenDispatcher::SRDODirection direction{};
+  CANOpenDispatcher::SRDOParameters parameters{};
+  std::uint16_t signature = 0;
+  for (int number = 1; number <= 16; ++number) {
+    ASSERT_EQ(library_.getSRDOParameters(SRDO{number}, direction, parameters, signature), NKR_OK) << number;
+    EXPECT_EQ(library_.setSRDOParameters(SRDO{number}, parameters), NKR_OK) << number << ": as it is";
+    parameters.enabled = true;
+    parameters.cobId1 = static_cast<std::uint16_t>(0x101 + 2 * number);
+    parameters.cobId2 = static_cast<std::uint16_t>(0x102 + 2 * number);
+    EXPECT_EQ(library_.setSRDOParameters(SRDO{number}, parameters), NKR_OK) << number;
+  }
+  EXPECT_EQ(library_.setSRDOConfigurationValidity(), NKR_OK);
+  bool valid = false;
+  EXPECT_EQ(library_.getSRDOConfigurationValidity(valid), NKR_OK);
+  EXPECT_TRUE(valid);
+}
+
 }  // namespace

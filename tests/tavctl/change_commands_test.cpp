@@ -86,10 +86,17 @@ TEST(Polarity, IsSetAndReadBack) {
 
 TEST(OptionCodes, AreSetAndReadBack) {
   const DriveOnBus drive;
-  const auto result = drive.tavctl({"option-codes", "--quick-stop", "6", "--halt", "-1", "--json"});
+  const auto result = drive.tavctl({"option-codes", "--quick-stop", "6", "--halt", "4", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_EQ(result.json()["quick-stop"], 6);
-  EXPECT_EQ(result.json()["halt"], -1);
+  EXPECT_EQ(result.json()["halt"], 4);
+}
+
+TEST(OptionCodes, ThatTheDriveDoesNotHaveAreRefusedByIt) {
+  const DriveOnBus drive;
+  const auto result = drive.tavctl({"option-codes", "--halt", "-1"});
+  EXPECT_EQ(result.code, 6);
+  EXPECT_NE(result.err.find("0x06090030"), std::string::npos) << result.err;
 }
 
 TEST(Nmt, WaitsForTheStateThatFollows) {

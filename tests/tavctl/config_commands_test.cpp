@@ -63,6 +63,25 @@ TEST(Config, IdentifiersFollowTheNodeIdOfTheDriveThatTakesThem) {
   EXPECT_EQ(other.tavctl({"pdo", "show", "--node", "20", "--json"}).json()["pdos"][0]["cob_id"], 0x200 + 20);
 }
 
+TEST(Config, IdentifiersOfEmergenciesAndSDOChannelsAreMadeInvalidBeforeTheyChange) {
+  const tavtest::TemporaryFile file("");
+  const DriveOnBus drive;
+  const auto write = [&](const char* object, const char* value) {
+    const auto written = drive.tavctl({"write", object, value});
+    EXPECT_EQ(written.code, 0) << written.err;
+  };
+  write("0x1201:1", "0x6A0");
+  write("0x1201:2", "0x6C0");
+  ASSERT_EQ(drive.tavctl({"config", "save", file.path()}).code, 0);
+  for (const char* const object : {"0x1014", "0x1201:1", "0x1201:2"}) write(object, "0x80000000");
+  write("0x1014", "0x0A5");
+  write("0x1201:1", "0x6A1");
+  write("0x1201:2", "0x6C1");
+  const auto loaded = drive.tavctl({"config", "load", file.path()});
+  EXPECT_EQ(loaded.code, 0) << loaded.out << loaded.err;
+  EXPECT_EQ(drive.tavctl({"config", "diff", file.path()}).code, 0);
+}
+
 TEST(Config, ADifferenceIsNamedWithBothValues) {
   const DriveOnBus drive;
   const tavtest::TemporaryFile file("");

@@ -97,13 +97,22 @@ TEST(Safety, AnIncompleteConfigurationFileIsRefusedWithWhatIsMissing) {
 TEST(Srdo, IsChangedInPreOperationalAndDeclaredValid) {
   const DriveOnBus drive;
   ASSERT_EQ(drive.tavctl({"nmt", "start"}).code, 0);
-  const auto set = drive.tavctl({"safety", "srdo", "set", "2", "enabled=on", "refresh_time=30"});
+  const auto set = drive.tavctl(
+      {"safety", "srdo", "set", "2", "enabled=on", "refresh_time=30", "cob_id_1=0x115", "cob_id_2=0x116"});
   EXPECT_EQ(set.code, 0) << set.err;
   EXPECT_NE(set.err.find("pre-operational"), std::string::npos) << "it says that it leaves operational";
   const auto valid = drive.tavctl({"safety", "srdo", "validate", "--json"});
   EXPECT_EQ(valid.code, 0) << valid.err;
   EXPECT_EQ(valid.json()["valid"], true);
   EXPECT_EQ(drive.tavctl({"safety", "verify"}).code, 0);
+}
+
+TEST(Srdo, IsNotDeclaredValidWithoutIdentifiers) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"safety", "srdo", "set", "2", "enabled=on"}).code, 0);
+  const auto valid = drive.tavctl({"safety", "srdo", "validate"});
+  EXPECT_EQ(valid.code, 6);
+  EXPECT_NE(valid.err.find("0x06040043"), std::string::npos) << valid.err;
 }
 
 TEST(SafetyReport, HoldsIdentityInputsAndBothSignaturesAndEscapesWhatTheDriveSays) {

@@ -9,6 +9,7 @@ namespace tav::drive {
 enum class Abort : std::uint32_t {
   NONE = 0,
   TOGGLE_BIT = 0x05030000,
+  TIMED_OUT = 0x05040000,
   UNKNOWN_COMMAND = 0x05040001,
   BLOCK_SIZE = 0x05040002,
   SEQUENCE = 0x05040003,

@@ -28,9 +28,11 @@ struct Object {
   bool readable = true;
   bool writable = false;
   bool mappable = false;  ///< into a PDO
+  bool moves = false;     ///< changes by itself while the motor turns
   std::optional<long double> low;
   std::optional<long double> high;
-  std::string default_text;  ///< as the description has it: it may depend on the node id
+  Object* stands_for = nullptr;  ///< the object whose value this is another name of
+  std::string default_text;      ///< as the description has it: it may depend on the node id
   Bytes value;
 
   std::function<Abort()> refresh;  ///< before a read: brings `value` up to date, or says why it has none

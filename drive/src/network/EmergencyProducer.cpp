@@ -2,18 +2,18 @@
 
 #include <algorithm>
 
+#include "node/CobId.hpp"
+
 namespace tav::drive {
 namespace {
 
-constexpr std::uint32_t kNotValid = 0x80000000;
-constexpr std::uint32_t kIdentifier = 0x7FF;
 constexpr std::size_t kMostWaiting = 64;
 
 }  // namespace
 
 EmergencyProducer::EmergencyProducer(Context& context)
     : context_(context),
-      identifier_(context.dictionary, 0x1014, 0, kNotValid),
+      identifier_(context.dictionary, 0x1014, 0, kCobIdNotValid),
       inhibit_time_(context.dictionary, 0x1015, 0) {}
 
 void EmergencyProducer::send(std::uint16_t code, std::uint8_t error_register, const VendorBytes& vendor) {
@@ -34,8 +34,9 @@ void EmergencyProducer::run() {
     nkr::can::Frame frame = waiting_.front();
     waiting_.pop_front();
     const std::uint32_t identifier = identifier_.get();
-    if ((identifier & kNotValid) != 0) continue;
-    frame.id = identifier & kIdentifier;
+    if (refuses_cob_id(identifier, std::nullopt) != Abort::NONE || (identifier & kCobIdNotValid) != 0)
+      continue;
+    frame.id = identifier;
     context_.transmit(frame);
     constexpr std::chrono::microseconds kUnit(100);
     allowed_from_ = context_.now + inhibit_time_.get() * kUnit;
@@ -43,7 +44,7 @@ void EmergencyProducer::run() {
 }
 
 void EmergencyProducer::reset(Reset kind) {
-  if (kind == Reset::NODE) waiting_.clear();
+  if (kind != Reset::COMMUNICATION) waiting_.clear();
   allowed_from_ = Time::min();
 }
 

@@ -118,7 +118,7 @@ void Errors::record(const Error& error) {
 }
 
 void Errors::reset(Reset kind) {
-  if (kind == Reset::NODE) active_.clear();
+  if (kind != Reset::COMMUNICATION) active_.clear();
   show();
 }
 

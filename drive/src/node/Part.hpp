@@ -14,8 +14,8 @@ namespace tav::drive {
 /** NMT states of a device, by the code its heartbeat carries (CiA 301, 7.2.8.3.2.2). */
 enum class NMTState : std::uint8_t { INITIALISING = 0, STOPPED = 4, OPERATIONAL = 5, PRE_OPERATIONAL = 127 };
 
-/** How much of the drive starts anew. */
-enum class Reset : std::uint8_t { NODE, COMMUNICATION };
+/** How much of the drive starts anew: all that it knows, or what the NMT command of that name resets. */
+enum class Reset : std::uint8_t { POWER_ON, NODE, COMMUNICATION };
 
 /** An access by SDO, when it begins. */
 struct Access {

@@ -1,9 +1,10 @@
 #include "pdo/PDOParameters.hpp"
 
+#include "node/CobId.hpp"
+
 namespace tav::drive {
 namespace {
 
-constexpr std::uint32_t kExtended = 0x20000000;
 constexpr std::size_t kMostBytes = 8;
 constexpr std::uint8_t kMostEntries = 64;
 
@@ -12,13 +13,6 @@ std::uint16_t communication_index(PDOParameters::Direction direction, std::uint1
   constexpr unsigned kTransmit = 0x1800;
   const unsigned first = direction == PDOParameters::Direction::RECEIVE ? kReceive : kTransmit;
   return static_cast<std::uint16_t>(first + number);
-}
-
-/** Identifiers that no PDO may use (CiA 301, 7.3.5). */
-bool restricted(std::uint32_t identifier) {
-  return identifier <= 0x07F || (identifier >= 0x101 && identifier <= 0x180) ||
-         (identifier >= 0x581 && identifier <= 0x5FF) || (identifier >= 0x601 && identifier <= 0x67F) ||
-         (identifier >= 0x6E0 && identifier <= 0x6FF) || identifier >= 0x701;
 }
 
 /** 241 to 253 are reserved, or want remote frames, which the drive does not answer. */
@@ -32,7 +26,7 @@ PDOParameters::PDOParameters(Context& context, Direction direction, std::uint16_
     : context_(context),
       direction_(direction),
       mapping_index_(static_cast<std::uint16_t>(communication_index(direction, number) + 0x200)),
-      cob_id_(context.dictionary, communication_index(direction, number), 1, kNotValid),
+      cob_id_(context.dictionary, communication_index(direction, number), 1, kCobIdNotValid),
       type_(context.dictionary, communication_index(direction, number), 2, 255),
       inhibit_time_(context.dictionary, communication_index(direction, number), 3, 0),
       event_timer_(context.dictionary, communication_index(direction, number), 5, 0),
@@ -45,7 +39,7 @@ void PDOParameters::watch_objects() {
     if (object != nullptr) object->refuse_when(std::move(reason));
   };
   refuse(cob_id_.object(), [this](const Bytes& bytes) {
-    return refuses_cob_id(static_cast<std::uint32_t>(unsigned_of(bytes)));
+    return refuses_identifier(static_cast<std::uint32_t>(unsigned_of(bytes)));
   });
   refuse(type_.object(), [](const Bytes& bytes) { return refuses_type(unsigned_of(bytes)); });
   refuse(inhibit_time_.object(),
@@ -64,11 +58,10 @@ void PDOParameters::watch_objects() {
 }
 
 /** A valid PDO keeps its identifier; the write that makes it invalid may bring another. */
-Abort PDOParameters::refuses_cob_id(std::uint32_t cob_id) const {
-  if ((cob_id & kNotValid) != 0) return Abort::NONE;
-  const std::uint32_t identifier = cob_id & kIdentifier;
-  if ((cob_id & kExtended) != 0 || restricted(identifier)) return Abort::INVALID_VALUE;
-  return valid() && identifier != this->identifier() ? Abort::INVALID_VALUE : Abort::NONE;
+Abort PDOParameters::refuses_identifier(std::uint32_t cob_id) const {
+  // Of a TPDO bit 30 says that it is not asked for by remote frames.
+  const std::uint32_t own_bits = direction_ == Direction::TRANSMIT ? kCobIdBit30 : 0;
+  return refuses_cob_id(cob_id, valid() ? std::optional(identifier()) : std::nullopt, own_bits);
 }
 
 Abort PDOParameters::refuses_count(std::uint64_t count) const {
@@ -103,8 +96,8 @@ std::uint32_t PDOParameters::entry(std::size_t number) const {
 }
 
 void PDOParameters::take() {
-  valid_ = (cob_id_.get() & kNotValid) == 0;
-  identifier_ = cob_id_.get() & kIdentifier;
+  identifier_ = cob_id_.get() & kCobIdIdentifier;
+  valid_ = (cob_id_.get() & kCobIdNotValid) == 0 && !is_restricted(identifier_);
   transmission_type_ = type_.get();
   objects_.clear();
   size_ = 0;

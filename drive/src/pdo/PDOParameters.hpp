@@ -38,12 +38,10 @@ class PDOParameters {
   [[nodiscard]] std::size_t size() const { return size_; }
 
  private:
-  static constexpr std::uint32_t kNotValid = 0x80000000;
-  static constexpr std::uint32_t kIdentifier = 0x7FF;
   static constexpr std::uint8_t kLastSynchronous = 240;
 
   void watch_objects();
-  [[nodiscard]] Abort refuses_cob_id(std::uint32_t cob_id) const;
+  [[nodiscard]] Abort refuses_identifier(std::uint32_t cob_id) const;
   [[nodiscard]] Abort refuses_count(std::uint64_t count) const;
   [[nodiscard]] Abort refuses_entry(std::uint32_t entry) const;
   [[nodiscard]] Object* mapped_by(std::uint32_t entry) const;

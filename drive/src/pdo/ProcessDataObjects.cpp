@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "node/CobId.hpp"
+
 namespace tav::drive {
 namespace {
 
-constexpr std::uint32_t kProducesSync = 0x40000000;
-constexpr std::uint32_t kExtended = 0x20000000;
-constexpr std::uint32_t kIdentifier = 0x7FF;
 constexpr std::uint16_t kMostPDOs = 512;
 
 /** How often values that change by themselves are looked at. */
@@ -25,12 +24,6 @@ ProcessDataObjects::ProcessDataObjects(Context& context, Errors& errors, std::fu
     if (context.dictionary.find(static_cast<std::uint16_t>(0x1400 + number), 1) != nullptr) {
       receive_.push_back(std::make_unique<ReceivePDO>(context, errors, number));
     }
-  }
-  if (Object* object = sync_id_.object()) {
-    object->refuse_when([](const Bytes& bytes) {
-      const bool unsupported = (unsigned_of(bytes) & (kProducesSync | kExtended)) != 0;
-      return unsupported ? Abort::INVALID_VALUE : Abort::NONE;
-    });
   }
 }
 
@@ -49,7 +42,7 @@ void ProcessDataObjects::start_over() {
 
 void ProcessDataObjects::receive(const nkr::can::Frame& frame) {
   if (!operational()) return;
-  if (frame.id == (sync_id_.get() & kIdentifier) && frame.size <= 1) {
+  if (frame.id == (sync_id_.get() & kCobIdIdentifier) && !is_restricted(frame.id) && frame.size <= 1) {
     // What the drive sends with a SYNC is the state at the SYNC: what it takes with it acts afterwards.
     for (auto& pdo : transmit_) pdo->sync();
     for (auto& pdo : receive_) pdo->sync();
@@ -60,8 +53,17 @@ void ProcessDataObjects::receive(const nkr::can::Frame& frame) {
 
 void ProcessDataObjects::sample() {
   if (!operational()) return;
-  sampled_ = context_.now;
-  for (auto& pdo : transmit_) pdo->sample();
+  const bool moving = moving_();
+  moved_ = moved_ || moving;
+  const bool moving_too = !moved_ || context_.now >= look_due();
+  for (auto& pdo : transmit_) pdo->sample(moving_too);
+  if (!moving_too) return;
+  looked_at_ = context_.now;
+  moved_ = moving;
+}
+
+Time ProcessDataObjects::look_due() const {
+  return std::max(looked_at_, context_.now - kCycle) + kCycle;
 }
 
 bool ProcessDataObjects::has_event_driven() const {
@@ -73,8 +75,7 @@ Time ProcessDataObjects::next_due() const {
   Time due = Time::max();
   for (const auto& pdo : transmit_) due = std::min(due, pdo->next_due());
   for (const auto& pdo : receive_) due = std::min(due, pdo->next_due());
-  if (has_event_driven() && moving_())
-    due = std::min(due, std::max(sampled_, context_.now - kCycle) + kCycle);
+  if (has_event_driven() && moved_) due = std::min(due, look_due());
   return due;
 }
 

@@ -18,7 +18,10 @@ class ProcessDataObjects : public Part {
   /** @param moving whether values change by themselves */
   ProcessDataObjects(Context& context, Errors& errors, std::function<bool()> moving);
 
-  /** Something may have changed: TPDOs that are sent on change look. */
+  /**
+   * Something may have changed: TPDOs that are sent on change look. At values that change by themselves they
+   * look every 10 ms, however often this is called, and once more when nothing moves any longer.
+   */
   void sample();
 
   void reset(Reset kind) override;
@@ -37,7 +40,10 @@ class ProcessDataObjects : public Part {
   Variable<std::uint32_t> sync_id_;
   std::vector<std::unique_ptr<TransmitPDO>> transmit_;
   std::vector<std::unique_ptr<ReceivePDO>> receive_;
-  Time sampled_ = Time::min();
+  [[nodiscard]] Time look_due() const;
+
+  Time looked_at_ = Time::min();  ///< at the values that move
+  bool moved_ = false;            ///< something, when or since it was looked at them
 };
 
 }  // namespace tav::drive

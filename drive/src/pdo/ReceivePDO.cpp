@@ -22,18 +22,29 @@ void ReceivePDO::start_over() {
   parameters_.take();
   waiting_.reset();
   deadline_ = Time::max();
+  for (const std::uint16_t code : {kTooShort, kTooLong, kTimedOut}) clear(code);
 }
 
-void ReceivePDO::report(std::uint16_t code) {
-  const VendorBytes vendor{static_cast<std::uint8_t>(number_ + 1),
-                           static_cast<std::uint8_t>((number_ + 1) >> 8)};
-  errors_.raise(code, vendor, Errors::Ends::WITH_ITS_CAUSE, false);
+VendorBytes ReceivePDO::vendor_bytes() const {
+  return {static_cast<std::uint8_t>(number_ + 1), static_cast<std::uint8_t>((number_ + 1) >> 8)};
+}
+
+void ReceivePDO::raise(std::uint16_t code) {
+  errors_.raise(code, vendor_bytes(), Errors::Ends::WITH_ITS_CAUSE, true);
+}
+
+void ReceivePDO::clear(std::uint16_t code) {
+  errors_.clear(code, vendor_bytes());
 }
 
 void ReceivePDO::receive(const nkr::can::Frame& frame) {
-  if (!parameters_.valid() || frame.id != parameters_.identifier()) return;
-  if (frame.size < parameters_.size()) return report(kTooShort);
-  if (frame.size > parameters_.size()) report(kTooLong);
+  if (!parameters_.valid() || frame.id != parameters_.identifier() || parameters_.objects().empty()) return;
+  if (frame.size < parameters_.size()) raise(kTooShort);
+  if (frame.size > parameters_.size()) raise(kTooLong);
+  if (frame.size >= parameters_.size()) clear(kTooShort);
+  if (frame.size <= parameters_.size()) clear(kTooLong);
+  if (frame.size < parameters_.size()) return;
+  clear(kTimedOut);
   const Duration timer = parameters_.event_timer();
   deadline_ = timer == Duration::zero() ? Time::max() : context_.now + timer;
   if (parameters_.synchronous()) {
@@ -63,7 +74,7 @@ void ReceivePDO::apply(const nkr::can::Frame& frame) {
 void ReceivePDO::run() {
   if (context_.now < deadline_) return;
   deadline_ = Time::max();
-  report(kTimedOut);
+  raise(kTimedOut);
 }
 
 }  // namespace tav::drive

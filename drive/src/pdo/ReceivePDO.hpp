@@ -9,7 +9,10 @@
 
 namespace tav::drive {
 
-/** Takes values out of the frames of one RPDO: at once, or with the next SYNC. */
+/**
+ * Takes values out of the frames of one RPDO: at once, or with the next SYNC. A wrong length, and that it
+ * stays away, is an error until a frame says otherwise.
+ */
 class ReceivePDO {
  public:
   ReceivePDO(Context& context, Errors& errors, std::uint16_t number);
@@ -24,7 +27,9 @@ class ReceivePDO {
 
  private:
   void apply(const nkr::can::Frame& frame);
-  void report(std::uint16_t code);
+  void raise(std::uint16_t code);
+  void clear(std::uint16_t code);
+  [[nodiscard]] VendorBytes vendor_bytes() const;
 
   Context& context_;
   Errors& errors_;

@@ -16,7 +16,7 @@ void TransmitPDO::start_over() {
   syncs_ = 0;
   allowed_from_ = Time::min();
   timer_ = Time::max();
-  if (context_.nmt == NMTState::OPERATIONAL) sample();
+  if (context_.nmt == NMTState::OPERATIONAL) sample(true);
 }
 
 nkr::can::Frame TransmitPDO::frame() {
@@ -41,7 +41,7 @@ void TransmitPDO::send(const nkr::can::Frame& frame) {
 }
 
 void TransmitPDO::sync() {
-  if (!parameters_.valid() || !parameters_.synchronous()) return;
+  if (!sends() || !parameters_.synchronous()) return;
   const nkr::can::Frame now = frame();
   if (parameters_.transmission_type() == 0) {
     if (!sent_ || now != last_) send(now);
@@ -50,10 +50,23 @@ void TransmitPDO::sync() {
   }
 }
 
-void TransmitPDO::sample() {
-  if (!event_driven() || parameters_.objects().empty()) return;
+bool TransmitPDO::has_news(const nkr::can::Frame& now, bool moving_too) const {
+  if (!sent_) return true;
+  auto value = now.data.begin();
+  auto last = last_.data.begin();
+  for (const Object* const object : parameters_.objects()) {
+    const auto size = static_cast<std::ptrdiff_t>(object->size);
+    if ((moving_too || !object->moves) && !std::equal(value, value + size, last)) return true;
+    value += size;
+    last += size;
+  }
+  return false;
+}
+
+void TransmitPDO::sample(bool moving_too) {
+  if (!event_driven()) return;
   const nkr::can::Frame now = frame();
-  if (sent_ && now == last_) return;
+  if (!has_news(now, moving_too)) return;
   if (context_.now >= allowed_from_) {
     send(now);
   } else {
@@ -63,16 +76,16 @@ void TransmitPDO::sample() {
 
 Time TransmitPDO::next_due() const {
   if (!event_driven()) return Time::max();
-  return std::min(timer_, news_ ? allowed_from_ : Time::max());
+  return std::min(std::max(timer_, allowed_from_), news_ ? allowed_from_ : Time::max());
 }
 
 void TransmitPDO::run() {
   if (!event_driven()) return;
   if (news_ && context_.now >= allowed_from_) {
     news_ = false;
-    sample();
+    sample(true);
   }
-  if (context_.now >= timer_) send(frame());
+  if (context_.now >= std::max(timer_, allowed_from_)) send(frame());
 }
 
 }  // namespace tav::drive

@@ -16,13 +16,16 @@ class TransmitPDO {
 
   void start_over();
   void sync();
-  /** Looks whether a value has changed. */
-  void sample();
-  [[nodiscard]] bool event_driven() const { return parameters_.valid() && !parameters_.synchronous(); }
+  /** Looks whether a value has changed; at those that change by themselves only when it is their turn. */
+  void sample(bool moving_too);
+  [[nodiscard]] bool event_driven() const { return sends() && !parameters_.synchronous(); }
   [[nodiscard]] Time next_due() const;
   void run();
 
  private:
+  /** One without entries is valid and sends nothing. */
+  [[nodiscard]] bool sends() const { return parameters_.valid() && !parameters_.objects().empty(); }
+  [[nodiscard]] bool has_news(const nkr::can::Frame& now, bool moving_too) const;
   [[nodiscard]] nkr::can::Frame frame();
   void send(const nkr::can::Frame& frame);
 

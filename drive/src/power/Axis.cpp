@@ -17,13 +17,6 @@ double seconds_for(double difference, double ramp) {
 Axis::Axis(const Mechanics& mechanics)
     : steps_per_second_(mechanics.steps_per_electrical_revolution * mechanics.pole_pairs / 60.0) {}
 
-void Axis::reset(Time now) {
-  now_ = now;
-  velocity_ = 0;
-  target_ = 0;
-  position_ = 0;
-}
-
 Axis::Ramp Axis::ramp_from(double velocity) const {
   const bool slows_down = velocity * (target_ - velocity) < 0;
   if (!slows_down) return {target_, seconds_for(target_ - velocity, acceleration_)};

@@ -12,10 +12,9 @@ namespace tav::drive {
  */
 class Axis {
  public:
+  /** Stands still at position 0. */
   explicit Axis(const Mechanics& mechanics);
 
-  /** Stands still at position 0 at that time. */
-  void reset(Time now);
   /** Lets it turn until then. */
   void advance(Time now);
   /** Where its speed runs to from now on; a ramp that is not above 0 is no ramp: at once. */

@@ -1,6 +1,7 @@
 #include "power/Health.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace tav::drive {
@@ -76,7 +77,7 @@ void Health::measure(const Environment& environment) {
 }
 
 void Health::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
+  if (kind == Reset::COMMUNICATION) return;
   for (Watch& watch : watches_) {
     watch.level = Level::WELL;
     watch.warned_until = Time::max();
@@ -96,6 +97,7 @@ void Health::evaluate() {
   set_level(watches_[kMosfet], mosfet(watches_[kMosfet].level));
   set_level(watches_[kDriver], driver(watches_[kDriver].level));
   show_levels();
+  effects_.may_turn();
 }
 
 Health::Level Health::voltage_low() {
@@ -112,7 +114,7 @@ Health::Level Health::voltage_high() {
 
 Health::Level Health::current() {
   if (config("phase_oc_error") == nullptr) return Level::WELL;
-  const double amount = environment_.phase_current_ma * factor("phase_over_board_factor");
+  const double amount = std::abs(environment_.phase_current_ma * factor("phase_over_board_factor"));
   if (amount > limit("phase_oc_error")) return Level::ERROR;
   return amount > limit("phase_oc_warning") ? Level::WARNING : Level::WELL;
 }
@@ -144,8 +146,8 @@ void Health::set_level(Watch& watch, Level level) {
   }
   if (level == Level::ERROR) {
     errors_.raise(watch.code, {}, Errors::Ends::ACKNOWLEDGED, true);
-    start_protection();
     effects_.fault();
+    start_protection();
   } else if (before == Level::ERROR) {
     errors_.clear_code(watch.code);
   }
@@ -177,10 +179,9 @@ void Health::protect(Protection next) {
   previous_protect_state_.set(static_cast<std::uint32_t>(protection_));
   protection_ = next;
   protect_state_.set(static_cast<std::uint32_t>(next));
-  if (next == Protection::NONE) {
-    protection_ends_ = Time::max();
-    return;
-  }
+  protection_ends_ = Time::max();
+  effects_.may_turn();
+  if (next == Protection::NONE) return;
   const bool first = next == Protection::ZERO_TORQUE;
   const Variable<std::uint32_t> time(
       config(first ? "time_ms_zero_torque_protect" : "time_ms_brake_cc_protect"));

@@ -17,22 +17,29 @@ namespace tav::drive {
  *
  * A state is 0 when all is well, 1 for a warning, 2 for an error. A warning of supply or current that lasts
  * longer than its time-out becomes an error. On an error the protection runs: 1 zero torque, then 2 short
- * circuit of the phases, each for its time, then 0.
+ * circuit of the phases, each for its time, then 0: there is no torque as long.
  */
 class Health : public Part {
  public:
+  /** What protects the power stage after an error. */
+  enum class Protection : std::uint8_t { NONE = 0, ZERO_TORQUE = 1, BRAKE_SHORT_CIRCUIT = 2 };
+
   struct Effects {
     std::function<void()> fault;        ///< an error has come up
     std::function<void(bool)> warning;  ///< whether there is a warning
-    std::function<void()> may_turn;     ///< calibrated() may have changed
+    std::function<void()> may_turn;     ///< may_give_torque() or protection() may have changed
   };
   Health(Context& context, Errors& errors, Effects effects);
 
   /** What the sensors measure from now on. */
   void measure(const Environment& environment);
   [[nodiscard]] const Environment& environment() const { return environment_; }
-  /** The motor cannot be driven without its calibration. */
-  [[nodiscard]] bool calibrated() const { return calibrated_; }
+  /** A motor cannot be driven without its calibration, without supply, and while the protection runs. */
+  [[nodiscard]] bool may_give_torque() const {
+    return calibrated_ && has_supply() && protection_ == Protection::NONE;
+  }
+  [[nodiscard]] bool has_supply() const { return environment_.battery_mv > 0; }
+  [[nodiscard]] Protection protection() const { return protection_; }
 
   void reset(Reset kind) override;
   [[nodiscard]] Time next_due() const override;
@@ -40,7 +47,6 @@ class Health : public Part {
 
  private:
   enum class Level : std::uint8_t { WELL = 0, WARNING = 1, ERROR = 2 };
-  enum class Protection : std::uint8_t { NONE = 0, ZERO_TORQUE = 1, BRAKE_SHORT_CIRCUIT = 2 };
 
   /** One supervised quantity. */
   struct Watch {

@@ -1,5 +1,7 @@
 #include "power/PowerStateMachine.hpp"
 
+#include <utility>
+
 namespace tav::drive {
 namespace {
 
@@ -45,10 +47,12 @@ unsigned state_bits(PowerState state) {
 constexpr std::int16_t kDisable = 0;
 constexpr std::int16_t kSlowDown = 1;
 constexpr std::int16_t kQuickStop = 2;
+constexpr std::int16_t kVoltageLimit = 4;
 
 // Quick stop option code: from here on the drive stays in QUICK_STOP_ACTIVE.
 constexpr std::int16_t kSlowDownAndStay = 5;
 constexpr std::int16_t kQuickStopAndStay = 6;
+constexpr std::int16_t kVoltageLimitAndStay = 8;
 
 // Abort connection option code.
 constexpr std::int16_t kFaultSignal = 1;
@@ -75,8 +79,7 @@ PowerStateMachine::PowerStateMachine(Context& context, VelocityMode& motion, Err
       controlword_(context.dictionary, 0x6040, 0),
       statusword_(context.dictionary, 0x6041, 0),
       unit_statusword_(context.dictionary.find("nkr_tav_status_word")),
-      mode_(context.dictionary, 0x6060, 0, 2),
-      mode_display_(context.dictionary, 0x6061, 0, 2),
+      mode_display_(context.dictionary, 0x6061, 0),
       abort_connection_option_(context.dictionary, 0x6007, 0, kFaultSignal),
       quick_stop_option_(context.dictionary, 0x605A, 0, kQuickStop),
       shutdown_option_(context.dictionary, 0x605B, 0, kDisable),
@@ -85,7 +88,25 @@ PowerStateMachine::PowerStateMachine(Context& context, VelocityMode& motion, Err
       fault_reaction_option_(context.dictionary, 0x605E, 0, kQuickStop),
       peripherals_(context.dictionary) {
   motion_.when_settled([this] { motion_settled(); });
+  guard_option_codes();
   watch_objects();
+}
+
+/** An option code that no standard defines is none (CiA 402-2, 8.4.5 to 8.4.10). */
+void PowerStateMachine::guard_option_codes() {
+  const auto allow = [](const Variable<std::int16_t>& option, std::int16_t first, std::int16_t last) {
+    if (option.object() == nullptr) return;
+    option.object()->refuse_when([first, last](const Bytes& bytes) {
+      const std::int64_t code = signed_of(bytes);
+      return code >= first && code <= last ? Abort::NONE : Abort::INVALID_VALUE;
+    });
+  };
+  allow(abort_connection_option_, kDisable, kQuickStopCommand);
+  allow(quick_stop_option_, kDisable, kVoltageLimitAndStay);
+  allow(shutdown_option_, kDisable, kSlowDown);
+  allow(disable_operation_option_, kDisable, kSlowDown);
+  allow(halt_option_, kSlowDown, kVoltageLimit);
+  allow(fault_reaction_option_, kDisable, kVoltageLimit);
 }
 
 void PowerStateMachine::watch_objects() {
@@ -113,7 +134,7 @@ void PowerStateMachine::watch_objects() {
 }
 
 void PowerStateMachine::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
+  if (kind == Reset::COMMUNICATION) return;
   last_controlword_ = 0;
   torque_inhibited_ = false;
   supply_ = true;
@@ -265,7 +286,16 @@ bool PowerStateMachine::has_torque() const {
          state_ == PowerState::FAULT_REACTION_ACTIVE;
 }
 
+void PowerStateMachine::set_safe_brake(bool applied) {
+  if (std::exchange(safe_brake_, applied) != applied) motion_.command(movement());
+}
+
+void PowerStateMachine::short_circuit_phases(bool shorted) {
+  if (std::exchange(phases_shorted_, shorted) != shorted) motion_.command(movement());
+}
+
 Movement PowerStateMachine::movement() const {
+  if (safe_brake_) return Movement::BRAKE;
   switch (state_) {
     case PowerState::OPERATION_ENABLED:
       if (after_stop_) return Movement::SLOW_DOWN;
@@ -275,7 +305,7 @@ Movement PowerStateMachine::movement() const {
     case PowerState::FAULT_REACTION_ACTIVE:
       return fault_movement();
     default:
-      return Movement::COAST;
+      return phases_shorted_ ? Movement::SHORT_CIRCUIT : Movement::COAST;
   }
 }
 
@@ -313,7 +343,7 @@ void PowerStateMachine::show_statusword() {
 }
 
 void PowerStateMachine::show_peripherals() {
-  mode_display_.set(mode_.get());
+  mode_display_.set(motion_.mode());
   peripherals_.brake_applied.set(has_torque() && !safe_brake_ ? 0 : 1);
   peripherals_.low_power_applied.set(1);
   peripherals_.high_power_applied.set(supply_ ? 1 : 0);

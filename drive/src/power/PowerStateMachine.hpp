@@ -42,8 +42,10 @@ class PowerStateMachine : public Part {
   /** Supply of the power stage. */
   void set_supply(bool present) { supply_ = present; }
   void set_warning(bool warning) { warning_ = warning; }
-  /** The brake is applied, torque or not. */
-  void set_safe_brake(bool applied) { safe_brake_ = applied; }
+  /** The brake is applied, torque or not: it stops the motor. */
+  void set_safe_brake(bool applied);
+  /** A power stage without torque short-circuits the phases of the motor, which brakes it. */
+  void short_circuit_phases(bool shorted);
 
   [[nodiscard]] PowerState state() const { return state_; }
 
@@ -62,6 +64,7 @@ class PowerStateMachine : public Part {
     Variable<std::uint8_t> communication_enabled;
   };
 
+  void guard_option_codes();
   void watch_objects();
   void controlword_written();
   void reset_fault();
@@ -92,11 +95,11 @@ class PowerStateMachine : public Part {
   bool supply_ = true;
   bool warning_ = false;
   bool safe_brake_ = false;
+  bool phases_shorted_ = false;
 
   Variable<std::uint16_t> controlword_;
   Variable<std::uint16_t> statusword_;
   Variable<std::uint16_t> unit_statusword_;
-  Variable<std::int8_t> mode_;
   Variable<std::int8_t> mode_display_;
   Variable<std::int16_t> abort_connection_option_;
   Variable<std::int16_t> quick_stop_option_;

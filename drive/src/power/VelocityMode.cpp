@@ -12,6 +12,10 @@ constexpr std::uint16_t kEnableRamp = 1U << 4;
 constexpr std::uint16_t kUnlockRamp = 1U << 5;
 constexpr std::uint16_t kReferenceRamp = 1U << 6;
 
+// Modes of operation, 0x6060.
+constexpr std::int8_t kNoMode = 0;
+constexpr std::int8_t kVelocityMode = 2;
+
 // Polarity, 0x607E.
 constexpr std::uint8_t kVelocityReversed = 1U << 6;
 constexpr std::uint8_t kPositionReversed = 1U << 7;
@@ -43,6 +47,7 @@ double VelocityMode::Ramp::per_second() const {
 VelocityMode::VelocityMode(Context& context)
     : context_(context),
       axis_(context.settings.mechanics),
+      mode_(context.dictionary, 0x6060, 0, kVelocityMode),
       controlword_(context.dictionary, 0x6040, 0),
       target_(context.dictionary, 0x6042, 0),
       demand_(context.dictionary, 0x6043, 0),
@@ -63,8 +68,14 @@ VelocityMode::VelocityMode(Context& context)
 }
 
 void VelocityMode::watch_objects() {
+  if (Object* const mode = mode_.object()) {
+    mode->refuse_when([](const Bytes& bytes) {
+      const std::int64_t number = signed_of(bytes);
+      return number == kNoMode || number == kVelocityMode ? Abort::NONE : Abort::INVALID_VALUE;
+    });
+  }
   for (Object* object :
-       {target_.object(), polarity_.object(), min_amount_.object(), max_amount_.object(),
+       {mode_.object(), target_.object(), polarity_.object(), min_amount_.object(), max_amount_.object(),
         acceleration_.speed.object(), acceleration_.time.object(), deceleration_.speed.object(),
         deceleration_.time.object(), quick_stop_.speed.object(), quick_stop_.time.object(),
         set_point_numerator_.object(), set_point_denominator_.object(), dimension_numerator_.object(),
@@ -78,6 +89,7 @@ void VelocityMode::watch_objects() {
   }
   for (Object* object : {demand_.object(), actual_.object(), velocity_.object(), position_.object()}) {
     if (object == nullptr) continue;
+    object->moves = true;
     object->refresh = [this] {
       show_values();
       return Abort::NONE;
@@ -86,10 +98,8 @@ void VelocityMode::watch_objects() {
 }
 
 void VelocityMode::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
-  axis_.reset(context_.now);
-  movement_ = Movement::COAST;
-  limited_ = false;
+  if (kind == Reset::COMMUNICATION) return;
+  command(Movement::COAST);
 }
 
 void VelocityMode::command(Movement movement) {
@@ -127,11 +137,15 @@ void VelocityMode::apply() {
     case Movement::FOLLOW:
       return follow();
     case Movement::SLOW_DOWN:
-      return axis_.run_to(0, 0, deceleration_.per_second());
+      return axis_.run_to(0, 0, per_second(deceleration_));
     case Movement::QUICK_STOP:
-      return axis_.run_to(0, 0, quick_stop_.per_second());
+      return axis_.run_to(0, 0, per_second(quick_stop_));
     case Movement::STOP_AT_LIMIT:
       return axis_.run_to(0, 0, context_.settings.mechanics.limit_deceleration);
+    case Movement::SHORT_CIRCUIT:
+      return axis_.run_to(0, 0, context_.settings.mechanics.short_circuit_deceleration);
+    case Movement::BRAKE:
+      return axis_.run_to(0, 0, context_.settings.mechanics.brake_deceleration);
   }
 }
 
@@ -139,16 +153,24 @@ void VelocityMode::follow() {
   // A locked ramp generator keeps its output (CiA 402-2, control word bit 5).
   const bool locked = ramp_bit(kEnableRamp) && !ramp_bit(kUnlockRamp);
   const double wanted = wanted_velocity();
-  axis_.run_to(locked ? axis_.velocity() : wanted, acceleration_.per_second(), deceleration_.per_second());
+  axis_.run_to(locked ? axis_.velocity() : wanted, per_second(acceleration_), per_second(deceleration_));
 }
 
 double VelocityMode::wanted_velocity() {
-  if (!ramp_bit(kEnableRamp) || !ramp_bit(kReferenceRamp)) {
+  if (mode() == kNoMode || !ramp_bit(kEnableRamp) || !ramp_bit(kReferenceRamp)) {
     limited_ = false;
     return 0;
   }
   const double sign = (polarity_.get() & kVelocityReversed) != 0 ? -1.0 : 1.0;
-  return within_limits(sign * target_.get() * set_point_factor() * dimension_factor());
+  return within_limits(sign * target_.get() * set_point_factor()) * dimension_factor();
+}
+
+std::int8_t VelocityMode::mode() const {
+  return mode_.get() == kVelocityMode ? kVelocityMode : kNoMode;
+}
+
+double VelocityMode::per_second(const Ramp& ramp) const {
+  return ramp.per_second() * std::abs(dimension_factor());
 }
 
 double VelocityMode::within_limits(double velocity) {

@@ -16,9 +16,16 @@ enum class Movement : std::uint8_t {
   SLOW_DOWN,      ///< stop on the deceleration ramp, 0x6049
   QUICK_STOP,     ///< stop on the quick-stop ramp, 0x604A
   STOP_AT_LIMIT,  ///< stop as hard as the motor can
+  SHORT_CIRCUIT,  ///< no torque; the short-circuited phases brake
+  BRAKE,          ///< the mechanical brake is applied, torque or not
 };
 
-/** Velocity mode (CiA 402-2, vl): set-point, factors, limits, ramps; demand and actual values; position. */
+/**
+ * Velocity mode (CiA 402-2, vl): set-point, factors, limits, ramps; demand and actual values; position.
+ * Set-point, limits and ramps are in the units of the user, which the dimension factor turns into 1/min. It
+ * is the only mode: while 0x6060 asks for another one there is no set-point. What resets the node stops no
+ * motor and moves no counter.
+ */
 class VelocityMode : public Part {
  public:
   explicit VelocityMode(Context& context);
@@ -30,6 +37,8 @@ class VelocityMode : public Part {
   [[nodiscard]] bool standstill();
   /** The motor's speed now, in 1/min, whatever the polarity. */
   [[nodiscard]] double velocity();
+  /** The mode of operation that acts, as 0x6061 tells it: this one, or 0 for none. */
+  [[nodiscard]] std::int8_t mode() const;
   /** Speed and position change by themselves. */
   [[nodiscard]] bool moving() const { return axis_.velocity() != 0 || !axis_.settled(); }
   /** Status word bit 10: the motor turns as the set-point asks, or stands when it is to stand. */
@@ -45,6 +54,7 @@ class VelocityMode : public Part {
   /** Delta speed over delta time (0x6048, 0x6049, 0x604A). */
   struct Ramp {
     Ramp(ObjectDictionary& dictionary, std::uint16_t index);
+    /** In the units of the user. */
     [[nodiscard]] double per_second() const;
     Variable<std::uint32_t> speed;
     Variable<std::uint16_t> time;
@@ -56,6 +66,7 @@ class VelocityMode : public Part {
   [[nodiscard]] double within_limits(double velocity);
   [[nodiscard]] double set_point_factor() const;
   [[nodiscard]] double dimension_factor() const;
+  [[nodiscard]] double per_second(const Ramp& ramp) const;
   [[nodiscard]] bool ramp_bit(std::uint16_t bit) const { return (controlword_.get() & bit) != 0; }
   void show_values();
   void watch_objects();
@@ -66,6 +77,7 @@ class VelocityMode : public Part {
   Movement movement_ = Movement::COAST;
   bool limited_ = false;
 
+  Variable<std::int8_t> mode_;
   Variable<std::uint16_t> controlword_;
   Variable<std::int16_t> target_;
   Variable<std::int16_t> demand_;

@@ -20,6 +20,46 @@ std::uint16_t mapping_of(std::uint8_t number) {
   return static_cast<std::uint16_t>(kMapping + number);
 }
 
+// Sub-indices of the communication parameters.
+constexpr std::uint8_t kDirection = 1;
+constexpr std::uint8_t kRefreshTime = 2;
+constexpr std::uint8_t kValidationTime = 3;
+constexpr std::uint8_t kTransmissionType = 4;
+constexpr std::uint8_t kCobId1 = 5;
+constexpr std::uint8_t kCobId2 = 6;
+
+/** The identifiers of SRDOs: the plain frame's is odd, that of its inverse the next one. */
+bool is_plain_identifier(std::uint64_t value) {
+  return value >= 0x101 && value <= 0x17F && value % 2 != 0;
+}
+bool is_inverse_identifier(std::uint64_t value) {
+  return value >= 0x102 && value <= 0x180 && value % 2 == 0;
+}
+
+/** An identifier of 0 says that there is none yet. */
+Abort refuses_parameter(std::uint8_t subindex, std::uint64_t value) {
+  constexpr std::uint64_t kReceive = 2;
+  constexpr std::uint64_t kEventDriven = 254;
+  const auto right = [&] {
+    switch (subindex) {
+      case kDirection:
+        return value <= kReceive;
+      case kRefreshTime:
+      case kValidationTime:
+        return value != 0;
+      case kTransmissionType:
+        return value == kEventDriven;
+      case kCobId1:
+        return value == 0 || is_plain_identifier(value);
+      case kCobId2:
+        return value == 0 || is_inverse_identifier(value);
+      default:
+        return true;
+    }
+  };
+  return right() ? Abort::NONE : Abort::INVALID_VALUE;
+}
+
 }  // namespace
 
 SRDOConfiguration::SRDOConfiguration(Context& context)
@@ -45,9 +85,16 @@ void SRDOConfiguration::guard(Object& object) {
 }
 
 void SRDOConfiguration::watch_parameters(std::uint8_t number) {
-  constexpr std::uint8_t kLastParameter = 6;
-  for (std::uint8_t subindex = 1; subindex <= kLastParameter; ++subindex) {
-    if (Object* object = context_.dictionary.find(parameters_of(number), subindex)) guard(*object);
+  for (std::uint8_t subindex = kDirection; subindex <= kCobId2; ++subindex) {
+    Object* const object = context_.dictionary.find(parameters_of(number), subindex);
+    if (object == nullptr) continue;
+    // The rule of the object takes the place of the description's limits: it answers with the standard's
+    // code.
+    object->low.reset();
+    object->high.reset();
+    guard(*object);
+    object->refuse_when(
+        [subindex](const Bytes& bytes) { return refuses_parameter(subindex, unsigned_of(bytes)); });
   }
 }
 
@@ -56,22 +103,26 @@ void SRDOConfiguration::watch_mapping(std::uint8_t number) {
   for (std::uint8_t subindex = 0; subindex <= kLastEntry; ++subindex) {
     Object* object = context_.dictionary.find(mapping_of(number), subindex);
     if (object == nullptr) continue;
+    object->low.reset();
+    object->high.reset();
     guard(*object);
     object->refuse_when([this, number, subindex](const Bytes& bytes) {
       if (in_use(number)) return Abort::UNSUPPORTED_ACCESS;
-      return subindex == 0 ? refuses_count(number, unsigned_of(bytes)) : Abort::NONE;
+      if (subindex == 0) return refuses_count(number, unsigned_of(bytes));
+      return count_of(number) != 0 ? Abort::UNSUPPORTED_ACCESS : Abort::NONE;
     });
   }
 }
 
 bool SRDOConfiguration::in_use(std::uint8_t number) const {
-  return Variable<std::uint8_t>(context_.dictionary, parameters_of(number), 1).get() != 0;
+  return parameter(number, kDirection) != 0;
 }
 
 /** Plain and inverted entry alternate, in whole bytes and equal lengths, up to eight bytes each. */
 Abort SRDOConfiguration::refuses_count(std::uint8_t number, std::uint64_t count) const {
   constexpr std::uint32_t kMostBits = 64;
-  if (count % 2 != 0) return Abort::INVALID_VALUE;
+  constexpr std::uint64_t kMostEntries = 16;
+  if (count % 2 != 0 || count > kMostEntries) return Abort::MAPPING_TOO_LONG;
   std::uint32_t plain_bits = 0;
   std::uint32_t length = 0;
   for (std::uint64_t i = 1; i <= count; ++i) {
@@ -94,9 +145,37 @@ Abort SRDOConfiguration::refuses_validity(std::uint64_t value) const {
   if (abort != Abort::NONE || value == 0) return abort;
   if (value != kDeclaredValid) return Abort::INVALID_VALUE;
   for (std::uint8_t number = 1; number <= kMostNumbers; ++number) {
-    if (in_use(number) && !signature_agrees(number)) return Abort::INCOMPATIBLE;
+    if (!in_use(number)) continue;
+    const bool alone = shares_no_identifier(number);
+    if (!alone || !is_complete(number) || !signature_agrees(number)) return Abort::INCOMPATIBLE;
   }
   return Abort::NONE;
+}
+
+std::uint32_t SRDOConfiguration::parameter(std::uint8_t number, std::uint8_t subindex) const {
+  return Variable<std::uint32_t>(context_.dictionary, parameters_of(number), subindex).get();
+}
+
+std::uint8_t SRDOConfiguration::count_of(std::uint8_t number) const {
+  return Variable<std::uint8_t>(context_.dictionary, mapping_of(number), 0).get();
+}
+
+/** All parameters are there and right, the identifiers are a pair, and what is mapped can be (EN 50325-5). */
+bool SRDOConfiguration::is_complete(std::uint8_t number) const {
+  for (std::uint8_t subindex = kDirection; subindex <= kCobId2; ++subindex) {
+    const bool there = context_.dictionary.find(parameters_of(number), subindex) != nullptr;
+    if (!there || refuses_parameter(subindex, parameter(number, subindex)) != Abort::NONE) return false;
+  }
+  const std::uint32_t plain = parameter(number, kCobId1);
+  const bool pair = plain != 0 && parameter(number, kCobId2) == plain + 1;
+  return pair && refuses_count(number, count_of(number)) == Abort::NONE;
+}
+
+bool SRDOConfiguration::shares_no_identifier(std::uint8_t number) const {
+  for (std::uint8_t other = 1; other < number; ++other) {
+    if (in_use(other) && parameter(other, kCobId1) == parameter(number, kCobId1)) return false;
+  }
+  return true;
 }
 
 /** EN 50325-5, 6.2: direction, times, identifiers, then the mapping entries with their sub-indices. */
@@ -107,7 +186,7 @@ bool SRDOConfiguration::signature_agrees(std::uint8_t number) const {
   for (const auto& [subindex, bytes] : kBytesOfParameters) {
     checksum.feed(dictionary.find(parameters_of(number), static_cast<std::uint8_t>(subindex)), bytes);
   }
-  const auto count = Variable<std::uint8_t>(dictionary, mapping_of(number), 0).get();
+  const std::uint8_t count = count_of(number);
   checksum.feed(count, 1);
   for (unsigned i = 1; i <= count; ++i) {
     checksum.feed(i, 1);

@@ -9,7 +9,8 @@ namespace tav::drive {
 
 /**
  * Rules for the configuration of safety-relevant data objects (EN 50325-5): parameters 0x1301 to 0x1340,
- * mapping 0x1381 to 0x13C0, signatures 0x13FF, and 0x13FE, which declares all of it valid.
+ * mapping 0x1381 to 0x13C0, signatures 0x13FF, and 0x13FE, which declares all of it valid. A wrong value is
+ * refused when it is written; what only the whole can tell, when it is declared valid.
  */
 class SRDOConfiguration : public Part {
  public:
@@ -20,6 +21,10 @@ class SRDOConfiguration : public Part {
   void watch_mapping(std::uint8_t number);
   [[nodiscard]] Abort refuses_count(std::uint8_t number, std::uint64_t count) const;
   [[nodiscard]] Abort refuses_validity(std::uint64_t value) const;
+  [[nodiscard]] std::uint32_t parameter(std::uint8_t number, std::uint8_t subindex) const;
+  [[nodiscard]] std::uint8_t count_of(std::uint8_t number) const;
+  [[nodiscard]] bool is_complete(std::uint8_t number) const;
+  [[nodiscard]] bool shares_no_identifier(std::uint8_t number) const;
   [[nodiscard]] bool in_use(std::uint8_t number) const;
   [[nodiscard]] bool signature_agrees(std::uint8_t number) const;
   [[nodiscard]] Abort refuses_while_operational() const;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "safety/SafetyCommands.hpp"
+
 namespace tav::drive {
 namespace {
 
@@ -36,6 +38,7 @@ SRDOConsumer::SRDOConsumer(Context& context, Errors& errors, std::function<void(
   for (std::uint8_t number = 1; number <= kMostNumbers; ++number) {
     if (context.dictionary.find(static_cast<std::uint16_t>(0x1300 + number), 1) != nullptr) add(number);
   }
+  guard_fed_objects();
 }
 
 void SRDOConsumer::add(std::uint8_t number) {
@@ -58,6 +61,35 @@ void SRDOConsumer::add(std::uint8_t number) {
     channel.entries.emplace_back(dictionary, mapping, entry);
   }
   channels_.push_back(std::move(channel));
+}
+
+void SRDOConsumer::guard_fed_objects() {
+  const auto guard = [this](Object& written, const Object& fed) {
+    written.refuse_when(
+        [this, &fed](const Bytes&) { return !applying_ && feeds(fed) ? Abort::DEVICE_STATE : Abort::NONE; });
+  };
+  const Object* const safe_input = context_.dictionary.find(SafetyCommands::kSafeInput);
+  for (Object& object : context_.dictionary.objects()) {
+    if (!object.writable) continue;
+    if (object.mappable || object.stands_for != nullptr || &object == safe_input) guard(object, object);
+    const bool maps_safe_input = object.name.rfind(SafetyCommands::kSafeInputMapping, 0) == 0;
+    if (maps_safe_input && safe_input != nullptr) guard(object, *safe_input);
+  }
+}
+
+/** A received SRDO writes that object, by whatever name. */
+bool SRDOConsumer::feeds(const Object& object) const {
+  if (context_.nmt != NMTState::OPERATIONAL) return false;
+  const auto itself = [](const Object& named) {
+    return named.stands_for != nullptr ? named.stands_for : &named;
+  };
+  return std::any_of(channels_.begin(), channels_.end(), [&](const Channel& channel) {
+    if (!in_use(channel)) return false;
+    const std::vector<Object*> objects = plain_objects(channel);
+    return std::any_of(objects.begin(), objects.end(), [&](const Object* const fed) {
+      return fed != nullptr && itself(*fed) == itself(object);
+    });
+  });
 }
 
 bool SRDOConsumer::in_use(const Channel& channel) const {
@@ -141,6 +173,7 @@ void SRDOConsumer::take_inverted(Channel& channel, const Frame& frame) {
 }
 
 void SRDOConsumer::apply(const Channel& channel) {
+  applying_ = true;
   auto byte = channel.plain.data.begin();
   for (Object* object : plain_objects(channel)) {
     if (object == nullptr) continue;
@@ -148,6 +181,7 @@ void SRDOConsumer::apply(const Channel& channel) {
     ObjectDictionary::write(*object, Bytes(byte, end));
     byte = end;
   }
+  applying_ = false;
 }
 
 void SRDOConsumer::fail(Channel& channel, std::uint16_t code) {

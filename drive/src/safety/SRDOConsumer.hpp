@@ -17,6 +17,9 @@ namespace tav::drive {
  * configuration is declared valid. The two frames come within its SRVT, and the pairs within its SCT; a frame
  * that is late, no inverse or of another length ends the reception until OPERATIONAL is entered again. From
  * the declaration of validity on the drive is in its safe state while an SRDO is not being received.
+ *
+ * What a received SRDO writes is its own in OPERATIONAL: nothing else writes it, and what the safe input word
+ * is mapped to, which no signature covers, stays while that word is one of them.
  */
 class SRDOConsumer : public Part {
  public:
@@ -57,6 +60,8 @@ class SRDOConsumer : public Part {
   void apply(const Channel& channel);
   void fail(Channel& channel, std::uint16_t code);
   void check_for_missing_data();
+  void guard_fed_objects();
+  [[nodiscard]] bool feeds(const Object& object) const;
   [[nodiscard]] std::vector<Object*> plain_objects(const Channel& channel) const;
 
   Context& context_;
@@ -65,6 +70,7 @@ class SRDOConsumer : public Part {
   Variable<std::uint8_t> valid_;
   std::vector<Channel> channels_;
   bool missing_ = false;
+  bool applying_ = false;  // it is the SRDO that writes
 };
 
 }  // namespace tav::drive

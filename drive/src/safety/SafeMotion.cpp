@@ -41,11 +41,7 @@ SafeMotion::SafeMotion(Context& context, const SafetyCommands& commands, Velocit
 }
 
 void SafeMotion::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
-  for (SpeedLimit& limit : limits_) limit.watch = Watch::NOT_DEMANDED;
-  for (Direction& direction : directions_) direction.violated = false;
-  for (Brake& brake : brakes_) brake.acts_since = Time::max();
-  due_ = Time::max();
+  if (kind == Reset::COMMUNICATION) return;
   follow();
 }
 

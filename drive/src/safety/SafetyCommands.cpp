@@ -55,8 +55,7 @@ void SafetyCommands::add_words() {
     add_word(status_words_, context_.dictionary.find(0x6621, subindex),
              static_cast<std::uint16_t>(0x66F8 + word));
   }
-  add_word(control_words_, "Safety controlwords manufacturer safety_controlword_safein",
-           "nkr_safety_word_scw_mapping_safein scw_cw_safein_bit");
+  add_word(control_words_, kSafeInput, kSafeInputMapping);
   add_word(status_words_, "Safety statuswords manufacturer safety_statusword_safeout",
            "nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit");
 }
@@ -86,7 +85,10 @@ void SafetyCommands::watch_objects() {
     if (object != nullptr) object->when_written([this] { evaluate(); });
   };
   for (const Function& function : functions_) watch(function.command.object());
-  watch(restart_behaviour_.object());
+  if (Object* const behaviour = restart_behaviour_.object()) {
+    behaviour->when_written([this] { interlocked_ = interlocked_ && restart_behaviour_.get() != 0; });
+    watch(behaviour);
+  }
   watch(activate_sbc_.object());
   for (const std::vector<Word>* words : {&control_words_, &status_words_}) {
     const bool commands = words == &control_words_;
@@ -110,10 +112,11 @@ void SafetyCommands::watch_objects() {
 
 /** The safe input word has two names, one to write it and one to read it. */
 void SafetyCommands::join_names_of_the_safe_input() {
-  const std::string name = "Safety controlwords manufacturer safety_controlword_safein";
+  const std::string name = kSafeInput;
   Object* word = context_.dictionary.find(name);
   Object* other = context_.dictionary.find(name + "_1");
   if (word == nullptr || other == nullptr) return;
+  other->stands_for = word;
   other->refresh = [word, other] {
     other->value = word->value;
     return Abort::NONE;
@@ -125,11 +128,11 @@ void SafetyCommands::join_names_of_the_safe_input() {
 }
 
 void SafetyCommands::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
-  sto_active_ = false;
-  violated_ = false;
-  last_error_acknowledge_ = !demanded(kErrorAcknowledge);
-  last_restart_ = restart_acknowledged_.get() != 0;
+  if (kind == Reset::COMMUNICATION) return;
+  if (kind == Reset::POWER_ON) {
+    last_error_acknowledge_ = !demanded(kErrorAcknowledge);
+    last_restart_ = restart_acknowledged_.get() != 0;
+  }
   evaluate();
 }
 
@@ -143,6 +146,13 @@ void SafetyCommands::set_torque_off_input(bool demanded) {
 
 void SafetyCommands::set_data_missing(bool missing) {
   if (std::exchange(data_missing_, missing) != missing) evaluate();
+}
+
+bool SafetyCommands::demand_by(const Object& object) const {
+  const auto is_command = [&](const Function& function) { return function.command.object() == &object; };
+  const auto is_word = [&](const Word& word) { return word.value.object() == &object; };
+  return std::any_of(functions_.begin(), functions_.end(), is_command) ||
+         std::any_of(control_words_.begin(), control_words_.end(), is_word);
 }
 
 bool SafetyCommands::demanded(std::size_t function) const {
@@ -178,8 +188,10 @@ void SafetyCommands::update_sto() {
   last_restart_ = restart;
   if (demanded(kSTO)) {
     sto_active_ = true;
-  } else if (restart_behaviour_.get() == 0 || acknowledged) {
+    interlocked_ = interlocked_ || restart_behaviour_.get() != 0;
+  } else if (!interlocked_ || acknowledged) {
     sto_active_ = false;
+    interlocked_ = false;
   }
 }
 

@@ -17,6 +17,9 @@ namespace tav::drive {
  * control words is demanded by any of them; its command object then shows them. A status is 1 while the
  * function acts. STO takes the torque away; it ends with its demand, or, where 0x6641 says so, with the
  * restart acknowledge (a rising edge) after it.
+ *
+ * Demands, the restart interlock and violations outlive an NMT reset, which is no safe command: they end by
+ * what ends them, or with the power.
  */
 class SafetyCommands : public Part {
  public:
@@ -32,6 +35,10 @@ class SafetyCommands : public Part {
   static constexpr std::size_t kErrorAcknowledge = 16;
   static constexpr std::size_t kRestartAcknowledge = 17;
 
+  // Names of the safe input word and, at the beginning, of the objects that map its bits.
+  static constexpr const char* kSafeInput = "Safety controlwords manufacturer safety_controlword_safein";
+  static constexpr const char* kSafeInputMapping = "nkr_safety_word_scw_mapping_safein scw_cw_safein_bit";
+
   SafetyCommands(Context& context, std::function<void()> changed);
 
   /** STO acts. */
@@ -39,6 +46,8 @@ class SafetyCommands : public Part {
   [[nodiscard]] bool demanded(std::size_t function) const;
   /** What its status says: it is demanded, or something else brought it about. */
   [[nodiscard]] bool acts(std::size_t function) const;
+  /** Functions are demanded by the value of that object: a command, or a control word. */
+  [[nodiscard]] bool demand_by(const Object& object) const;
   /** The motor left what a function allows: STO acts until a rising edge of the error acknowledge. */
   void violate();
   /** Whether the safety configuration is sound: without that STO acts too. */
@@ -90,6 +99,7 @@ class SafetyCommands : public Part {
   bool data_missing_ = false;
   bool sto_input_ = false;
   bool sto_active_ = false;
+  bool interlocked_ = false;  ///< STO stays after its demand until the restart acknowledge
   bool sound_ = true;
 };
 

@@ -131,7 +131,7 @@ bool SignatureSupervision::agree() const {
 }
 
 void SignatureSupervision::reset(Reset kind) {
-  if (kind != Reset::NODE) return;
+  if (kind == Reset::COMMUNICATION) return;
   for (Instance& instance : instances_) instance.differs = false;
   check_all();
 }

@@ -20,6 +20,10 @@ void BlockDownloadServer::begin(std::size_t most, bool checked) {
   bytes_.clear();
 }
 
+bool BlockDownloadServer::awaits(const nkr::can::Frame& segment) const {
+  return (segment.data[0] & ~kLastSegment) == last_in_sequence_ + 1;
+}
+
 BlockDownloadServer::Progress BlockDownloadServer::take(const nkr::can::Frame& segment) {
   const auto sequence = static_cast<std::uint8_t>(segment.data[0] & ~kLastSegment);
   const bool last = (segment.data[0] & kLastSegment) != 0;

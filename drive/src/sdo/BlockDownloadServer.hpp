@@ -21,6 +21,8 @@ class BlockDownloadServer {
    */
   void begin(std::size_t most, bool checked);
 
+  /** It is the next one in sequence. */
+  [[nodiscard]] bool awaits(const nkr::can::Frame& segment) const;
   enum class Progress : std::uint8_t { UNDER_WAY, SUB_BLOCK_OVER, TOO_LONG };
   /** Takes a segment; one that is not the next in sequence is dropped, and all after it. */
   Progress take(const nkr::can::Frame& segment);

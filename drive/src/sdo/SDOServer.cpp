@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "node/CobId.hpp"
+
 namespace tav::drive {
 namespace {
 
@@ -27,9 +29,10 @@ constexpr std::size_t kExpeditedBytes = 4;
 constexpr std::size_t kSegmentBytes = 7;
 constexpr std::uint8_t kFrameBytes = 8;
 
-constexpr std::uint32_t kNotValid = 0x80000000;
-constexpr std::uint32_t kExtended = 0x20000000;
-constexpr std::uint32_t kIdentifier = 0x7FF;
+constexpr std::uint16_t kDefaultChannel = 0x1200;
+
+/** A client that says nothing for so long in mid-transfer is gone. */
+constexpr std::chrono::seconds kTimeout(5);
 
 std::uint32_t four_bytes(const Frame& frame) {
   std::uint32_t number = 0;
@@ -49,15 +52,32 @@ void put_four_bytes(Frame& frame, std::uint32_t number) {
 SDOServer::SDOServer(Context& context, std::uint16_t channel)
     : context_(context),
       index_of_channel_(static_cast<std::uint16_t>(0x1200 + channel)),
-      request_id_(context.dictionary, index_of_channel_, 1, kNotValid),
-      reply_id_(context.dictionary, index_of_channel_, 2, kNotValid) {
-  for (Object* object : {request_id_.object(), reply_id_.object()}) {
-    if (object != nullptr) object->when_written([this] { take_identifiers(); });
+      request_id_(context.dictionary, index_of_channel_, 1, kCobIdNotValid),
+      reply_id_(context.dictionary, index_of_channel_, 2, kCobIdNotValid) {
+  for (const Variable<std::uint32_t>* const identifier : {&request_id_, &reply_id_}) {
+    Object* const object = identifier->object();
+    if (object == nullptr) continue;
+    object->refuse_when([this, identifier](const Bytes& bytes) {
+      return refuses_identifier(*identifier, static_cast<std::uint32_t>(unsigned_of(bytes)));
+    });
+    object->when_written([this] { take_identifiers(); });
+  }
+  if (Object* const client = context.dictionary.find(index_of_channel_, 3)) {
+    constexpr std::uint64_t kLargestNodeId = 127;
+    client->refuse_when([](const Bytes& bytes) {
+      return unsigned_of(bytes) > kLargestNodeId ? Abort::INVALID_VALUE : Abort::NONE;
+    });
   }
 }
 
+/** The default channel is fixed; another one keeps its identifiers while it is valid (CiA 301, 7.5.2.33). */
+Abort SDOServer::refuses_identifier(const Variable<std::uint32_t>& held, std::uint32_t value) const {
+  if (index_of_channel_ == kDefaultChannel) return Abort::READ_ONLY;
+  return refuses_cob_id(value, open_ ? std::optional(held.get() & kCobIdIdentifier) : std::nullopt,
+                        kCobIdBit30);
+}
+
 void SDOServer::reset(Reset /*kind*/) {
-  constexpr std::uint16_t kDefaultChannel = 0x1200;
   constexpr std::uint32_t kDefaultRequest = 0x600;
   constexpr std::uint32_t kDefaultReply = 0x580;
   transfer_ = Transfer::NONE;
@@ -70,11 +90,14 @@ void SDOServer::reset(Reset /*kind*/) {
 }
 
 void SDOServer::take_identifiers() {
-  const std::uint32_t request = request_id_.get();
-  const std::uint32_t reply = reply_id_.get();
-  open_ = ((request | reply) & (kNotValid | kExtended)) == 0;
-  listens_to_ = request & kIdentifier;
-  answers_on_ = reply & kIdentifier;
+  listens_to_ = request_id_.get() & kCobIdIdentifier;
+  answers_on_ = reply_id_.get() & kCobIdIdentifier;
+  const auto usable = [this](std::uint32_t value) {
+    if ((value & kCobIdNotValid) != 0) return false;
+    return index_of_channel_ == kDefaultChannel ||
+           refuses_cob_id(value, std::nullopt, kCobIdBit30) == Abort::NONE;
+  };
+  open_ = usable(request_id_.get()) && usable(reply_id_.get());
 }
 
 void SDOServer::nmt_changed(NMTState /*before*/) {
@@ -85,10 +108,19 @@ void SDOServer::receive(const Frame& frame) {
   if (!open_ || frame.id != listens_to_ || frame.size != kFrameBytes) return;
   if (context_.nmt != NMTState::PRE_OPERATIONAL && context_.nmt != NMTState::OPERATIONAL) return;
   serve(frame);
+  deadline_ = context_.now + kTimeout;
+}
+
+Time SDOServer::next_due() const {
+  return transfer_ == Transfer::NONE ? Time::max() : deadline_;
+}
+
+void SDOServer::run() {
+  if (next_due() <= context_.now) abort(Abort::TIMED_OUT);
 }
 
 void SDOServer::serve(const Frame& request) {
-  if (transfer_ == Transfer::BLOCK_DOWNLOAD) return take_block_segment(request);
+  if (transfer_ == Transfer::BLOCK_DOWNLOAD && !begins_anew(request)) return take_block_segment(request);
   switch (request.data[0] >> 5) {
     case kDownload:
       return begin_download(request);
@@ -256,6 +288,30 @@ void SDOServer::begin_block_download(const Frame& request) {
   Frame frame = reply_with_object(0xA0 | kBlockChecksum);
   frame.data[4] = BlockDownloadServer::kBlockSize;
   answer(frame);
+}
+
+/**
+ * Among segments, whether this is the first request of a client that gave its transfer up: not the segment
+ * that is awaited, and in all of its bytes a request for an object that there is. A segment that came out of
+ * sequence is dropped anyway.
+ */
+bool SDOServer::begins_anew(const Frame& frame) const {
+  if (block_download_.awaits(frame)) return false;
+  const auto index = static_cast<std::uint16_t>(frame.data[1] | (frame.data[2] << 8));
+  if (context_.dictionary.find(index, frame.data[3]) == nullptr) return false;
+  const std::uint8_t command = frame.data[0];
+  switch (command >> 5) {
+    case kUpload:
+      return command == kUpload << 5 && four_bytes(frame) == 0;
+    case kDownload:
+      return (command & kToggle) == 0 && ((command & kExpedited) != 0 || (command & 0x0CU) == 0);
+    case kBlockUpload:
+      return (command & 0x1BU) == 0 && BlockUploadServer::is_block_size(frame.data[4]);
+    case kBlockDownload:
+      return (command & 0x19U) == 0;
+    default:
+      return false;
+  }
 }
 
 /** Any byte may begin a segment, but that of an abort: there is no sequence number 0. */

@@ -12,7 +12,7 @@ namespace tav::drive {
 /**
  * One SDO server channel: objects 0x1200 and following, expedited, segmented and block transfers (CiA
  * 301, 7.2.4).
- * Not served while the node is stopped or boots.
+ * Not served while the node is stopped or boots. A transfer whose client falls silent is aborted after 5 s.
  */
 class SDOServer : public Part {
  public:
@@ -22,6 +22,8 @@ class SDOServer : public Part {
   void reset(Reset kind) override;
   void receive(const nkr::can::Frame& frame) override;
   void nmt_changed(NMTState before) override;
+  [[nodiscard]] Time next_due() const override;
+  void run() override;
 
  private:
   enum class Transfer : std::uint8_t {
@@ -34,6 +36,7 @@ class SDOServer : public Part {
     BLOCK_UPLOAD_END     ///< it has to confirm the end
   };
 
+  [[nodiscard]] Abort refuses_identifier(const Variable<std::uint32_t>& held, std::uint32_t value) const;
   void take_identifiers();
   void serve(const nkr::can::Frame& request);
   [[nodiscard]] bool admitted(bool write, bool single);
@@ -47,6 +50,7 @@ class SDOServer : public Part {
   void upload_in_segments(const Bytes& value);
   void serve_block_download(const nkr::can::Frame& request);
   void begin_block_download(const nkr::can::Frame& request);
+  [[nodiscard]] bool begins_anew(const nkr::can::Frame& frame) const;
   void take_block_segment(const nkr::can::Frame& segment);
   void finish_block_download(const nkr::can::Frame& request);
   void serve_block_upload(const nkr::can::Frame& request);
@@ -69,6 +73,7 @@ class SDOServer : public Part {
 
   // The transfer under way.
   Transfer transfer_ = Transfer::NONE;
+  Time deadline_{};  ///< of the client's next frame
   std::uint16_t index_ = 0;
   std::uint8_t subindex_ = 0;
   bool toggle_ = false;

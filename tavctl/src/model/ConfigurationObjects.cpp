@@ -84,6 +84,8 @@ LoadPhase load_phase(ObjectID id) {
   if (within(index, 0x1600, 0x17FF) || within(index, 0x1A00, 0x1BFF)) {
     return id.subindex() == 0 ? LoadPhase::PDO_COUNT : LoadPhase::PDO_MAPPING;
   }
+  const bool is_sdo = within(index, 0x1201, 0x12FF) && (id.subindex() == 1 || id.subindex() == 2);
+  if (index == 0x1014 || is_sdo) return LoadPhase::IDENTIFIER;
   if (index == 0x13FE) return LoadPhase::SRDO_VALIDITY;
   if (index == 0x13FF) return LoadPhase::SRDO_SIGNATURE;
   if (within(index, 0x1301, 0x1340) || within(index, 0x1381, 0x13C0)) return srdo_phase(id);

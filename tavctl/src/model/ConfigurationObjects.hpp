@@ -17,6 +17,7 @@ namespace tavctl {
 /** Where an object stands when a configuration is written: what disables goes first, what declares valid
  * last. */
 enum class LoadPhase {
+  IDENTIFIER,        ///< COB-ID of emergencies or an SDO channel: changes only while it is not valid
   GENERAL,           ///< nothing depends on its place
   PDO_MAPPING,       ///< entries of a PDO mapping: only while the mapping is disabled
   PDO_COUNT,         ///< number of mapped objects: enables the mapping

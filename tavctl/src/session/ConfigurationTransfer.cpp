@@ -38,6 +38,7 @@ class Writer {
 std::optional<Bytes> disabling_value(const ConfiguredValue& value) {
   constexpr std::uint8_t kInvalid = 0x80;  // bit 31 of a COB-ID
   switch (load_phase(value.object->getObjectID())) {
+    case LoadPhase::IDENTIFIER:
     case LoadPhase::PDO_IDENTIFIER: {
       Bytes invalid = value.bytes;
       if (!invalid.empty()) invalid.back() |= kInvalid;

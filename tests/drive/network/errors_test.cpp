@@ -96,7 +96,8 @@ TEST_F(ErrorsTest, EmergenciesKeepTheirDistance) {
 }
 
 TEST_F(ErrorsTest, EmergenciesUseTheirIdentifierAndNoneWhenItIsNotValid) {
-  bench.write(0x1014, 0, 0x0A5, 4);
+  EXPECT_EQ(bench.write(0x1014, 0, 0x800000A5, 4), 0U);
+  EXPECT_EQ(bench.write(0x1014, 0, 0x000000A5, 4), 0U);
   bench.drive().raise_fault(0x3210);
   EXPECT_EQ(bench.take(), Frames{"0A5#1032050000000000"});
   bench.write(0x1014, 0, 0x800000A5, 4);
@@ -148,6 +149,29 @@ TEST_F(ErrorsTest, ADeviceProfileErrorTakesAnOperationalNodeToItsErrorState) {
   bench.take();
   bench.step(milliseconds(100));
   EXPECT_EQ(bench.take(), Frames{"701#04"}) << "0x1029:03 is 2: stopped";
+}
+
+TEST_F(ErrorsTest, AValidIdentifierOfEmergenciesStaysUntilItIsMadeInvalid) {
+  EXPECT_EQ(bench.write(0x1014, 0, 0x0A5, 4), 0x06090030U);
+  EXPECT_EQ(bench.write(0x1014, 0, 0x081, 4), 0U) << "the one that it has";
+  bench.drive().raise_fault(0x3210);
+  EXPECT_EQ(bench.take(), Frames{"081#1032050000000000"});
+}
+
+TEST_F(ErrorsTest, EmergenciesTakeNoIdentifierThatBelongsToOthers) {
+  EXPECT_EQ(bench.write(0x1014, 0, 0x80000081, 4), 0U);
+  for (const std::uint32_t identifier : {0x000U, 0x07FU, 0x101U, 0x581U, 0x601U, 0x6E0U, 0x701U}) {
+    EXPECT_EQ(bench.write(0x1014, 0, identifier, 4), 0x06090030U) << std::hex << identifier;
+  }
+  EXPECT_EQ(bench.write(0x1014, 0, 0x20000081, 4), 0x06090030U) << "29 bits";
+  EXPECT_EQ(bench.write(0x1014, 0, 0x40000081, 4), 0x06090030U) << "bit 30";
+  EXPECT_EQ(bench.write(0x1014, 0, 0x00000881, 4), 0x06090030U) << "bit 11";
+}
+
+TEST(EmergencyIdentifier, OfZeroInADescriptionSendsNoNMTCommands) {
+  DriveBench bench(changed(shipped_description(), "1014", "DefaultValue", "0"), as_node(1));
+  bench.drive().raise_fault(0x3210);
+  EXPECT_EQ(bench.take(), Frames{});
 }
 
 }  // namespace

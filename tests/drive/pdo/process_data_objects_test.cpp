@@ -1,6 +1,8 @@
 // PDOs and SYNC, frame by frame (CiA 301, 7.2.2 and 7.5.2.35 to 7.5.2.38).
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "drive/DriveBench.hpp"
@@ -236,8 +238,28 @@ TEST_F(ProcessDataTest, APDOWithoutEntriesMayBeValid) {
   map_transmit({}, 1);
   map_receive({}, 255);
   start();
+  EXPECT_EQ(bench.read(0x1801, 1), 0x400002A1U);
+  EXPECT_EQ(bench.read(0x1401, 1), 0x00000321U);
+}
+
+TEST_F(ProcessDataTest, ATPDOWithoutEntriesSendsNothing) {
+  map_transmit({}, 1);
+  start();
   sync();
-  EXPECT_EQ(bench.take(), Frames{"2A1#"});
+  EXPECT_EQ(bench.take(), Frames{});
+  map_transmit({}, 254);
+  EXPECT_EQ(bench.write(0x1801, 5, 10, 2), 0U);
+  bench.step(milliseconds(100));
+  EXPECT_EQ(bench.take(), Frames{});
+}
+
+TEST_F(ProcessDataTest, AnRPDOWithoutEntriesTakesNothingAndReportsNothing) {
+  map_receive({}, 255);
+  start();
+  bench.send("321#");
+  bench.send("321#0102");
+  EXPECT_EQ(bench.take(), Frames{});
+  EXPECT_EQ(bench.read(0x1001), 0U);
 }
 
 TEST_F(ProcessDataTest, CanBeRemappedWhileOperational) {
@@ -280,6 +302,117 @@ TEST_F(ProcessDataTest, AValueOutsideItsLimitsIsNotTaken) {
   bench.send("321#030700");
   EXPECT_EQ(bench.read_signed(0x6060), 2);
   EXPECT_EQ(bench.read(0x6042), 7U);
+}
+
+TEST_F(ProcessDataTest, AWrongLengthIsReportedOnceUntilARightOneComes) {
+  map_receive({0x60420010}, 255);
+  start();
+  for (int i = 0; i < 3; ++i) bench.send("321#01");
+  EXPECT_EQ(bench.take(), Frames{"081#1082110200000000"}) << "0x8210, RPDO 2";
+  EXPECT_EQ(bench.read(0x1001), 0x11U);
+  bench.send("321#010000");
+  EXPECT_EQ(bench.take(), Frames{"081#2082110200000000"}) << "0x8220";
+  EXPECT_EQ(bench.read(0x603F), 0x8220U);
+  bench.send("321#010000");
+  EXPECT_EQ(bench.take(), Frames{});
+  bench.send("321#0100");
+  EXPECT_EQ(bench.take(), Frames{"081#0000000000000000"});
+  EXPECT_EQ(bench.read(0x1001), 0U);
+}
+
+TEST_F(ProcessDataTest, AWrongLengthIsForgottenWhenThePDOEnds) {
+  map_receive({0x60420010}, 255);
+  start();
+  bench.send("321#01");
+  bench.take();
+  bench.send("000#8001");
+  EXPECT_EQ(bench.take(), Frames{"081#0000000000000000"});
+}
+
+TEST_F(ProcessDataTest, AnRPDOThatStaysAwayIsMissedUntilItComes) {
+  EXPECT_EQ(bench.write(0x1400, 5, 100, 2), 0U);
+  start();
+  bench.send("201#06000000");
+  bench.take();
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(bench.take_events(), Frames{"081#5082110100000000"}) << "0x8250";
+  bench.send("201#06000000");
+  EXPECT_EQ(bench.take_events(), Frames{"081#0000000000000000"});
+}
+
+TEST_F(ProcessDataTest, AtMovingValuesItLooksInItsCycleHoweverManyFramesCome) {
+  map_transmit({0x60640020}, 255);
+  enable_and_turn();
+  start();
+  bench.step(milliseconds(500));
+  bench.take();
+  for (int millisecond = 0; millisecond < 1000; ++millisecond) {
+    for (int frame = 0; frame < 5; ++frame) bench.send("182#00");
+    bench.read(0x6064);
+    bench.step(milliseconds(1));
+  }
+  const Frames frames = bench.take_events();
+  const auto is_position = [](const std::string& frame) { return frame.substr(0, 4) == "2A1#"; };
+  EXPECT_EQ(std::count_if(frames.begin(), frames.end(), is_position), 100) << "one each 10 ms";
+}
+
+TEST_F(ProcessDataTest, WhatAFrameChangesIsSentAtOnceThoughTheMotorTurns) {
+  map_transmit({0x60410010, 0x60640020}, 255);
+  enable_and_turn();
+  start();
+  bench.step(milliseconds(503));
+  bench.take();
+  bench.write(0x6040, 0, 0x17F, 2);
+  EXPECT_EQ(bench.take().size(), 0U) << "halt: the status word is the same";
+  bench.write(0x6040, 0, 0x00, 2);
+  const Frames frames = bench.take();
+  ASSERT_EQ(frames.size(), 2U) << "TPDO 1 and 2";
+  EXPECT_EQ(frames[1].substr(0, 8), "2A1#5002");
+}
+
+TEST_F(ProcessDataTest, TheLastLookShowsWhereTheMotorStopped) {
+  map_transmit({0x60640020}, 255);
+  enable_and_turn();
+  start();
+  bench.step(milliseconds(503));
+  bench.write(0x6042, 0, 0, 2);
+  bench.step(milliseconds(5000));
+  const Frames frames = bench.take_events();
+  const nkr::can::Frame last = frame_of(frames.back());
+  const std::uint32_t shown = last.data[0] | static_cast<std::uint32_t>(last.data[1]) << 8 |
+                              static_cast<std::uint32_t>(last.data[2]) << 16 |
+                              static_cast<std::uint32_t>(last.data[3]) << 24;
+  EXPECT_EQ(last.id, 0x2A1U);
+  EXPECT_EQ(shown, bench.read(0x6064));
+}
+
+TEST_F(ProcessDataTest, TheEventTimerWaitsForTheEndOfTheInhibitTime) {
+  EXPECT_EQ(bench.write(0x1801, 1, 0x800002A1, 4), 0U);
+  EXPECT_EQ(bench.write(0x1801, 3, 500, 2), 0U);  // 50 ms
+  EXPECT_EQ(bench.write(0x1801, 5, 20, 2), 0U);
+  map_transmit({0x60420010}, 254);
+  start();
+  bench.step(milliseconds(49));
+  EXPECT_EQ(bench.take(), Frames{});
+  bench.step(milliseconds(1));
+  EXPECT_EQ(bench.take(), Frames{"2A1#0000"});
+  bench.step(milliseconds(500));
+  EXPECT_EQ(bench.take().size(), 10U) << "every 50 ms";
+}
+
+TEST_F(ProcessDataTest, RefusesBitsOfAnIdentifierThatHaveNoMeaning) {
+  EXPECT_EQ(bench.write(0x1801, 1, 0x80000AA1, 4), 0x06090030U) << "bit 11 of an identifier of 11 bits";
+  EXPECT_EQ(bench.write(0x1801, 1, 0xA00002A1, 4), 0x06090030U) << "29 bits";
+  EXPECT_EQ(bench.write(0x1401, 1, 0xC0000321, 4), 0x06090030U) << "bit 30 of an RPDO";
+  EXPECT_EQ(bench.write(0x1801, 1, 0xC00002A1, 4), 0U) << "bit 30 of a TPDO: no remote frames";
+}
+
+TEST_F(ProcessDataTest, SyncTakesNoIdentifierThatBelongsToOthers) {
+  for (const std::uint32_t identifier : {0x000U, 0x07FU, 0x101U, 0x581U, 0x601U, 0x701U}) {
+    EXPECT_EQ(bench.write(0x1005, 0, identifier, 4), 0x06090030U) << std::hex << identifier;
+  }
+  EXPECT_EQ(bench.write(0x1005, 0, 0x00000880, 4), 0x06090030U) << "bit 11";
+  EXPECT_EQ(bench.write(0x1005, 0, 0x80000081, 4), 0U) << "bit 31 has no meaning";
 }
 
 }  // namespace

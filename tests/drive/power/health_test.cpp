@@ -142,6 +142,86 @@ TEST_F(HealthTest, WithoutCalibrationThereIsNoTorque) {
   EXPECT_EQ(bench.read(0x6041) & 0x6F, 0x21U);
 }
 
+TEST_F(HealthTest, ACurrentOfTheOtherSignIsAnOverCurrentToo) {
+  environment.phase_current_ma = -26000;
+  measure();
+  EXPECT_EQ(bench.read(0x2043, 3), kWarning);
+  environment.phase_current_ma = -1000000;
+  measure();
+  EXPECT_EQ(bench.read(0x2043, 3), kError);
+  EXPECT_EQ(bench.read(0x603F), 0x2310U);
+}
+
+/** The motor turns at 1000/min; without torque it loses 500/min each second, short-circuited 2000. */
+class ProtectionTest : public HealthTest {
+ protected:
+  void SetUp() override {
+    for (const std::uint32_t word : {0x06U, 0x07U, 0x7FU}) bench.write(0x6040, 0, word, 2);
+    bench.write(0x6042, 0, 1000, 2);
+    bench.step(milliseconds(1000));
+    EXPECT_EQ(velocity(), 1000);
+  }
+  std::int32_t velocity() { return bench.read_signed(0x606C); }
+};
+
+TEST_F(ProtectionTest, ZeroTorqueBrakesNothingAndAShortCircuitDoes) {
+  environment.phase_current_ma = 31000;
+  measure();
+  EXPECT_EQ(state(), 0x08U) << "no fault reaction without torque";
+  EXPECT_EQ(bench.read(0x2041), 1U);
+  bench.step(milliseconds(500));
+  EXPECT_EQ(velocity(), 750);
+  EXPECT_EQ(bench.read(0x2041), 2U);
+  bench.step(milliseconds(100));
+  EXPECT_EQ(velocity(), 550);
+  EXPECT_EQ(bench.read(0x2041), 0U);
+  bench.step(milliseconds(100));
+  EXPECT_EQ(velocity(), 500);
+}
+
+TEST_F(ProtectionTest, ThereIsNoTorqueWhileItRuns) {
+  environment.phase_current_ma = 31000;
+  measure();
+  environment.phase_current_ma = 0;
+  measure();
+  bench.write(0x6040, 0, 0x80, 2);
+  EXPECT_EQ(state(), 0x40U);
+  bench.write(0x6040, 0, 0x06, 2);
+  EXPECT_EQ(state(), 0x40U);
+  bench.step(milliseconds(600));
+  bench.write(0x6040, 0, 0x06, 2);
+  EXPECT_EQ(bench.read(0x6041) & 0x6FU, 0x21U);
+}
+
+TEST_F(ProtectionTest, WithoutSupplyThereIsNoTorque) {
+  environment.battery_mv = 0;
+  measure();
+  EXPECT_EQ(bench.read(0x6041) & 0x10U, 0U) << "voltage enabled";
+  EXPECT_EQ(bench.read(0x2021, 3), 0U) << "high power applied";
+  bench.step(milliseconds(500));
+  EXPECT_EQ(velocity(), 750);
+}
+
+TEST(SupplyWithoutThresholds, ADriveWithoutVoltageDoesNotTurn) {
+  std::string eds = shipped_description();
+  for (std::size_t at = eds.find("battery_uv_error"); at != std::string::npos;
+       at = eds.find("battery_uv_error")) {
+    eds.replace(at, 16, "battery_xx_error");
+  }
+  DriveBench bench(eds, as_node(1));
+  for (const std::uint32_t word : {0x06U, 0x07U, 0x7FU}) bench.write(0x6040, 0, word, 2);
+  EXPECT_EQ(bench.read(0x6041) & 0x6FU, 0x27U);
+  Environment flat;
+  flat.battery_mv = 0;
+  bench.drive().measure(flat);
+  EXPECT_EQ(bench.read(0x6041) & 0x4FU, 0x40U) << "the output stage cannot stay on";
+  bench.write(0x6040, 0, 0x06, 2);
+  EXPECT_EQ(bench.read(0x6041) & 0x4FU, 0x40U);
+  bench.drive().measure(Environment());
+  bench.write(0x6040, 0, 0x06, 2);
+  EXPECT_EQ(bench.read(0x6041) & 0x6FU, 0x21U);
+}
+
 TEST(HealthAtPowerOn, ShowsWhatTheSensorsMeasuredBefore) {
   std::string problem;
   const auto drive = VirtualDrive::from_file("share/tav/tav.eds", as_node(1), problem);

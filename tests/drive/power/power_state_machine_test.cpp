@@ -308,8 +308,21 @@ TEST_F(PowerTest, ResetNodeStartsTheStateMachineAnew) {
   turn();
   bench.send("000#8101");
   EXPECT_EQ(state(), kSwitchOnDisabled);
-  EXPECT_EQ(velocity(), 0);
   EXPECT_EQ(bench.read(0x6040), 0U);
+}
+
+TEST_F(PowerTest, ResetNodeStopsNoMotorAndMovesNoCounter) {
+  turn();
+  const std::int32_t position = bench.read_signed(0x6064);
+  EXPECT_GT(position, 0);
+  bench.send("000#8101");
+  EXPECT_EQ(velocity(), 1000) << "it coasts, 500/min each second";
+  EXPECT_EQ(bench.read_signed(0x6064), position);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(velocity(), 500);
+  EXPECT_GT(bench.read_signed(0x6064), position);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(velocity(), 0);
 }
 
 TEST_F(PowerTest, TheUnitsOwnStatusWordIsTheSame) {
@@ -333,6 +346,22 @@ TEST_F(PowerTest, PeripheralFlagsFollowThePowerStage) {
 TEST_F(PowerTest, ShowsTheModeItIsIn) {
   EXPECT_EQ(bench.read_signed(0x6061), 2);
   EXPECT_EQ(bench.write(0x6060, 0, 3, 1), 0x06090031U) << "velocity mode is the only one";
+}
+
+TEST_F(PowerTest, TakesTheOptionCodesOfTheStandardAndNoOthers) {
+  const struct {
+    std::uint16_t index;
+    int first;
+    int last;
+  } kOptions[] = {{0x6007, 0, 3}, {0x605A, 0, 8}, {0x605B, 0, 1},
+                  {0x605C, 0, 1}, {0x605D, 1, 4}, {0x605E, 0, 4}};
+  for (const auto& [index, first, last] : kOptions) {
+    for (const int code : {-32768, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 77, 32767}) {
+      const bool standard = code >= first && code <= last;
+      EXPECT_EQ(bench.write(index, 0, static_cast<std::uint16_t>(code), 2), standard ? 0U : 0x06090030U)
+          << std::hex << index << ' ' << std::dec << code;
+    }
+  }
 }
 
 }  // namespace

@@ -220,5 +220,72 @@ TEST_F(VelocityTest, ADriveWithoutTorqueShowsNoDemand) {
   EXPECT_EQ(velocity(), 0);
 }
 
+/** A drive whose user counts in 0.5/min: two units are one turn a minute. */
+class HalfUnitsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    for (const std::uint32_t word : {0x06U, 0x07U, 0x7FU}) bench.write(0x6040, 0, word, 2);
+  }
+  DriveBench bench{changed(shipped_description(), "604Csub2", "DefaultValue", "2"), as_node(1)};
+};
+
+TEST_F(HalfUnitsTest, LimitsAreInTheUnitsOfTheSetPoint) {
+  bench.write(0x6046, 2, 1000, 4);
+  bench.write(0x6042, 0, 1500, 2);
+  EXPECT_NE(bench.read(0x6041) & 0x0800U, 0U) << "internal limit";
+  bench.step(milliseconds(5000));
+  EXPECT_EQ(bench.read_signed(0x6044) & 0xFFFF, 1000) << "units of the user";
+  bench.write(0x6640, 0, 0, 1);
+  bench.step(milliseconds(100));
+  EXPECT_EQ(bench.read_signed(0x606C), 900) << "500/min, less the 50 that coasting takes in 100 ms, in units";
+}
+
+TEST_F(HalfUnitsTest, RampsAreInTheUnitsOfTheSetPoint) {
+  bench.write(0x6042, 0, 1000, 2);
+  bench.step(milliseconds(500));
+  EXPECT_EQ(bench.read_signed(0x6044) & 0xFFFF, 500) << "1000 units each second";
+  bench.step(milliseconds(500));
+  bench.write(0x6042, 0, 0, 2);
+  bench.step(milliseconds(500));
+  EXPECT_EQ(bench.read_signed(0x6044) & 0xFFFF, 500);
+  bench.write(0x6042, 0, 1000, 2);
+  bench.step(milliseconds(500));
+  bench.write(0x6040, 0, 0x7B, 2);  // quick stop: 5000 units each second
+  bench.step(milliseconds(100));
+  EXPECT_EQ(bench.read_signed(0x6044) & 0xFFFF, 500);
+}
+
+/** A drive whose description knows more modes and starts in another one. */
+class OtherModesTest : public ::testing::Test {
+ protected:
+  static std::string description() {
+    std::string eds = changed(shipped_description(), "6060", "DefaultValue", "1");
+    eds = changed(eds, "6060", "LowLimit", "");
+    return changed(eds, "6060", "HighLimit", "");
+  }
+  DriveBench bench{description(), as_node(1)};
+};
+
+TEST_F(OtherModesTest, TheDisplayShowsNoModeThatTheDriveDoesNotHave) {
+  EXPECT_EQ(bench.read_signed(0x6060), 1);
+  EXPECT_EQ(bench.read_signed(0x6061), 0);
+  EXPECT_EQ(bench.write(0x6060, 0, 3, 1), 0x06090030U);
+  EXPECT_EQ(bench.write(0x6060, 0, 2, 1), 0U);
+  EXPECT_EQ(bench.read_signed(0x6061), 2);
+}
+
+TEST_F(OtherModesTest, TheMotorFollowsTheVelocityTargetInVelocityModeOnly) {
+  for (const std::uint32_t word : {0x06U, 0x07U, 0x7FU}) bench.write(0x6040, 0, word, 2);
+  bench.write(0x6042, 0, 500, 2);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(bench.read_signed(0x606C), 0);
+  EXPECT_EQ(bench.write(0x6060, 0, 2, 1), 0U);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(bench.read_signed(0x606C), 500);
+  EXPECT_EQ(bench.write(0x6060, 0, 0, 1), 0U);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(bench.read_signed(0x606C), 0);
+}
+
 }  // namespace
 }  // namespace tav::drive::test

@@ -176,14 +176,68 @@ TEST_F(SafeMotionTest, SBCAppliesTheBrakeAfterItsDelay) {
   EXPECT_FALSE(brake_applied());
 }
 
-TEST_F(SafeMotionTest, AResetForgetsViolations) {
+TEST_F(SafeMotionTest, SBCStopsAMotorThatHasTorqueToo) {
+  turn(1000);
+  demand(0x6660, 2);
+  bench.step(milliseconds(100));
+  EXPECT_EQ(bench.read_signed(0x606C), 1000) << "the brake has its delay";
+  bench.step(milliseconds(200));
+  EXPECT_LT(bench.read_signed(0x606C), 400) << "3300/min each second";
+  bench.step(milliseconds(300));
+  EXPECT_EQ(bench.read_signed(0x606C), 0);
+  demand(0x6660, 2, false);
+  bench.step(milliseconds(1100));
+  EXPECT_EQ(bench.read_signed(0x606C), 1000) << "it follows its set-point again";
+}
+
+TEST_F(SafeMotionTest, TheBrakeThatSTONamesStopsTheMotor) {
+  EXPECT_EQ(bench.write(0x6642, 0, 0x66600100, 4), 0U);
+  turn(1000);
+  demand(0x6640, 0);
+  bench.step(milliseconds(600));
+  EXPECT_EQ(bench.read_signed(0x606C), 0);
+}
+
+TEST_F(SafeMotionTest, AViolationIsAnErrorOfTheProfileForTheErrorBehaviour) {
+  bench.send("000#0101");
   turn(1000);
   demand(0x6690, 1);
   bench.step(milliseconds(600));
-  bench.send("000#8101");
+  EXPECT_TRUE(sto_acts());
+  bench.take();
+  bench.step(milliseconds(100));
+  EXPECT_EQ(bench.take(), Frames{"701#7F"}) << "0x1029:2 is 0: pre-operational, as for any 0x8400";
+}
+
+TEST_F(SafeMotionTest, AnNMTResetEndsNoViolation) {
+  turn(1000);
+  demand(0x6690, 1);
+  bench.step(milliseconds(600));
+  EXPECT_TRUE(sto_acts());
+  demand(0x6690, 1, false);
+  for (const char* const command : {"000#8101", "000#8201"}) {
+    bench.send(command);
+    EXPECT_TRUE(sto_acts()) << command;
+    enable();
+    EXPECT_EQ(state() & 0x4FU, 0x40U);
+  }
+  acknowledge_error();
   EXPECT_FALSE(sto_acts());
   enable();
   EXPECT_EQ(state(), 0x27U);
+}
+
+TEST_F(SafeMotionTest, AnNMTResetGivesAWatchedMotorNoTimeAnew) {
+  turn(200);
+  demand(0x6690, 1);
+  bench.step(milliseconds(600));
+  bench.send("000#8101");
+  EXPECT_EQ(bench.read(0x6690, 1), 0U) << "still demanded";
+  bench.write(0x6048, 2, 0, 2);  // no ramp
+  enable();
+  bench.write(0x6042, 0, 1000, 2);
+  bench.step(milliseconds(20));
+  EXPECT_TRUE(sto_acts()) << "watched all along";
 }
 
 }  // namespace

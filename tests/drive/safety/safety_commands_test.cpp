@@ -1,6 +1,8 @@
 // Commands and statuses of the safety functions, and the safety words that carry them.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "drive/safety/SafetyFixture.hpp"
 
 namespace tav::drive::test {
@@ -119,6 +121,51 @@ TEST_F(SafetyCommandsTest, STOAppliesTheBrakeThatItNames) {
   bench.write(0x6640, 0, 0, 1);
   EXPECT_EQ(bench.read(0x2660, 3), 1U);
   EXPECT_EQ(bench.read(0x2660, 2), 0U);
+}
+
+TEST_F(SafetyCommandsTest, AnNMTResetEndsNoDemand) {
+  bench.write(0x66F0, 1, 0x66900300, 4);
+  const std::pair<std::uint16_t, std::uint8_t> kCommands[] = {
+      {0x6640, 0}, {0x6660, 2}, {0x6690, 1}, {0x66D0, 1}, {0x66D1, 2}};
+  for (const auto& [index, instance] : kCommands) EXPECT_EQ(bench.write(index, instance, 0, 1), 0U);
+  bench.write(0x6620, 1, 0xFE, 1);
+  bench.write(0x2620, 1, 0x7F, 1);
+  for (const char* const reset : {"000#8201", "000#8101"}) {
+    bench.send(reset);
+    for (const auto& [index, instance] : kCommands)
+      EXPECT_EQ(bench.read(index, instance), 0U) << std::hex << index;
+    EXPECT_EQ(bench.read(0x2640), 1U);
+    EXPECT_EQ(bench.read(0x6690, 3), 0U) << "demanded by a bit of a control word";
+    EXPECT_EQ(bench.read(0x6620, 1), 0xFEU);
+    EXPECT_EQ(bench.read(0x2620, 2), 0x7FU);
+  }
+  bench.write(0x6640, 0, 1, 1);
+  EXPECT_EQ(bench.read(0x2640), 0U) << "the demand ends by its command";
+}
+
+TEST_F(SafetyCommandsTest, AnNMTResetIsNoRestartAcknowledge) {
+  bench.write(0x6641, 0, 1, 1);
+  bench.write(0x6645, 1, 0x90C2, 2);
+  bench.write(0x6640, 0, 0, 1);
+  bench.write(0x6640, 0, 1, 1);
+  bench.write(0x2630, 0, 0, 1);
+  bench.send("000#8101");
+  EXPECT_EQ(bench.read(0x6641), 0U) << "it was not stored";
+  EXPECT_EQ(bench.read(0x2640), 1U) << "the interlock stays";
+  bench.write(0x6660, 1, 1, 1);
+  EXPECT_EQ(bench.read(0x2640), 1U);
+  bench.write(0x2630, 0, 1, 1);
+  EXPECT_EQ(bench.read(0x2640), 0U);
+}
+
+TEST(SafetyCommandsAtPowerOn, APowerCycleEndsDemandsAndInterlocks) {
+  {
+    DriveBench before;
+    before.write(0x6640, 0, 0, 1);
+    EXPECT_EQ(before.read(0x2640), 1U);
+  }
+  DriveBench after;
+  EXPECT_EQ(after.read(0x2640), 0U);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "drive/DriveBench.hpp"
-#include "drive/safety/ReferenceCrc.hpp"
+#include "drive/safety/SafetyFixture.hpp"
 
 namespace tav::drive::test {
 namespace {
@@ -36,6 +36,28 @@ class SRDOReception : public ::testing::Test {
     bench.take();
   }
 
+  /** Signs what is shipped of a function, and the mapping as it is now. */
+  void sign(std::uint16_t signature) {
+    const std::uint8_t instances = static_cast<std::uint8_t>(bench.read(signature, 0));
+    for (std::uint8_t i = 1; i <= instances; ++i) {
+      ReferenceCrc crc;
+      const auto feed = [&](std::uint16_t index, std::uint8_t subindex, unsigned bytes) {
+        crc.feed(bench.read(index, subindex), bytes);
+      };
+      if (signature == 0x6645) feed(0x6641, 0, 1);
+      if (signature == 0x6662) feed(0x6600, 0, 4), feed(0x6661, i, 2);
+      if (signature == 0x6699) {
+        feed(0x6600, 0, 4), feed(0x6602, 0, 4), feed(0x6603, 0, 4), feed(0x6691, i, 2);
+        crc.feed(0, 2), feed(0x6693, i, 4), feed(0x6694, i, 2);
+        crc.feed(0, 2).feed(0, 2).feed(0, 4), feed(0x6698, i, 4);
+      }
+      if (signature == 0x66D6) {
+        feed(0x6601, 0, 4), feed(0x6602, 0, 4), crc.feed(0, 2).feed(0, 4).feed(0, 2), feed(0x66D3, i, 4);
+      }
+      feed_mapping(bench, crc);
+      EXPECT_EQ(bench.write(signature, i, crc.value(), 2), 0U);
+    }
+  }
   void start() { bench.send("000#0101"); }
   void send_pair() {
     bench.send("101#A5");
@@ -147,6 +169,68 @@ TEST_F(SRDOReception, AConfigurationThatIsNotValidIsNotReceived) {
   start();
   send_pair();
   EXPECT_EQ(control_word(), 0xFFU);
+}
+
+TEST_F(SRDOReception, NothingElseWritesTheWordThatItFeeds) {
+  EXPECT_EQ(bench.write(0x66F0, 1, 0x66400000, 4), 0U);  // bit 0 demands STO
+  for (const std::uint32_t index : {0x6645U, 0x6662U, 0x6699U, 0x66D6U})
+    sign(static_cast<std::uint16_t>(index));
+  start();
+  bench.send("101#FE");
+  bench.send("102#01");
+  EXPECT_EQ(bench.read(0x6640), 0U) << "the SRDO demands STO";
+  EXPECT_EQ(bench.write(0x6620, 1, 0xFF, 1), 0x08000022U);
+  EXPECT_EQ(control_word(), 0xFEU);
+  EXPECT_TRUE(safe_state());
+  EXPECT_EQ(bench.write(0x6640, 0, 1, 1), 0U);
+  EXPECT_TRUE(safe_state()) << "the command shows what the word says";
+  EXPECT_EQ(bench.write(0x6620, 2, 0xFE, 1), 0U) << "no SRDO feeds this word";
+  bench.send("101#FF");
+  bench.send("102#00");
+  EXPECT_EQ(control_word(), 0xFFU);
+  EXPECT_EQ(bench.read(0x6640), 1U);
+}
+
+TEST_F(SRDOReception, NoPDOWritesTheWordThatItFeeds) {
+  bench.write(0x1400, 1, 0x80000201, 4);
+  bench.write(0x1600, 0, 0, 1);
+  bench.write(0x1600, 1, kEntry, 4);
+  bench.write(0x1600, 0, 1, 1);
+  EXPECT_EQ(bench.write(0x1400, 1, 0x201, 4), 0U);
+  start();
+  send_pair();
+  bench.send("201#FF");
+  EXPECT_EQ(control_word(), 0xA5U);
+}
+
+TEST_F(SRDOReception, AWordIsFreeWhileNothingIsReceived) {
+  EXPECT_EQ(bench.write(0x6620, 1, 0x77, 1), 0U) << "not yet operational: STO acts";
+  start();
+  send_pair();
+  EXPECT_EQ(bench.write(0x6620, 1, 0xFF, 1), 0x08000022U);
+  bench.send("000#8001");
+  EXPECT_EQ(bench.write(0x6620, 1, 0xFF, 1), 0U);
+}
+
+TEST(SRDOSafeInput, NeitherTheWordNorItsMappingIsWrittenByOthers) {
+  DriveBench bench(changed(shipped_description(), "2620sub1", "PDOMapping", "1"), as_node(1));
+  EXPECT_EQ(bench.write(0x2622, 1, 0x66400000, 4), 0U);
+  for (const std::uint8_t entry : {std::uint8_t{1}, std::uint8_t{2}})
+    bench.write(0x1381, entry, 0x26200108, 4);
+  EXPECT_EQ(bench.write(0x1381, 0, 2, 1), 0U);
+  EXPECT_EQ(bench.write(0x1301, 1, 2, 1), 0U);
+  ReferenceCrc crc;
+  crc.feed(2, 1).feed(25, 2).feed(20, 1).feed(0x113, 4).feed(0x114, 4);
+  crc.feed(2, 1).feed(1, 1).feed(0x26200108, 4).feed(2, 1).feed(0x26200108, 4);
+  EXPECT_EQ(bench.write(0x13FF, 1, crc.value(), 2), 0U);
+  EXPECT_EQ(bench.write(0x13FE, 0, 0xA5, 1), 0U);
+  bench.send("000#0101");
+  bench.send("113#FE");
+  bench.send("114#01");
+  EXPECT_EQ(bench.read(0x2640), 1U);
+  EXPECT_EQ(bench.write(0x2620, 1, 0xFF, 1), 0x08000022U);
+  EXPECT_EQ(bench.write(0x2622, 1, 0, 4), 0x08000022U) << "no signature covers this mapping";
+  EXPECT_EQ(bench.read(0x2640), 1U);
 }
 
 }  // namespace

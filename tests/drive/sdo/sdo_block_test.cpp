@@ -2,12 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "drive/DriveBench.hpp"
 #include "drive/sdo/TypesDescription.hpp"
 
 namespace tav::drive::test {
 namespace {
+
+std::string hex_byte(unsigned value) {
+  const char* const digits = "0123456789ABCDEF";
+  return {digits[value >> 4 & 0xFU], digits[value & 0xFU]};
+}
 
 /** Object 2006h of the description holds the text "a name of 20 letters", of at most 256 letters. */
 class SDOBlockTest : public ::testing::Test {
@@ -191,6 +198,52 @@ TEST_F(SDOBlockTest, BlocksCountAsAccessesOfAScenario) {
   EXPECT_EQ(bench.answer("605#C606200009000000"), "585#8006200022000008");
   EXPECT_EQ(bench.answer("605#A406200002000000"), "585#C606200014000000");
   EXPECT_EQ(bench.answer("605#A300000000000000"), "705#00");
+}
+
+TEST_F(SDOBlockTest, GivesUpAClientThatDiesInADownload) {
+  bench.answer("605#C206200009000000");
+  bench.send("605#0131323334353637");
+  bench.step(milliseconds(4999));
+  EXPECT_EQ(bench.take_events(), Frames{});
+  bench.step(milliseconds(1));
+  EXPECT_EQ(bench.take_events(), Frames{"585#8006200000000405"});
+  EXPECT_EQ(text(), "a name of 20 letters");
+}
+
+TEST_F(SDOBlockTest, ANewRequestAmongSegmentsStartsAnew) {
+  const std::vector<std::pair<std::string, std::string>> kRequests{
+      {"605#4001200000000000", "585#4F01200005000000"},  // upload
+      {"605#2F01200006000000", "585#6001200000000000"},  // expedited download
+      {"605#2106200009000000", "585#6006200000000000"},  // segmented download
+      {"605#A40620007F000000", "585#C606200014000000"},  // block upload
+      {"605#C206200009000000", "585#A40620007F000000"},  // block download
+  };
+  for (const auto& [request, answer] : kRequests) {
+    bench.answer("605#C206200009000000");
+    bench.send("605#0131323334353637");
+    EXPECT_EQ(bench.answer(request), answer);
+    bench.send("605#8000000000000000");
+    bench.write(0x2001, 0, 5, 1);
+  }
+}
+
+TEST_F(SDOBlockTest, AnAwaitedSegmentIsDataWhateverItLooksLike) {
+  bench.answer("605#C006200000000000");
+  for (unsigned sequence = 1; sequence < 0x20; ++sequence) {
+    bench.send("605#" + hex_byte(sequence) + "61616161616161");
+  }
+  bench.send("605#2006200000000000");  // the 32nd, as a request for a download of 2006h
+  EXPECT_EQ(bench.answer("605#A162000000000000"), "585#A2217F0000000000");
+  EXPECT_EQ(bench.answer("605#D900000000000000"), "585#A100000000000000");
+}
+
+TEST_F(SDOBlockTest, SegmentsThatComeOutOfSequenceAreNoRequests) {
+  bench.answer("605#C006200000000000");
+  bench.send("605#0161616161616161");
+  EXPECT_EQ(bench.answer("605#4062626262626262"), "") << "64: no object of that index";
+  EXPECT_EQ(bench.answer("605#2F62626262626262"), "");
+  EXPECT_EQ(bench.answer("605#8363000000000000"), "585#A2017F0000000000")
+      << "it is still the first that counts";
 }
 
 }  // namespace

@@ -166,12 +166,72 @@ TEST_F(SDOServerTest, KeepsSilentToOthersFramesAndToFramesThatAreNoRequests) {
 
 TEST_F(SDOServerTest, ServesASecondChannelOnceItIsGivenIdentifiers) {
   DriveBench tav;
-  EXPECT_EQ(tav.answer("640#4000100000000000"), "");
-  EXPECT_EQ(tav.write(0x1201, 1, 0x640, 4), 0U);
-  EXPECT_EQ(tav.answer("640#4000100000000000"), "") << "the answer's identifier is not valid yet";
-  EXPECT_EQ(tav.write(0x1201, 2, 0x5C0, 4), 0U);
-  EXPECT_EQ(tav.answer("640#4000100000000000"), "5C0#4300100092010200");
+  EXPECT_EQ(tav.answer("6A0#4000100000000000"), "");
+  EXPECT_EQ(tav.write(0x1201, 1, 0x6A0, 4), 0U);
+  EXPECT_EQ(tav.answer("6A0#4000100000000000"), "") << "the answer's identifier is not valid yet";
+  EXPECT_EQ(tav.write(0x1201, 2, 0x6C0, 4), 0U);
+  EXPECT_EQ(tav.answer("6A0#4000100000000000"), "6C0#4300100092010200");
   EXPECT_EQ(tav.answer("601#4000100000000000"), "581#4300100092010200");
+}
+
+TEST(SDOChannels, AValidChannelKeepsItsIdentifiersUntilItIsMadeInvalid) {
+  DriveBench tav;
+  EXPECT_EQ(tav.write(0x1201, 1, 0x6A0, 4), 0U);
+  EXPECT_EQ(tav.write(0x1201, 1, 0x6A1, 4), 0U) << "the channel is not valid yet";
+  EXPECT_EQ(tav.write(0x1201, 2, 0x6C0, 4), 0U);
+  EXPECT_EQ(tav.write(0x1201, 1, 0x6A2, 4), 0x06090030U);
+  EXPECT_EQ(tav.write(0x1201, 2, 0x6C2, 4), 0x06090030U);
+  EXPECT_EQ(tav.write(0x1201, 2, 0x6C0, 4), 0U) << "the one that it has";
+  EXPECT_EQ(tav.answer("6A1#4000100000000000"), "6C0#4300100092010200");
+  EXPECT_EQ(tav.write(0x1201, 1, 0x800006A2, 4), 0U);
+  EXPECT_EQ(tav.answer("6A1#4000100000000000"), "");
+  EXPECT_EQ(tav.write(0x1201, 1, 0x6A2, 4), 0U);
+  EXPECT_EQ(tav.answer("6A2#4000100000000000"), "6C0#4300100092010200");
+}
+
+TEST(SDOChannels, RefuseIdentifiersThatBelongToOthers) {
+  DriveBench tav;
+  for (const std::uint8_t subindex : {std::uint8_t{1}, std::uint8_t{2}}) {
+    for (const std::uint32_t identifier :
+         {0x000U, 0x07FU, 0x101U, 0x180U, 0x581U, 0x601U, 0x6FFU, 0x77FU, 0x7FFU}) {
+      EXPECT_EQ(tav.write(0x1201, subindex, identifier, 4), 0x06090030U) << std::hex << identifier;
+    }
+    EXPECT_EQ(tav.write(0x1201, subindex, 0x200006A0, 4), 0x06090030U) << "29 bits";
+    EXPECT_EQ(tav.write(0x1201, subindex, 0x00000EA0, 4), 0x06090030U) << "bit 11";
+    EXPECT_EQ(tav.write(0x1201, subindex, 0x80000EA0, 4), 0x06090030U) << "not valid, and bit 11";
+    EXPECT_EQ(tav.read(0x1201, subindex), 0x80000000U);
+  }
+  EXPECT_EQ(tav.write(0x1201, 3, 128, 1), 0x06090030U) << "no node id";
+  EXPECT_EQ(tav.write(0x1201, 3, 127, 1), 0U);
+}
+
+TEST(SDOChannels, TheDefaultChannelIsFixedWhateverTheDescriptionSays) {
+  DriveBench tav(changed(shipped_description(), "1200sub1", "AccessType", "rw"), as_node(1));
+  EXPECT_EQ(tav.write(0x1200, 1, 0x80000601, 4), 0x06010002U);
+  EXPECT_EQ(tav.write(0x1200, 1, 0x6A0, 4), 0x06010002U);
+}
+
+TEST(SDOChannels, AChannelWithTheIdentifierZeroIsClosed) {
+  std::string eds = changed(shipped_description(), "1201sub1", "DefaultValue", "0");
+  eds = changed(eds, "1201sub2", "DefaultValue", "0");
+  DriveBench tav(eds, as_node(1));
+  EXPECT_EQ(tav.answer("000#4000100000000000"), "") << "an answer would be an NMT command";
+}
+
+TEST_F(SDOServerTest, GivesUpAClientThatFallsSilentInMidTransfer) {
+  EXPECT_EQ(bench.answer("605#2106200009000000"), "585#6006200000000000");
+  bench.step(milliseconds(4999));
+  EXPECT_EQ(bench.take_events(), Frames{});
+  EXPECT_EQ(bench.answer("605#0031323334353637"), "585#2000000000000000") << "it goes on";
+  bench.step(milliseconds(4999));
+  EXPECT_EQ(bench.take_events(), Frames{});
+  bench.step(milliseconds(1));
+  EXPECT_EQ(bench.take_events(), Frames{"585#8006200000000405"});
+  bench.step(milliseconds(60000));
+  EXPECT_EQ(bench.take_events(), Frames{}) << "once";
+  bench.answer("605#4006200000000000");
+  bench.step(milliseconds(5000));
+  EXPECT_EQ(bench.take_events(), Frames{"585#8006200000000405"}) << "an upload too";
 }
 
 }  // namespace

@@ -103,14 +103,10 @@ TEST_F(MemoryTest, RestoringTakesEffectWithTheReset) {
 TEST_F(MemoryTest, CommandsAndSetPointsAreNotStored) {
   bench.write(0x6040, 0, 0x06, 2);
   bench.write(0x6042, 0, 500, 2);
-  bench.write(0x6640, 0, 0, 1);
-  bench.write(0x2620, 1, 0x3F, 1);
   bench.write(0x1010, 1, kSave, 4);
   reset_node();
   EXPECT_EQ(bench.read(0x6040), 0U);
   EXPECT_EQ(bench.read(0x6042), 0U);
-  EXPECT_EQ(bench.read(0x6640), 1U);
-  EXPECT_EQ(bench.read(0x2620, 1), 0xFFU);
 }
 
 TEST_F(MemoryTest, ANewNodeIdTakesEffectWithTheReset) {
@@ -250,6 +246,21 @@ TEST(MemoryFile, APowerCutAtAnyStepLeavesTheWholeOldOrTheWholeNewSet) {
   EXPECT_GE(step, 6) << "open, write, sync, rename, sync of the folder";
   EXPECT_TRUE(saw_old);
   EXPECT_TRUE(saw_new);
+}
+
+TEST(MemoryFile, SafetyCommandsAreNotStored) {
+  const Folder folder;
+  Settings settings = as_node(1);
+  settings.store_path = folder.file();
+  {
+    DriveBench before(settings);
+    before.write(0x6640, 0, 0, 1);
+    before.write(0x2620, 1, 0x3F, 1);
+    EXPECT_EQ(before.write(0x1010, 1, kSave, 4), 0U);
+  }
+  DriveBench after(settings);
+  EXPECT_EQ(after.read(0x6640), 1U);
+  EXPECT_EQ(after.read(0x2620, 1), 0xFFU);
 }
 
 }  // namespace

@@ -18,7 +18,9 @@ struct Mechanics {
   double steps_per_electrical_revolution = 4096;  ///< position counts of one electrical revolution
   double pole_pairs = 8;                          ///< electrical revolutions of one motor revolution
   double coast_deceleration = 500;                ///< loss of speed without torque, in 1/min per second
-  double limit_deceleration = 20000;  ///< stop on the current or voltage limit, in 1/min per second
+  double limit_deceleration = 20000;         ///< stop on the current or voltage limit, in 1/min per second
+  double short_circuit_deceleration = 2000;  ///< by short-circuited phases, without supply too
+  double brake_deceleration = 3300;          ///< by the applied brake of SBC
 };
 
 /** What the drive's sensors measure. */
