@@ -1,7 +1,10 @@
-// Device descriptions: every text is read or refused, and what was read answers by name and by index.
+// Device descriptions: every text is read or refused, what was read answers by name and by index, and a check
+// ends.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <nkr/tools/DescriptionDiff.hpp>
+#include <nkr/tools/EDSLint.hpp>
 #include <nkr/tools/EDSParser.hpp>
 #include <sstream>
 
@@ -16,7 +19,7 @@ void require(bool holds) {
 void check_diagnostics(const std::vector<nkr::tools::Diagnostic>& diagnostics) {
   require(diagnostics.size() <= 1001);
   for (const auto& diagnostic : diagnostics) {
-    for (const char c : diagnostic.section + diagnostic.problem + diagnostic.taken) {
+    for (const char c : diagnostic.section + diagnostic.key + diagnostic.problem + diagnostic.taken) {
       require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
     }
   }
@@ -36,6 +39,14 @@ void check_objects(const EDSParser& parser) {
   }
 }
 
+void check_lint(const std::string& text, bool read) {
+  std::istringstream stream(text);
+  const nkr::tools::LintResult result = nkr::tools::lint_description(stream);
+  require(result.readable == read);
+  require(!result.conforming || read);
+  check_diagnostics(result.diagnostics);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -46,6 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   require(read || parser.objects().empty());
   check_diagnostics(parser.diagnostics());
   check_objects(parser);
+  check_lint(text, read);
+  require(nkr::tools::compare_descriptions(parser, parser).empty());
   EDSParser strict;
   std::istringstream again(text);
   require(!strict.parse(again, true) || read);

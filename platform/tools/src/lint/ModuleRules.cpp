@@ -11,11 +11,14 @@ namespace nkr::tools {
 
 namespace {
 
-constexpr std::int64_t kMostModules = 0xFFFF;
-
 std::int64_t supported_modules(const DescriptionView& view) {
-  const auto number = view.number(view.section("SupportedModules"), "NrOfEntries").value_or(0);
-  return std::clamp<std::int64_t>(number, 0, kMostModules);
+  return view.number(view.section("SupportedModules"), "NrOfEntries").value_or(0);
+}
+
+/** More than there are sections cannot be described; the first of them stands for the rest. */
+std::int64_t modules_to_check(const DescriptionView& view) {
+  const auto most = static_cast<std::int64_t>(view.text().sections.size()) + 1;
+  return std::min(supported_modules(view), most);
 }
 
 /** A section of module x: "M3ModuleInfo". */
@@ -24,7 +27,7 @@ const Section* module_section(const DescriptionView& view, std::int64_t module, 
 }
 
 void check_described(const DescriptionView& view, const Findings& findings) {
-  const std::int64_t modules = supported_modules(view);
+  const std::int64_t modules = modules_to_check(view);
   for (std::int64_t module = 1; module <= modules; ++module) {
     if (module_section(view, module, "ModuleInfo") != nullptr) continue;
     const Section* list = view.section("SupportedModules");
@@ -34,7 +37,7 @@ void check_described(const DescriptionView& view, const Findings& findings) {
 }
 
 void check_info(const DescriptionView& view, const Findings& findings) {
-  const std::int64_t modules = supported_modules(view);
+  const std::int64_t modules = modules_to_check(view);
   for (std::int64_t module = 1; module <= modules; ++module) {
     const Section* info = module_section(view, module, "ModuleInfo");
     if (info == nullptr) continue;
@@ -65,7 +68,7 @@ std::string index_digits(std::string_view text) {
 template <typename Visit>
 void for_each_module_object(const DescriptionView& view, std::string_view list_name,
                             std::string_view object_name, Visit visit) {
-  const std::int64_t modules = supported_modules(view);
+  const std::int64_t modules = modules_to_check(view);
   for (std::int64_t module = 1; module <= modules; ++module) {
     const Section* list = module_section(view, module, list_name);
     if (list == nullptr) continue;
@@ -77,7 +80,7 @@ void for_each_module_object(const DescriptionView& view, std::string_view list_n
 }
 
 void check_objects(const DescriptionView& view, const Findings& findings) {
-  const std::int64_t modules = supported_modules(view);
+  const std::int64_t modules = modules_to_check(view);
   for (std::int64_t module = 1; module <= modules; ++module) {
     for (const std::string_view name : {"FixedObjects", "SubExtends"}) {
       const Section* list = module_section(view, module, name);

@@ -117,6 +117,7 @@ void check_data_types(const DescriptionView& view, const Findings& findings) {
   constexpr std::uint16_t kHighest = 0x025F;  // above it the reader says so
   for_each_object(view, [&](const Description& object) {
     const auto code = static_cast<std::uint16_t>(object.data_type);
+    if (object.compact && object.id.subindex() != 1) return;  // all have the type of their array
     if (object.data_type == DataType::UNKNOWN || code > kHighest || is_known_type(object.data_type)) return;
     findings.add(view.place(object, "DataType"), index_text(code), "the number as it stands");
   });

@@ -17,13 +17,15 @@ constexpr std::uint16_t kMostPdos = 512;
 constexpr std::int64_t kMostEntries = 64;  // above it sub-index 0 says that the PDO is multiplexed
 constexpr std::uint16_t kHighestDummy = 0x1F;
 
-std::vector<DescribedPdo> described(const DescriptionView& view, bool mappings) {
+/** The PDOs of the indexes from two bases on, RPDOs first. */
+std::vector<DescribedPdo> described(const DescriptionView& view, std::uint16_t receive,
+                                    std::uint16_t transmit) {
   std::vector<DescribedPdo> pdos;
-  for (const bool transmit : {false, true}) {
-    for (std::uint16_t number = 0; number < kMostPdos; ++number) {
-      const DescribedPdo pdo{transmit, number};
-      const IndexSections* sections = view.sections_of(mappings ? pdo.mapping() : pdo.parameters());
-      if (sections != nullptr && sections->object != nullptr) pdos.push_back(pdo);
+  for (const auto& [index, sections] : view.indexes()) {
+    if (sections.object == nullptr) continue;
+    for (const std::uint16_t base : {receive, transmit}) {
+      const bool inside = index >= base && index < base + kMostPdos;
+      if (inside) pdos.push_back({base == transmit, static_cast<std::uint16_t>(index - base)});
     }
   }
   return pdos;
@@ -247,11 +249,11 @@ constexpr std::array kRules = {
 }  // namespace
 
 std::vector<DescribedPdo> described_pdos(const DescriptionView& view) {
-  return described(view, false);
+  return described(view, DescribedPdo{false, 0}.parameters(), DescribedPdo{true, 0}.parameters());
 }
 
 std::vector<DescribedPdo> described_mappings(const DescriptionView& view) {
-  return described(view, true);
+  return described(view, DescribedPdo{false, 0}.mapping(), DescribedPdo{true, 0}.mapping());
 }
 
 RuleTable pdo_rules() {
