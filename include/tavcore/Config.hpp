@@ -20,7 +20,7 @@ class NKR_EXPORT Config {
    * @return NKR_NOT_AVAILABLE for a file that cannot be read or a key that fails; never throws for bad
    * content
    */
-  [[nodiscard]] nkr_error_t load(const std::string& path);
+  NKR_NODISCARD nkr_error_t load(const std::string& path);
 
   /** The file of the last load that succeeded; empty before. */
   [[nodiscard]] std::string getPath() const { return path_; }
@@ -48,8 +48,8 @@ class NKR_EXPORT Config {
   [[nodiscard]] int getMaxMaintenanceSpeedValue() const { return max_maintenance_speed_value_; }
 
  private:
-  [[nodiscard]] nkr_error_t load_settings(const std::string& path);
-  [[nodiscard]] nkr_error_t load_hardware(const std::string& path);
+  NKR_NODISCARD nkr_error_t load_settings(const std::string& path);
+  NKR_NODISCARD nkr_error_t load_hardware(const std::string& path);
 
   std::string path_;
   int context_id_ = 0;

@@ -77,41 +77,41 @@ class NKR_EXPORT ICommunicationService {
 
   /** Stores a block in non-volatile memory (0x1010, "save"). NKR_ERROR for another block (nothing is sent).
    */
-  [[nodiscard]] virtual nkr_error_t storeParameters(const BlocId& block) = 0;
+  NKR_NODISCARD virtual nkr_error_t storeParameters(const BlocId& block) = 0;
   /**
    * Restores a block's defaults at the drive's next reset (0x1011, "load"; sent once). For ALL and
    * COMMUNICATION the library addresses the default node id of the description from now on, whatever the
    * write answered; the drive keeps its id until its reset.
    * @return NKR_ERROR for another block; NKR_NOT_AVAILABLE when the description has no "Node ID"
    */
-  [[nodiscard]] virtual nkr_error_t restoreDefaultParameters(const BlocId& block) = 0;
-  [[nodiscard]] virtual nkr_error_t getIdentityParameters(IdentityParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t getNetworkParameters(NetworkParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t restoreDefaultParameters(const BlocId& block) = 0;
+  NKR_NODISCARD virtual nkr_error_t getIdentityParameters(IdentityParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getNetworkParameters(NetworkParameters& parameters) const = 0;
   /**
    * Writes node id and termination; the library addresses the new id from now on, the drive keeps its id
    * until its reset. A write that succeeds only on its repeat answers NKR_OK with the library's node id
    * unchanged.
    */
-  [[nodiscard]] virtual nkr_error_t setNetworkParameters(const NetworkParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getCommunicationParameters(CommunicationParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t setCommunicationParameters(const CommunicationParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getSDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t setNetworkParameters(const NetworkParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getCommunicationParameters(CommunicationParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setCommunicationParameters(const CommunicationParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getSDOCommunicationParameters(
       const SDOId& sdo, SDOCommunicationParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t setSDOCommunicationParameters(
       const SDOId& sdo, const SDOCommunicationParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getRPDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t getRPDOCommunicationParameters(
       const PDOId& pdo, PDOCommunicationParameters& parameters) const = 0;
   /** Makes the PDO invalid, writes, and gives it the caller's validity. A step that failed, or that succeeded
    * only on its repeat (NKR_OK), leaves it invalid: read it back. */
-  [[nodiscard]] virtual nkr_error_t setRPDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t setRPDOCommunicationParameters(
       const PDOId& pdo, const PDOCommunicationParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getTPDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t getTPDOCommunicationParameters(
       const PDOId& pdo, PDOCommunicationParameters& parameters) const = 0;
   /** As setRPDOCommunicationParameters(). */
-  [[nodiscard]] virtual nkr_error_t setTPDOCommunicationParameters(
+  NKR_NODISCARD virtual nkr_error_t setTPDOCommunicationParameters(
       const PDOId& pdo, const PDOCommunicationParameters& parameters) = 0;
   /** The mapping; entries are appended: pass an empty record. */
-  [[nodiscard]] virtual nkr_error_t getRPDOMappingParameters(const PDOId& pdo,
+  NKR_NODISCARD virtual nkr_error_t getRPDOMappingParameters(const PDOId& pdo,
                                                              PDOMappingParameters& parameters) const = 0;
   /**
    * Disables the PDO, writes the mapping and enables the PDO, also when it was disabled before. A step that
@@ -121,13 +121,13 @@ class NKR_EXPORT ICommunicationService {
    * When the very first read, that of the COB-ID, succeeds only on its repeat, the answer is NKR_OK too, and
    * the PDO is enabled with COB-ID and transmission type 0: read the communication parameters back as well.
    */
-  [[nodiscard]] virtual nkr_error_t setRPDOMappingParameters(const PDOId& pdo,
+  NKR_NODISCARD virtual nkr_error_t setRPDOMappingParameters(const PDOId& pdo,
                                                              const PDOMappingParameters& parameters) = 0;
   /** As getRPDOMappingParameters(). */
-  [[nodiscard]] virtual nkr_error_t getTPDOMappingParameters(const PDOId& pdo,
+  NKR_NODISCARD virtual nkr_error_t getTPDOMappingParameters(const PDOId& pdo,
                                                              PDOMappingParameters& parameters) const = 0;
   /** As setRPDOMappingParameters(). */
-  [[nodiscard]] virtual nkr_error_t setTPDOMappingParameters(const PDOId& pdo,
+  NKR_NODISCARD virtual nkr_error_t setTPDOMappingParameters(const PDOId& pdo,
                                                              const PDOMappingParameters& parameters) = 0;
 };
 

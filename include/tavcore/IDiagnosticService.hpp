@@ -21,7 +21,7 @@ class NKR_EXPORT IDiagnosticService {
   virtual ~IDiagnosticService() = default;
 
   /** Position value and actual velocity, in the drive's units. The controller alone serves it. */
-  [[nodiscard]] virtual nkr_error_t getAxisData(int& position, int& velocity) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getAxisData(int& position, int& velocity) const = 0;
 
   /**
    * A snapshot of the drive. All nine outputs are 0 or false before the first access.
@@ -35,7 +35,7 @@ class NKR_EXPORT IDiagnosticService {
    * @param speedPercent      velocity in percent of the configured maximum, negative when moving backward
    * @param move              direction of the actual velocity
    */
-  [[nodiscard]] virtual nkr_error_t getTavInfos(bool& operationEnabled, unsigned char& nmtState,
+  NKR_NODISCARD virtual nkr_error_t getTavInfos(bool& operationEnabled, unsigned char& nmtState,
                                                 bool& usbPresent, int& odometry, int& position, int& velocity,
                                                 unsigned int& reserved, int& speedPercent,
                                                 MoveEnum& move) const = 0;
@@ -45,7 +45,7 @@ class NKR_EXPORT IDiagnosticService {
    * `order`. Above the maximum the speed is limited; a negative percentage passes through as it is.
    * @return NKR_ERROR for an order outside MoveEnum (nothing is sent)
    */
-  [[nodiscard]] virtual nkr_error_t setTavInfos(const int& speedPercent, const MoveEnum& order) = 0;
+  NKR_NODISCARD virtual nkr_error_t setTavInfos(const int& speedPercent, const MoveEnum& order) = 0;
 };
 
 }  // namespace nkr::tavcore

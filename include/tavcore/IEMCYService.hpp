@@ -31,23 +31,23 @@ class NKR_EXPORT IEMCYService {
    * Error behaviour of a kind of error. A failed read answers its code with `behavior` set to 0.
    * @return NKR_ERROR for another kind; NKR_NOT_AVAILABLE for a stored value above 2
    */
-  [[nodiscard]] virtual nkr_error_t getErrorBehavior(const ErrorType& type,
+  NKR_NODISCARD virtual nkr_error_t getErrorBehavior(const ErrorType& type,
                                                      ErrorBehavior& behavior) const = 0;
   /** @return NKR_ERROR for another kind or behaviour (nothing is sent) */
-  [[nodiscard]] virtual nkr_error_t setErrorBehavior(const ErrorType& type,
+  NKR_NODISCARD virtual nkr_error_t setErrorBehavior(const ErrorType& type,
                                                      const ErrorBehavior& behavior) = 0;
   /** Empties the pre-defined error field. */
-  [[nodiscard]] virtual nkr_error_t clearErrorList() = 0;
+  NKR_NODISCARD virtual nkr_error_t clearErrorList() = 0;
   /** Number of entries of the pre-defined error field; 0 when the read failed. */
-  [[nodiscard]] virtual nkr_error_t getErrorCount(int& count) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getErrorCount(int& count) const = 0;
   /** Error register, object 0x1001. */
-  [[nodiscard]] virtual nkr_error_t getErrorRegister(unsigned char& reg) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getErrorRegister(unsigned char& reg) const = 0;
   /**
    * CiA 301 error code (the low 16 bits) of entry `index`, counted from 1, newest first; 0 when the read
    * failed. No upper bound is checked: an index above 254 addresses another object.
    * @return NKR_ERROR for an index below 1
    */
-  [[nodiscard]] virtual nkr_error_t getError(const int& index, unsigned int& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getError(const int& index, unsigned int& code) const = 0;
 };
 
 }  // namespace nkr::tavcore

@@ -66,21 +66,21 @@ class NKR_EXPORT IInternalService {
   virtual ~IInternalService() = default;
 
   /** Stores a block in the drive's non-volatile memory (0x1010, "save"). NKR_ERROR for another block. */
-  [[nodiscard]] virtual nkr_error_t _storeParameters(const _BlocId& block) = 0;
+  NKR_NODISCARD virtual nkr_error_t _storeParameters(const _BlocId& block) = 0;
   /** Restores a block's defaults at the drive's next reset (0x1011, "load"). NKR_ERROR for another block. */
-  [[nodiscard]] virtual nkr_error_t _restoreDefaultParameters(const _BlocId& block) = 0;
+  NKR_NODISCARD virtual nkr_error_t _restoreDefaultParameters(const _BlocId& block) = 0;
   /** Writes the three identity strings, device name first. */
-  [[nodiscard]] virtual nkr_error_t _setDeviceParameters(const _DeviceParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t _getSelfTestStatus(_SelfTestStatus& status) const = 0;
+  NKR_NODISCARD virtual nkr_error_t _setDeviceParameters(const _DeviceParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t _getSelfTestStatus(_SelfTestStatus& status) const = 0;
   /** Makes the drive's next self test report the given status. */
-  [[nodiscard]] virtual nkr_error_t _simulateSelfTestError(const _SelfTestStatus& status) const = 0;
-  [[nodiscard]] virtual nkr_error_t _getCalibrationParameters(_CalibrationParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t _getSystemErrorConfig(_SystemErrorConfig& config) const = 0;
-  [[nodiscard]] virtual nkr_error_t _setSystemErrorConfig(const _SystemErrorConfig& config) = 0;
+  NKR_NODISCARD virtual nkr_error_t _simulateSelfTestError(const _SelfTestStatus& status) const = 0;
+  NKR_NODISCARD virtual nkr_error_t _getCalibrationParameters(_CalibrationParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t _getSystemErrorConfig(_SystemErrorConfig& config) const = 0;
+  NKR_NODISCARD virtual nkr_error_t _setSystemErrorConfig(const _SystemErrorConfig& config) = 0;
   /** The level-1 error word; the device defines its bits. */
-  [[nodiscard]] virtual nkr_error_t _getLevel1Error(unsigned int& error) const = 0;
+  NKR_NODISCARD virtual nkr_error_t _getLevel1Error(unsigned int& error) const = 0;
   /** The node id that the library addresses from now on. Nothing is sent; a later NMT reset keeps it. */
-  [[nodiscard]] virtual nkr_error_t _setNodeId(const unsigned char& id) = 0;
+  NKR_NODISCARD virtual nkr_error_t _setNodeId(const unsigned char& id) = 0;
 };
 
 }  // namespace nkr::tavcore

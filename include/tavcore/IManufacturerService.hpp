@@ -34,31 +34,31 @@ class NKR_EXPORT IManufacturerService {
 
   virtual ~IManufacturerService() = default;
 
-  [[nodiscard]] virtual nkr_error_t getDeviceParameters(DeviceParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t getVRXParameters(VRXParameters& parameters) const = 0;
-  [[nodiscard]] virtual nkr_error_t setVRXParameters(const VRXParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getDeviceParameters(DeviceParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getVRXParameters(VRXParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setVRXParameters(const VRXParameters& parameters) = 0;
   /** Whether the Hall sensor's calibration is valid. */
-  [[nodiscard]] virtual nkr_error_t getCalibrationValidity(bool& valid) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getCalibrationValidity(bool& valid) const = 0;
   /** The five supervised quantities; no output is written unless all five were read at the first attempt. */
-  [[nodiscard]] virtual nkr_error_t getSystemErrorState(SystemErrorStatus& batteryUnderVoltage,
+  NKR_NODISCARD virtual nkr_error_t getSystemErrorState(SystemErrorStatus& batteryUnderVoltage,
                                                         SystemErrorStatus& batteryOverVoltage,
                                                         SystemErrorStatus& phaseOverCurrent,
                                                         SystemErrorStatus& mosfetOverTemperature,
                                                         SystemErrorStatus& driverOverTemperature) const = 0;
   /** Previous and present protection state; no output is written unless both were read at the first attempt.
    */
-  [[nodiscard]] virtual nkr_error_t getSystemErrorProtectState(SystemErrorProtectState& previous,
+  NKR_NODISCARD virtual nkr_error_t getSystemErrorProtectState(SystemErrorProtectState& previous,
                                                                SystemErrorProtectState& present) const = 0;
   /** Software version as text, most significant byte first, joined by dots. The controller alone serves it.
    */
-  [[nodiscard]] virtual nkr_error_t getSWVersion(std::string& version) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getSWVersion(std::string& version) const = 0;
   /** Hardware version as text, likewise. The controller alone serves it. */
-  [[nodiscard]] virtual nkr_error_t getHWVersion(std::string& version) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getHWVersion(std::string& version) const = 0;
   /** Whether the drive's hardware version stands in the list of that configuration section. */
-  [[nodiscard]] virtual nkr_error_t checkHWCompatibility(const std::string& hwConfigurationEntry,
+  NKR_NODISCARD virtual nkr_error_t checkHWCompatibility(const std::string& hwConfigurationEntry,
                                                          bool& compatible) const = 0;
   /** Distance travelled, in the unit of the configured diameter; 0 when the read failed. */
-  [[nodiscard]] virtual nkr_error_t getOdometryValue(int& odometry) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getOdometryValue(int& odometry) const = 0;
 };
 
 }  // namespace nkr::tavcore

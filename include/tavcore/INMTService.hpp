@@ -17,13 +17,13 @@ class NKR_EXPORT INMTService {
   virtual ~INMTService() = default;
 
   /** The node's NMT state as the client knows it; 0 with NKR_OK for a node never heard or lost. */
-  [[nodiscard]] virtual nkr_error_t getNMTState(NMTState& state) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getNMTState(NMTState& state) const = 0;
   /**
    * Sends an NMT command; NKR_OK says that it was sent, CiA 301 has no confirmation. A reset command that was
    * sent sets the node id back to the configured one: the one taken at the dispatcher's init() or by
    * _setNodeId().
    */
-  [[nodiscard]] virtual nkr_error_t setNMTState(const NMTCommand& command) = 0;
+  NKR_NODISCARD virtual nkr_error_t setNMTState(const NMTCommand& command) = 0;
 };
 
 }  // namespace nkr::tavcore

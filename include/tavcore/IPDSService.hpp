@@ -118,12 +118,12 @@ class NKR_EXPORT IPDSService {
 
   virtual ~IPDSService() = default;
 
-  [[nodiscard]] virtual nkr_error_t getPeripheralStatus(PeripheralStatus& status) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getPeripheralStatus(PeripheralStatus& status) const = 0;
   /**
    * The drive's state, read afresh from the status word 0x6041.
    * @return NKR_INVALID_STATE for a status word that is no state (`state` is left)
    */
-  [[nodiscard]] virtual nkr_error_t getPDSState(PDSState& state) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getPDSState(PDSState& state) const = 0;
 
   /** @name Commands of the state machine (control word 0x6040)
    * Each reads the vendor id first and answers NKR_NOT_AVAILABLE, with nothing sent, for a drive of another
@@ -131,15 +131,15 @@ class NKR_EXPORT IPDSService {
    * second attempt, that the control word was sent: read the state back. They change the remote drive, never
    * the object: hence const.
    * @{ */
-  [[nodiscard]] virtual nkr_error_t disableVoltage() const = 0;
-  [[nodiscard]] virtual nkr_error_t shutdown() const = 0;
-  [[nodiscard]] virtual nkr_error_t quickStop() const = 0;
-  [[nodiscard]] virtual nkr_error_t switchOn() const = 0;
-  [[nodiscard]] virtual nkr_error_t enableOperation() const = 0;
-  [[nodiscard]] virtual nkr_error_t disableOperation() const = 0;
+  NKR_NODISCARD virtual nkr_error_t disableVoltage() const = 0;
+  NKR_NODISCARD virtual nkr_error_t shutdown() const = 0;
+  NKR_NODISCARD virtual nkr_error_t quickStop() const = 0;
+  NKR_NODISCARD virtual nkr_error_t switchOn() const = 0;
+  NKR_NODISCARD virtual nkr_error_t enableOperation() const = 0;
+  NKR_NODISCARD virtual nkr_error_t disableOperation() const = 0;
   /** Bit 7 of the control word as given. The drive resets on a rising edge: call with false, then with true.
    */
-  [[nodiscard]] virtual nkr_error_t faultReset(const bool& reset) const = 0;
+  NKR_NODISCARD virtual nkr_error_t faultReset(const bool& reset) const = 0;
   /** @} */
 
   /**
@@ -147,41 +147,41 @@ class NKR_EXPORT IPDSService {
    * The controller alone serves it.
    * @return NKR_INVALID_STATE when every step succeeded but the drive ended in another state
    */
-  [[nodiscard]] virtual nkr_error_t enterInOperationEnabledState() = 0;
+  NKR_NODISCARD virtual nkr_error_t enterInOperationEnabledState() = 0;
 
   /** @name Option codes: plain numbers both ways, never validated
    * @{ */
-  [[nodiscard]] virtual nkr_error_t getAbortConnectionOptionCode(AbortConnectionOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setAbortConnectionOptionCode(
+  NKR_NODISCARD virtual nkr_error_t getAbortConnectionOptionCode(AbortConnectionOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setAbortConnectionOptionCode(
       const AbortConnectionOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t getQuickStopOptionCode(QuickStopOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setQuickStopOptionCode(const QuickStopOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t getShutdownOptionCode(ShutdownOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setShutdownOptionCode(const ShutdownOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t getDisableOperationOptionCode(DisableOperationOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setDisableOperationOptionCode(
+  NKR_NODISCARD virtual nkr_error_t getQuickStopOptionCode(QuickStopOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setQuickStopOptionCode(const QuickStopOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getShutdownOptionCode(ShutdownOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setShutdownOptionCode(const ShutdownOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getDisableOperationOptionCode(DisableOperationOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setDisableOperationOptionCode(
       const DisableOperationOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t getHaltOptionCode(HaltOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setHaltOptionCode(const HaltOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t getFaultReactionOptionCode(FaultReactionOptionCode& code) const = 0;
-  [[nodiscard]] virtual nkr_error_t setFaultReactionOptionCode(const FaultReactionOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getHaltOptionCode(HaltOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setHaltOptionCode(const HaltOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getFaultReactionOptionCode(FaultReactionOptionCode& code) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setFaultReactionOptionCode(const FaultReactionOptionCode& code) const = 0;
   /** @} */
 
   /** Mode of operation demanded (0x6060) and displayed (0x6061). */
-  [[nodiscard]] virtual nkr_error_t getOperationModes(OperationMode& mode,
+  NKR_NODISCARD virtual nkr_error_t getOperationModes(OperationMode& mode,
                                                       OperationMode& mode_display) const = 0;
   /** Whether the drive supports the mode (0x6502); every mode but VELOCITY answers false. */
-  [[nodiscard]] virtual nkr_error_t isDriveModeSupported(const OperationMode& mode,
+  NKR_NODISCARD virtual nkr_error_t isDriveModeSupported(const OperationMode& mode,
                                                          bool& supported) const = 0;
-  [[nodiscard]] virtual nkr_error_t getUnitParameters(UnitParameters& units) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getUnitParameters(UnitParameters& units) const = 0;
   /**
    * Writes the four units. The units are part of the safety signatures, but no signature is refreshed here:
    * the caller must call CANOpenDispatcher::updateAllSafetySignatures() afterwards.
    */
-  [[nodiscard]] virtual nkr_error_t setUnitParameters(const UnitParameters& units) = 0;
-  [[nodiscard]] virtual nkr_error_t getPolarityParameters(PolarityParameters& polarity) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setUnitParameters(const UnitParameters& units) = 0;
+  NKR_NODISCARD virtual nkr_error_t getPolarityParameters(PolarityParameters& polarity) const = 0;
   /** Writes the whole polarity object: bits 0 to 5 become 0. */
-  [[nodiscard]] virtual nkr_error_t setPolarityParameters(const PolarityParameters& polarity) = 0;
+  NKR_NODISCARD virtual nkr_error_t setPolarityParameters(const PolarityParameters& polarity) = 0;
 };
 
 }  // namespace nkr::tavcore

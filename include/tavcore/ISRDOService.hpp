@@ -44,7 +44,7 @@ class NKR_EXPORT ISRDOService {
   virtual ~ISRDOService() = default;
 
   /** Parameters and the signature that the drive holds (0x13FF). The direction follows from the number. */
-  [[nodiscard]] virtual nkr_error_t getSRDOParameters(const SRDOId& srdo, SRDODirection& direction,
+  NKR_NODISCARD virtual nkr_error_t getSRDOParameters(const SRDOId& srdo, SRDODirection& direction,
                                                       SRDOParameters& parameters,
                                                       unsigned short& signature) const = 0;
   /**
@@ -53,16 +53,16 @@ class NKR_EXPORT ISRDOService {
    * out; mapping entries that were not read are signed as 0. Read parameters and signature back. Any write
    * clears the drive's "Configuration valid".
    */
-  [[nodiscard]] virtual nkr_error_t setSRDOParameters(const SRDOId& srdo,
+  NKR_NODISCARD virtual nkr_error_t setSRDOParameters(const SRDOId& srdo,
                                                       const SRDOParameters& parameters) = 0;
   /** The mapping; `entries` has `count` entries. After a repeated read the later ones are 0, and after a
    * repeat of the count's read `entries` is as it was. */
-  [[nodiscard]] virtual nkr_error_t getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getSRDOMapping(const SRDOId& srdo, SRDOMapping& mapping) const = 0;
   /** Whether the drive's SRDO configuration is declared valid (0x13FE holds 0xA5). */
-  [[nodiscard]] virtual nkr_error_t getSRDOConfigurationValidity(bool& valid) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getSRDOConfigurationValidity(bool& valid) const = 0;
   /** Declares the SRDO configuration valid; the drive then checks the signatures. NKR_OK says that 0xA5 was
    * written, not that they are right: read the validity back. */
-  [[nodiscard]] virtual nkr_error_t setSRDOConfigurationValidity() = 0;
+  NKR_NODISCARD virtual nkr_error_t setSRDOConfigurationValidity() = 0;
 };
 
 }  // namespace nkr::tavcore

@@ -131,13 +131,13 @@ class NKR_EXPORT ISafeMotionService {
    * too: read the mapping and the signatures back.
    * @return NKR_ERROR, with nothing sent, for another word or a function outside -1 to 17
    * @{ */
-  [[nodiscard]] virtual nkr_error_t getSafetyControlWordMapping(const SafetyControlWordId& word,
+  NKR_NODISCARD virtual nkr_error_t getSafetyControlWordMapping(const SafetyControlWordId& word,
                                                                 SafetyWordMapping& mapping) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSafetyControlWordMapping(const SafetyControlWordId& word,
+  NKR_NODISCARD virtual nkr_error_t setSafetyControlWordMapping(const SafetyControlWordId& word,
                                                                 const SafetyWordMapping& mapping) = 0;
-  [[nodiscard]] virtual nkr_error_t getSafetyStatusWordMapping(const SafetyStatusWordId& word,
+  NKR_NODISCARD virtual nkr_error_t getSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                                SafetyWordMapping& mapping) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSafetyStatusWordMapping(const SafetyStatusWordId& word,
+  NKR_NODISCARD virtual nkr_error_t setSafetyStatusWordMapping(const SafetyStatusWordId& word,
                                                                const SafetyWordMapping& mapping) = 0;
   /** @} */
 
@@ -147,15 +147,15 @@ class NKR_EXPORT ISafeMotionService {
    * the drive took the word, not that a function is performed or released.
    * An identifier outside its enumeration throws std::out_of_range.
    * @{ */
-  [[nodiscard]] virtual nkr_error_t getSafetyFunctionCommand(const SafetyFunctionId& function,
+  NKR_NODISCARD virtual nkr_error_t getSafetyFunctionCommand(const SafetyFunctionId& function,
                                                              bool& active) const = 0;
-  [[nodiscard]] virtual nkr_error_t getSafetyFunctionStatus(const SafetyFunctionId& function,
+  NKR_NODISCARD virtual nkr_error_t getSafetyFunctionStatus(const SafetyFunctionId& function,
                                                             bool& active) const = 0;
-  [[nodiscard]] virtual nkr_error_t getSafetyControlWord(const SafetyControlWordId& word,
+  NKR_NODISCARD virtual nkr_error_t getSafetyControlWord(const SafetyControlWordId& word,
                                                          SafetyWordType& value) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSafetyControlWord(const SafetyControlWordId& word,
+  NKR_NODISCARD virtual nkr_error_t setSafetyControlWord(const SafetyControlWordId& word,
                                                          const SafetyWordType& value) = 0;
-  [[nodiscard]] virtual nkr_error_t getSafetyStatusWord(const SafetyStatusWordId& word,
+  NKR_NODISCARD virtual nkr_error_t getSafetyStatusWord(const SafetyStatusWordId& word,
                                                         SafetyWordType& value) const = 0;
   /** @} */
 
@@ -166,18 +166,18 @@ class NKR_EXPORT ISafeMotionService {
    * units and the whole mapping. Its NKR_OK does not say that the signature was written: the result of that
    * last step is dropped. Read parameters and signature back and compare, or call verify_safety().
    * @{ */
-  [[nodiscard]] virtual nkr_error_t getSTOParameters(const STOId& id, STOParameters& parameters,
+  NKR_NODISCARD virtual nkr_error_t getSTOParameters(const STOId& id, STOParameters& parameters,
                                                      unsigned short& signature) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSTOParameters(const STOId& id, const STOParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getSLSParameters(const SLSId& id, SLSParameters& parameters,
+  NKR_NODISCARD virtual nkr_error_t setSTOParameters(const STOId& id, const STOParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getSLSParameters(const SLSId& id, SLSParameters& parameters,
                                                      unsigned short& signature) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSLSParameters(const SLSId& id, const SLSParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getSDIParameters(const SDIId& id, SDIParameters& parameters,
+  NKR_NODISCARD virtual nkr_error_t setSLSParameters(const SLSId& id, const SLSParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getSDIParameters(const SDIId& id, SDIParameters& parameters,
                                                      unsigned short& signature) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSDIParameters(const SDIId& id, const SDIParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getSBCParameters(const SBCId& id, SBCParameters& parameters,
+  NKR_NODISCARD virtual nkr_error_t setSDIParameters(const SDIId& id, const SDIParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getSBCParameters(const SBCId& id, SBCParameters& parameters,
                                                      unsigned short& signature) const = 0;
-  [[nodiscard]] virtual nkr_error_t setSBCParameters(const SBCId& id, const SBCParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t setSBCParameters(const SBCId& id, const SBCParameters& parameters) = 0;
   /** @} */
 };
 

@@ -44,29 +44,29 @@ class NKR_EXPORT IVelocityModeService {
 
   /** Target velocity, object 0x6042. NKR_OK says that the drive took the value, not that the motor follows.
    */
-  [[nodiscard]] virtual nkr_error_t setTargetVelocity(const short& velocity) = 0;
-  [[nodiscard]] virtual nkr_error_t getTargetVelocity(short& velocity) const = 0;
+  NKR_NODISCARD virtual nkr_error_t setTargetVelocity(const short& velocity) = 0;
+  NKR_NODISCARD virtual nkr_error_t getTargetVelocity(short& velocity) const = 0;
   /** Actual velocity. */
-  [[nodiscard]] virtual nkr_error_t getVelocityActualValue(int& velocity) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getVelocityActualValue(int& velocity) const = 0;
   /** Velocity demand behind the ramp, object 0x6043. */
-  [[nodiscard]] virtual nkr_error_t getVelocityDemand(short& velocity) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getVelocityDemand(short& velocity) const = 0;
   /** Position in electrical steps of the motor. */
-  [[nodiscard]] virtual nkr_error_t getPositionValue(int& position) const = 0;
-  [[nodiscard]] virtual nkr_error_t getVelocityModeParameters(VelocityModeParameters& parameters) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getPositionValue(int& position) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getVelocityModeParameters(VelocityModeParameters& parameters) const = 0;
   /** Writes all fields but the dimension factor. */
-  [[nodiscard]] virtual nkr_error_t setVelocityModeParameters(const VelocityModeParameters& parameters) = 0;
-  [[nodiscard]] virtual nkr_error_t getVelocityModeStatusword(VelocityModeStatusword& statusword) const = 0;
-  [[nodiscard]] virtual nkr_error_t getVelocityModeControlword(
+  NKR_NODISCARD virtual nkr_error_t setVelocityModeParameters(const VelocityModeParameters& parameters) = 0;
+  NKR_NODISCARD virtual nkr_error_t getVelocityModeStatusword(VelocityModeStatusword& statusword) const = 0;
+  NKR_NODISCARD virtual nkr_error_t getVelocityModeControlword(
       VelocityModeControlword& controlword) const = 0;
 
   /** @name Single bits of the control word 0x6040
    * Read, change one bit, write: two transactions, no vendor check. A writer in between is overwritten. When
    * the read fails and its repeat succeeds the answer is NKR_OK and nothing was written: read the word back.
    * @{ */
-  [[nodiscard]] virtual nkr_error_t setEnableRamp(const bool& on) = 0;
-  [[nodiscard]] virtual nkr_error_t setUnlockRamp(const bool& on) = 0;
-  [[nodiscard]] virtual nkr_error_t setReferenceRamp(const bool& on) = 0;
-  [[nodiscard]] virtual nkr_error_t setHalt(const bool& on) = 0;
+  NKR_NODISCARD virtual nkr_error_t setEnableRamp(const bool& on) = 0;
+  NKR_NODISCARD virtual nkr_error_t setUnlockRamp(const bool& on) = 0;
+  NKR_NODISCARD virtual nkr_error_t setReferenceRamp(const bool& on) = 0;
+  NKR_NODISCARD virtual nkr_error_t setHalt(const bool& on) = 0;
   /** @} */
 };
 

@@ -129,7 +129,7 @@ def declared(header, pattern):
 
 def check_qualifiers(header):
     """Every operation must not be ignored; all but the listed ones leave the object as it is."""
-    operations = re.findall(r"(\[\[nodiscard\]\] )?virtual nkr_error_t (\w+)\(([^;]*?)\)( const)? = 0;",
+    operations = re.findall(r"(NKR_NODISCARD )?virtual nkr_error_t (\w+)\(([^;]*?)\)( const)? = 0;",
                             header.read_text(), re.S)
     good = True
     for nodiscard, name, _, const in operations:

@@ -71,6 +71,19 @@ typedef int32_t nkr_error_t;
 #define NKR_SDO_NO_DICTIONARY 0x08000023
 #define NKR_SDO_NO_DATA 0x08000024
 
+#ifdef __cplusplus
+/**
+ * Marks a result that must not be dropped. g++ overlooks a dropped [[nodiscard]] result of a virtual call;
+ * with NKR_CHECK_RESULTS defined before the first header here it sees that too, by an attribute of its own.
+ * Then a cast to void is no excuse any more: g++ wants the result in a variable or a condition.
+ */
+#if defined(NKR_CHECK_RESULTS) && defined(__GNUC__)
+#define NKR_NODISCARD [[nodiscard, gnu::warn_unused_result]]
+#else
+#define NKR_NODISCARD [[nodiscard]]
+#endif
+#endif
+
 /**
  * A sentence in English for a result code; never null, static storage, any thread.
  * Unknown codes get a sentence of their range (an abort code of the device's own, say).

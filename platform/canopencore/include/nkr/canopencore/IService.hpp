@@ -32,86 +32,93 @@ class NKR_EXPORT IService {
   [[nodiscard]] virtual bool isInitialized() const = 0;
 
   /** Reads an object as raw bytes, whatever its type (DOMAIN, OCTET_STRING; CiA 301, 7.2.4). */
-  virtual nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::vector<std::uint8_t>& value) {
+  NKR_NODISCARD virtual nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::vector<std::uint8_t>& value) {
     return unsupported(nodeId, address, value);
   }
   /** Writes raw bytes to an object, whatever its type. */
-  virtual nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::vector<std::uint8_t>& value) {
+  NKR_NODISCARD virtual nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::vector<std::uint8_t>& value) {
     return unsupported(nodeId, address, value);
   }
 
   /** One process-data exchange: status word, position and velocity in, and the order out when `flag` is set.
    */
-  virtual nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) = 0;
+  NKR_NODISCARD virtual nkr_error_t sync(const canopenservice::TavIn& request,
+                                         canopenservice::TavOut& out) = 0;
 
   /** Broadcasts an NMT command to every node (node id 0 on the wire; CiA 301, 7.2.8.3.1). */
-  virtual nkr_error_t broadcastNMTCommand(const NMTCommand& command) { return unsupported(command); }
+  NKR_NODISCARD virtual nkr_error_t broadcastNMTCommand(const NMTCommand& command) {
+    return unsupported(command);
+  }
   /** Sends one SYNC frame (CiA 301, 7.2.5). */
-  virtual nkr_error_t sendSync() { return unsupported(); }
+  NKR_NODISCARD virtual nkr_error_t sendSync() { return unsupported(); }
   /** Time since the node was last heard, in milliseconds. */
-  virtual nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t& milliseconds) {
+  NKR_NODISCARD virtual nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId,
+                                                      std::uint32_t& milliseconds) {
     return unsupported(nodeId, milliseconds);
   }
   /** A sentence on the node's last failed request: what was asked, what happened, and the likely cause. */
-  virtual nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) {
+  NKR_NODISCARD virtual nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) {
     return unsupported(nodeId, text);
   }
 
   /** The node's NMT state as its heartbeat says; UNKNOWN (0) for a node never heard or whose heartbeat is
    * lost. */
-  virtual nkr_error_t getNMTState(const std::uint8_t& nodeId, NMTState& state) = 0;
+  NKR_NODISCARD virtual nkr_error_t getNMTState(const std::uint8_t& nodeId, NMTState& state) = 0;
   /** Sends an NMT command to one node; there is no answer on the bus. */
-  virtual nkr_error_t setNMTState(const std::uint8_t& nodeId, const NMTCommand& command) = 0;
+  NKR_NODISCARD virtual nkr_error_t setNMTState(const std::uint8_t& nodeId, const NMTCommand& command) = 0;
 
   /** @name Typed reads (getValue) and writes (setValue) of one object
    * @{ */
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::string& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::string& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::int64_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::int64_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::int32_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::int32_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::int16_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::int16_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::int8_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::int8_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::uint64_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::uint64_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::uint32_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::uint32_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::uint16_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::uint16_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               std::uint8_t& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const std::uint8_t& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, float& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const float& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, double& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const double& value) = 0;
-  virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, bool& value) = 0;
-  virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                               const bool& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::string& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::string& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::int64_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::int64_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::int32_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::int32_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::int16_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::int16_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::int8_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::int8_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::uint64_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::uint64_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::uint32_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::uint32_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::uint16_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::uint16_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             std::uint8_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const std::uint8_t& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             float& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const float& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             double& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const double& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             bool& value) = 0;
+  NKR_NODISCARD virtual nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                             const bool& value) = 0;
   /** @} */
 
  private:
