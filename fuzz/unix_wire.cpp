@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <unix_wire.hpp>
+#include <unix/unix_wire.hpp>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const auto message = nkr::can::decode_unix_message(bytes, size);

@@ -2,13 +2,10 @@
 
 #include <nkr/can/candump.hpp>
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::Frame;
-using nkr::can::LogLine;
-using nkr::can::parse_frame;
-using nkr::can::parse_log_line;
 using std::chrono::system_clock;
 
 Frame remote(std::uint32_t id, std::uint8_t size) {
@@ -96,4 +93,12 @@ TEST(LogLineText, RefusesWhatIsNoLine) {
     EXPECT_FALSE(parse_log_line(text).has_value()) << text;
 }
 
+TEST(LogLineText, HoldsNoControlCharacters) {
+  EXPECT_FALSE(parse_log_line("(1436509052.249713) can\x1B[31m0 60A#40").has_value());
+  EXPECT_FALSE(parse_log_line("(1436509052.249713) can\x7F 60A#40").has_value());
+  const LogLine named{{}, "can\x1B[2J\n0", {0x60A, {0x40}}};
+  EXPECT_EQ(to_string(named), "(0.000000) can_[2J_0 60A#40");
+}
+
 }  // namespace
+}  // namespace nkr::can::test

@@ -4,13 +4,10 @@
 #include <nkr/can/Deadline.hpp>
 #include <thread>
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::Clock;
-using nkr::can::Deadline;
-using nkr::can::saturated;
-using nkr::can::time_after;
 
 TEST(Deadline, BeginsWhenItIsFirstAskedFor) {
   const Deadline deadline(50ms);
@@ -63,3 +60,4 @@ TEST(TimeAfter, StaysWithinTheClock) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

@@ -9,16 +9,10 @@
 
 #include "can/ports.hpp"
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::BusState;
-using nkr::can::Clock;
-using nkr::can::Filter;
-using nkr::can::Frame;
-using nkr::can::FrameHandler;
-using nkr::can::InProcessBus;
-using nkr::can::Port;
 
 std::unique_ptr<Port> open_handler(InProcessBus& bus, const std::vector<Filter>& filters,
                                    FrameHandler handler) {
@@ -333,3 +327,4 @@ TEST(InProcessBus, WhatIsThereAtOnceLeavesTheDeadlineOpen) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

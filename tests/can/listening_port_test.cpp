@@ -10,14 +10,8 @@
 
 #include "can/ports.hpp"
 
+namespace nkr::can::test {
 namespace {
-
-using nkr::can::Bus;
-using nkr::can::Filter;
-using nkr::can::Frame;
-using nkr::can::FrameHandler;
-using nkr::can::InProcessBus;
-using nkr::can::Port;
 
 /** A bus that knows queues alone: what Bus does for handlers. */
 class QueueBus : public Bus {
@@ -159,3 +153,4 @@ TEST(Drain, HandsOverWhatIsThereAndTakesWhatWasToBeTold) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

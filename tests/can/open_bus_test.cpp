@@ -2,10 +2,8 @@
 
 #include <nkr/can/open_bus.hpp>
 
+namespace nkr::can::test {
 namespace {
-
-using nkr::can::bus_advice;
-using nkr::can::open_bus;
 
 TEST(OpenBus, VirtualIsANewBusEachTime) {
   nkr_error_t result = NKR_ERROR;
@@ -58,3 +56,4 @@ TEST(BusAdvice, HasNothingToSayOfOtherCodesAndBuses) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+namespace nkr::can::test {
+
 constexpr nkr::can::Clock::time_point kNow{};
 constexpr nkr::can::Clock::time_point kForever = nkr::can::Clock::time_point::max();
 
@@ -44,5 +46,7 @@ inline void expect_close_wakes_every_receiver(nkr::can::Port& port) {
   EXPECT_EQ(port.receive(frame, kNow), NKR_CAN_CLOSED);
   EXPECT_EQ(port.send(frame, kNow), NKR_CAN_CLOSED);
 }
+
+}  // namespace nkr::can::test
 
 #endif

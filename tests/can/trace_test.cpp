@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/trace.hpp>
 #include <sstream>
@@ -7,17 +8,10 @@
 
 #include "can/ports.hpp"
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::BusState;
-using nkr::can::Clock;
-using nkr::can::Direction;
-using nkr::can::Frame;
-using nkr::can::FrameHistory;
-using nkr::can::InProcessBus;
-using nkr::can::TracedFrame;
-using nkr::can::TracingBus;
 using std::chrono::system_clock;
 
 std::vector<std::pair<Direction, Frame>> directions(const std::vector<TracedFrame>& traced) {
@@ -135,4 +129,25 @@ TEST(FrameHistory, IsWrittenAndReadByManyThreads) {
   EXPECT_EQ(history.frames().size(), 100U);
 }
 
+TEST(FrameHistory, ReadingHoldsNobodyUp) {
+  FrameHistory history(std::size_t{1} << 20);
+  for (std::size_t i = 0; i < std::size_t{1} << 20; ++i) history.record({{}, Direction::SENT, {1, {}}});
+  std::atomic<bool> done{false};
+  std::atomic<int> recorded{0};
+  std::thread recording([&] {
+    for (; !done; ++recorded) history.record({{}, Direction::SENT, {2, {}}});
+  });
+  bool went_on = false;
+  for (const auto deadline = soon(); !went_on && Clock::now() < deadline;) {
+    const int before = recorded;
+    const auto frames = history.frames();
+    went_on = recorded > before + 100;
+    ASSERT_LE(frames.size(), std::size_t{1} << 20);
+  }
+  done = true;
+  recording.join();
+  EXPECT_TRUE(went_on);
+}
+
 }  // namespace
+}  // namespace nkr::can::test

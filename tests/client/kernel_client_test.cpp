@@ -11,12 +11,13 @@
 #include <string>
 #include <thread>
 
-#include "can/link.hpp"
+#include "can/socketcan/link.hpp"
 #include "client/EventLog.hpp"
 
 namespace tests::client {
 namespace {
 
+using nkr::can::test::set_up;
 using nkr::can::Clock;
 using nkr::can::Frame;
 using nkr::canopen::Client;

@@ -68,6 +68,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "config": {"logging"},
     },
     "platform/tools/src": {"text": set(), "ini": {"text"}, "eds": {"text"}, "lint": {"eds", "text"}},
+    "canopen/can/src": {"system": set(), "unix": {"system"}, "socketcan": {"system"}, BESIDE: {"system", "unix", "socketcan"}},
     "canopen/client/src": {
         BESIDE: {"sdo", "pdo", "nmt", "emcy", "requests", "runtime"},
         "pdo": {"sdo", "runtime"},

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "ListeningPort.hpp"
+#include "system/without_exceptions.hpp"
 
 namespace nkr::can {
 
@@ -44,7 +45,9 @@ std::unique_ptr<Port> Bus::open_handler(const std::vector<Filter>& filters, Fram
   result = NKR_ERROR;
   if (!handler) return nullptr;
   auto port = open(filters, result);
-  return port ? ListeningPort::start(std::move(port), std::move(handler), result) : nullptr;
+  if (!port) return nullptr;
+  return without_exceptions(
+      result, [&] { return ListeningPort::start(std::move(port), std::move(handler), result); });
 }
 
 bool Bus::set_state(BusState /*state*/) {

@@ -1,5 +1,6 @@
 #include "FrameQueue.hpp"
 
+#include <exception>
 #include <utility>
 
 namespace nkr::can {
@@ -15,9 +16,13 @@ FrameQueue::FrameQueue() : ring_(kFirstCapacity) {}
 bool FrameQueue::make_room() {
   if (count_ < ring_.size()) return true;
   if (ring_.size() == kCapacityBound) return false;
-  std::vector<Frame> larger(ring_.size() * 2);
-  for (std::size_t i = 0; i < count_; ++i) larger[i] = ring_[(first_ + i) & (ring_.size() - 1)];
-  ring_ = std::move(larger);
+  try {
+    std::vector<Frame> larger(ring_.size() * 2);
+    for (std::size_t i = 0; i < count_; ++i) larger[i] = ring_[(first_ + i) & (ring_.size() - 1)];
+    ring_ = std::move(larger);
+  } catch (const std::exception&) {
+    return false;
+  }
   first_ = 0;
   return true;
 }

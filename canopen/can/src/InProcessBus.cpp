@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <nkr/can/InProcessBus.hpp>
 #include <utility>
 
 #include "FrameQueue.hpp"
+#include "system/without_exceptions.hpp"
 
 namespace nkr::can {
 namespace {
@@ -21,6 +23,14 @@ struct Activation {
   ~Activation() { innermost_ = outer; }
   Activation(const Activation&) = delete;
   Activation& operator=(const Activation&) = delete;
+
+  void keep(const Frame& frame) {
+    try {
+      returned.push_back(frame);
+    } catch (const std::exception&) {
+      // Without memory a frame is lost, as in a full queue.
+    }
+  }
 
   Member* member;
   Activation* outer;
@@ -53,7 +63,7 @@ class Member {
     if (!handler_) {
       queue_.push(frame);
     } else if (Activation* const activation = activation_of(this)) {
-      activation->returned.push_back(frame);
+      activation->keep(frame);
     } else {
       run(frame);
     }
@@ -130,12 +140,14 @@ struct Route {
 class Roster {
  public:
   void add(const std::shared_ptr<Member>& member) {
+    forget_closed();
     members_.insert(member->has_handler() ? members_.end() : members_.begin(), member);
     lay_out_routes();
   }
 
   void remove(const std::shared_ptr<Member>& member) {
     members_.erase(std::remove(members_.begin(), members_.end(), member), members_.end());
+    forget_closed();
     lay_out_routes();
   }
 
@@ -152,6 +164,10 @@ class Roster {
   [[nodiscard]] const std::vector<std::shared_ptr<Member>>& members() const { return members_; }
 
  private:
+  void forget_closed() {
+    const auto closed = [](const std::shared_ptr<Member>& member) { return member->closed(); };
+    members_.erase(std::remove_if(members_.begin(), members_.end(), closed), members_.end());
+  }
   void lay_out_routes() {
     routes_.clear();
     for (const auto& member : members_) {
@@ -183,14 +199,15 @@ struct InProcessBus::State {
   }
 
   void add(const std::shared_ptr<Member>& member) {
+    std::shared_ptr<const Roster> old;  // outlives the lock: its end may destroy what a handler captured
     const std::lock_guard<std::mutex> lock(mutex);
     auto changed = std::make_shared<Roster>(*roster);
     changed->add(member);
-    roster = std::move(changed);
+    old = std::exchange(roster, std::move(changed));
   }
 
   void remove(const std::shared_ptr<Member>& member) {
-    std::shared_ptr<const Roster> old;  // outlives the lock: its end may destroy what a handler captured
+    std::shared_ptr<const Roster> old;  // outlives the lock, too
     const std::lock_guard<std::mutex> lock(mutex);
     auto changed = std::make_shared<Roster>(*roster);
     changed->remove(member);
@@ -240,7 +257,11 @@ class InProcessBus::MemberPort : public Port {
 
  private:
   void leave() {
-    bus_->remove(member_);
+    try {
+      bus_->remove(member_);
+    } catch (const std::exception&) {
+      // Without memory the closed member stays, and hears nothing, until the next comes or goes.
+    }
     member_->close();
   }
 
@@ -253,13 +274,14 @@ InProcessBus::~InProcessBus() = default;
 
 std::unique_ptr<Port> InProcessBus::open(const std::vector<Filter>& filters, nkr_error_t& result) {
   result = NKR_OK;
-  return MemberPort::join(state_, filters, nullptr);
+  return without_exceptions(result, [&] { return MemberPort::join(state_, filters, nullptr); });
 }
 
 std::unique_ptr<Port> InProcessBus::open_handler(const std::vector<Filter>& filters, FrameHandler handler,
                                                  nkr_error_t& result) {
   result = handler ? NKR_OK : NKR_ERROR;
-  return handler ? MemberPort::join(state_, filters, std::move(handler)) : nullptr;
+  if (!handler) return nullptr;
+  return without_exceptions(result, [&] { return MemberPort::join(state_, filters, std::move(handler)); });
 }
 
 bool InProcessBus::set_state(BusState state) {

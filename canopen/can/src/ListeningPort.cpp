@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <system_error>
 #include <utility>
 
 #include "FrameQueue.hpp"
@@ -45,25 +44,16 @@ std::unique_ptr<Port> ListeningPort::start(std::unique_ptr<Port> port, FrameHand
                                            nkr_error_t& result) {
   const auto shared = std::make_shared<Shared>(std::move(port), std::move(handler));
   std::unique_ptr<ListeningPort> listening(new ListeningPort(shared));
-  try {
-    listening->thread_ = std::thread([shared] { shared->run(); });
-  } catch (const std::system_error&) {
-    result = NKR_ERROR;
-    shared->ended = true;
-    return nullptr;
+  if (listening->thread_.start([shared] { shared->run(); })) {
+    result = NKR_OK;
+    return listening;
   }
-  result = NKR_OK;
-  return listening;
+  result = NKR_CAN_NO_RESOURCES;
+  return nullptr;
 }
 
 ListeningPort::~ListeningPort() {
   ListeningPort::close();
-  if (!thread_.joinable()) return;
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    thread_.detach();
-  } else {
-    thread_.join();
-  }
 }
 
 nkr_error_t ListeningPort::send(const Frame& frame, const Deadline& deadline) {
@@ -82,7 +72,7 @@ BusStatus ListeningPort::status() const {
 void ListeningPort::close() {
   shared_->port->close();
   shared_->nothing.close();
-  if (thread_.get_id() == std::this_thread::get_id()) return;
+  if (!thread_.is_started() || thread_.is_caller()) return;
   std::unique_lock<std::mutex> lock(shared_->mutex);
   shared_->changed.wait(lock, [this] { return shared_->ended; });
 }

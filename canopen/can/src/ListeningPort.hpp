@@ -3,7 +3,8 @@
 
 #include <memory>
 #include <nkr/can/Bus.hpp>
-#include <thread>
+#include <nkr/can/Thread.hpp>
+#include <utility>
 
 namespace nkr::can {
 
@@ -28,7 +29,7 @@ class ListeningPort : public Port {
   explicit ListeningPort(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {}
 
   const std::shared_ptr<Shared> shared_;  ///< the thread's, too: its handler may destroy the port
-  std::thread thread_;
+  Thread thread_;
 };
 
 }  // namespace nkr::can

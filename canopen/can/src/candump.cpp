@@ -36,6 +36,11 @@ std::optional<system_clock::time_point> parse_time(std::string_view text) {
   return system_clock::time_point(seconds(*whole) + microseconds(*fraction));
 }
 
+bool is_control(char letter) {
+  constexpr char kDelete = 0x7F;
+  return (letter >= 0 && letter < ' ') || letter == kDelete;
+}
+
 /** The next word; `text` goes on behind it. */
 std::string_view take_word(std::string_view& text) {
   constexpr std::string_view kBlank = " \t\r\n";
@@ -54,7 +59,7 @@ std::string to_string(const LogLine& line) {
   const std::string fraction = std::to_string(when % kPerSecond);
   std::string name = line.bus_name;
   std::replace_if(
-      name.begin(), name.end(), [](char letter) { return letter == ' ' || letter == '\t'; }, '_');
+      name.begin(), name.end(), [](char letter) { return letter == ' ' || is_control(letter); }, '_');
   return '(' + std::to_string(when / kPerSecond) + '.' +
          std::string(kMicrosecondDigits - fraction.size(), '0') + fraction + ") " + name + ' ' +
          to_string(line.frame);
@@ -66,7 +71,8 @@ std::optional<LogLine> parse_log_line(std::string_view text) {
   const auto frame = parse_frame(take_word(text));
   const std::string_view direction = take_word(text);
   const bool known_direction = direction.empty() || direction == "R" || direction == "T";
-  if (!when || name.empty() || !frame || !known_direction || !take_word(text).empty()) return std::nullopt;
+  const bool is_name = !name.empty() && std::none_of(name.begin(), name.end(), is_control);
+  if (!when || !is_name || !frame || !known_direction || !take_word(text).empty()) return std::nullopt;
   return LogLine{*when, std::string(name), *frame};
 }
 

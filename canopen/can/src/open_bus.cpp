@@ -1,8 +1,8 @@
 #include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/open_bus.hpp>
 
-#include "SocketCanBus.hpp"
-#include "UnixBus.hpp"
+#include "socketcan/SocketCanBus.hpp"
+#include "unix/UnixBus.hpp"
 
 namespace nkr::can {
 namespace {

@@ -14,10 +14,10 @@ constexpr std::uint32_t kAbortCodes[] = {
     0x06070010, 0x06070012, 0x06070013, 0x06090011, 0x06090030, 0x06090031, 0x06090032, 0x06090036,
     0x060A0023, 0x08000000, 0x08000020, 0x08000021, 0x08000022, 0x08000023, 0x08000024};
 
-constexpr nkr_error_t kClientCodes[] = {NKR_CAN_BUS_OFF,       NKR_CAN_INTERFACE_GONE, NKR_CAN_NOT_CONNECTED,
-                                        NKR_CAN_INVALID_NODE,  NKR_CAN_CLOSED,         NKR_CAN_NO_INTERFACE,
-                                        NKR_CAN_PERMISSION,    NKR_CAN_TX_OVERFLOW,    NKR_CAN_TIMED_OUT,
-                                        NKR_CAN_WOULD_DEADLOCK, NKR_INTERRUPTED};
+constexpr nkr_error_t kClientCodes[] = {NKR_CAN_BUS_OFF,        NKR_CAN_INTERFACE_GONE, NKR_CAN_NOT_CONNECTED,
+                                        NKR_CAN_INVALID_NODE,   NKR_CAN_CLOSED,         NKR_CAN_NO_INTERFACE,
+                                        NKR_CAN_PERMISSION,     NKR_CAN_TX_OVERFLOW,    NKR_CAN_TIMED_OUT,
+                                        NKR_CAN_WOULD_DEADLOCK, NKR_CAN_NO_RESOURCES,   NKR_INTERRUPTED};
 
 std::string text_of(std::uint32_t code) {
   return nkr_error_text(static_cast<nkr_error_t>(code));

@@ -79,9 +79,9 @@ class NKR_EXPORT Port {
                               std::chrono::system_clock::time_point* when = nullptr) = 0;
 
   /**
-   * Takes the frames that are on their way to this port and hands them to `taken`, oldest first; what
-   * receive() answers with afterwards was sent later. What there is to be told of the bus's past is taken,
-   * too. The deadline is for buses that keep frames outside of this process.
+   * Takes the frames that were on their way to this port and hands them to `taken`, oldest first: no member
+   * of the bus had received before this call what receive() answers with afterwards. What there is to be told
+   * of the bus's past is taken, too. The deadline is for buses that keep frames outside of this process.
    * @return NKR_OK, NKR_CAN_TIMED_OUT: there may be more, or NKR_CAN_CLOSED
    */
   virtual nkr_error_t drain(const FrameHandler& taken, const Deadline& deadline);
@@ -101,7 +101,11 @@ class NKR_EXPORT Bus {
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
 
-  /** Opens a port; null, and the reason in `result`, when the bus gives none. */
+  /**
+   * Opens a port; null, and the reason in `result`, when the bus gives none: NKR_CAN_NO_INTERFACE,
+   * NKR_CAN_INTERFACE_GONE, NKR_CAN_PERMISSION or NKR_CAN_NO_RESOURCES (no descriptor, thread or memory
+   * left).
+   */
   virtual std::unique_ptr<Port> open(const std::vector<Filter>& filters, nkr_error_t& result) = 0;
 
   /**
@@ -110,7 +114,7 @@ class NKR_EXPORT Bus {
    * The handler runs on a thread of the port's own, unless the bus says otherwise, and perhaps before this
    * call returns. It may send on this or any other port. Closing or destroying the port returns only when the
    * handler runs no more; from inside the handler it returns at once.
-   * @param result why the port is null: as of open, and NKR_ERROR for an empty handler or without a thread
+   * @param result why the port is null: as of open, and NKR_ERROR for an empty handler
    */
   virtual std::unique_ptr<Port> open_handler(const std::vector<Filter>& filters, FrameHandler handler,
                                              nkr_error_t& result);

@@ -18,11 +18,13 @@ struct LogLine {
   Frame frame;
 };
 
-/** "(1436509052.249713) vcan0 60A#4018100100000000", without an end of line; blanks in the name become '_'.
+/** "(1436509052.249713) vcan0 60A#4018100100000000", without an end of line; blanks and control characters in
+ * the name become '_'.
  */
 [[nodiscard]] NKR_EXPORT std::string to_string(const LogLine& line);
 
-/** Reads such a line, also with a direction behind it; empty when it is none. */
+/** Reads such a line, also with a direction behind it; empty when it is none. No name has control characters.
+ */
 [[nodiscard]] NKR_EXPORT std::optional<LogLine> parse_log_line(std::string_view text);
 
 }  // namespace nkr::can

@@ -13,9 +13,11 @@ namespace nkr::can {
 /**
  * The bus that people mean by a name: "virtual" (a new InProcessBus), "unix:PATH" (a bus between the
  * processes of this machine that name the same socket file) or a SocketCAN interface such as "can0".
+ * A unix bus is for its owner alone; "unix:PATH?mode=0660" gives its files that mode when it is made.
  *
  * @param result NKR_OK, NKR_CAN_NO_INTERFACE (unknown, no CAN interface, or no CAN in this kernel),
- *        NKR_CAN_INTERFACE_GONE (the interface is down) or NKR_CAN_PERMISSION
+ *        NKR_CAN_INTERFACE_GONE (the interface is down, the listener of a unix bus does not answer),
+ *        NKR_CAN_PERMISSION or NKR_CAN_NO_RESOURCES
  * @param explanation empty on success, else what is wrong and the command that helps
  * @return null on failure
  */

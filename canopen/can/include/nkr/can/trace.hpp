@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iosfwd>
 #include <memory>
@@ -62,18 +63,19 @@ class NKR_EXPORT FrameHistory {
   explicit FrameHistory(std::size_t capacity = kDefaultCapacity);
 
   void record(const TracedFrame& frame);
-  /** Oldest first; a frame that the bus refused stands once, as not sent. */
+  /** Oldest first; a frame that the bus refused stands once, as not sent. Holds up nobody who records. */
   [[nodiscard]] std::vector<TracedFrame> frames() const;
   /** As a candump log (candump.hpp), without the frames that the bus refused. */
   void write(std::ostream& log, std::string_view bus_name) const;
 
  private:
-  TracedFrame& at_age(std::size_t age);
+  TracedFrame& at_age(std::uint64_t age);
+  bool copy_some(std::uint64_t& next, std::uint64_t& end, std::vector<TracedFrame>& frames) const;
 
   mutable std::mutex mutex_;
   std::vector<TracedFrame> ring_;
-  std::size_t next_ = 0;
-  std::size_t count_ = 0;
+  std::size_t next_ = 0;  ///< the place of the next one
+  std::uint64_t recorded_ = 0;
 };
 
 }  // namespace nkr::can

@@ -1,4 +1,4 @@
-#include "error_frame.hpp"
+#include "socketcan/error_frame.hpp"
 
 #include <linux/can/error.h>
 

@@ -1,16 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <unix_wire.hpp>
+#include <unix/unix_wire.hpp>
 
+namespace nkr::can::test {
 namespace {
-
-using nkr::can::decode_unix_message;
-using nkr::can::encode_frame;
-using nkr::can::encode_lost;
-using nkr::can::encode_welcome;
-using nkr::can::Frame;
-using nkr::can::UnixBytes;
-using nkr::can::UnixMessage;
 
 std::optional<UnixMessage> decode(const UnixBytes& bytes) {
   return decode_unix_message(bytes.data(), bytes.size());
@@ -40,11 +33,47 @@ TEST(UnixWire, ReadsBackEveryKindOfFrame) {
 }
 
 TEST(UnixWire, ReadsBackWelcomeAndLost) {
-  EXPECT_EQ(decode(encode_welcome())->kind, UnixMessage::Kind::WELCOME);
+  EXPECT_EQ(encode_welcome(52), (UnixBytes{'W', 2, 0, 0, 52, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  const auto welcome = decode(encode_welcome(52));
+  ASSERT_TRUE(welcome.has_value());
+  EXPECT_EQ(welcome->kind, UnixMessage::Kind::WELCOME);
+  EXPECT_EQ(welcome->number, 52U);
   const auto lost = decode(encode_lost(0x0102030405060708));
   ASSERT_TRUE(lost.has_value());
   EXPECT_EQ(lost->kind, UnixMessage::Kind::LOST);
-  EXPECT_EQ(lost->lost, 0x0102030405060708U);
+  EXPECT_EQ(lost->number, 0x0102030405060708U);
+}
+
+TEST(UnixWire, ReadsBackFilters) {
+  const nkr::can::Filter filter{0x580, 0x780};
+  EXPECT_EQ(encode_filter(filter, true),
+            (UnixBytes{'S', 1, 0, 0, 0x80, 0x05, 0, 0, 0x80, 0x07, 0, 0, 0, 0, 0, 0}));
+  for (const bool is_last : {false, true}) {
+    const auto message = decode(encode_filter(filter, is_last));
+    ASSERT_TRUE(message.has_value());
+    EXPECT_EQ(message->kind, UnixMessage::Kind::FILTER);
+    EXPECT_EQ(message->filter.id, 0x580U);
+    EXPECT_EQ(message->filter.mask, 0x780U);
+    EXPECT_EQ(message->is_last_filter, is_last);
+  }
+}
+
+TEST(UnixWire, ReadsBackMarks) {
+  const auto mark = decode(encode_mark(0x0102030405060708));
+  ASSERT_TRUE(mark.has_value());
+  EXPECT_EQ(mark->kind, UnixMessage::Kind::MARK);
+  EXPECT_EQ(mark->number, 0x0102030405060708U);
+}
+
+TEST(UnixWire, RefusesReservedBytesOfEveryKind) {
+  const auto refused_with = [](UnixBytes bytes, std::size_t position) {
+    bytes[position] = 2;
+    return !decode(bytes).has_value();
+  };
+  for (const std::size_t position : {1U, 2U, 3U, 12U, 15U})
+    EXPECT_TRUE(refused_with(encode_filter({0x601}, true), position)) << position;
+  for (const std::size_t position : {2U, 3U, 8U, 15U}) EXPECT_TRUE(refused_with(encode_welcome(1), position));
+  for (const std::size_t position : {1U, 2U, 3U, 4U, 7U}) EXPECT_TRUE(refused_with(encode_mark(1), position));
 }
 
 TEST(UnixWire, RefusesWhatIsNoMessage) {
@@ -66,9 +95,10 @@ TEST(UnixWire, RefusesOtherSizesAndVersions) {
   const UnixBytes bytes = encode_frame({0x601, {}});
   EXPECT_FALSE(decode_unix_message(bytes.data(), 0).has_value());
   EXPECT_FALSE(decode_unix_message(bytes.data(), bytes.size() - 1).has_value());
-  UnixBytes welcome = encode_welcome();
-  welcome[1] = 2;
+  UnixBytes welcome = encode_welcome(52);
+  welcome[1] = 1;
   EXPECT_FALSE(decode(welcome).has_value());
 }
 
 }  // namespace
+}  // namespace nkr::can::test

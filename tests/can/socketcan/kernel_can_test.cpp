@@ -7,18 +7,13 @@
 #include <nkr/can/open_bus.hpp>
 #include <thread>
 
-#include "can/link.hpp"
 #include "can/ports.hpp"
+#include "can/socketcan/link.hpp"
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::Bus;
-using nkr::can::BusState;
-using nkr::can::Clock;
-using nkr::can::Filter;
-using nkr::can::Frame;
-using nkr::can::Port;
 
 Clock::time_point soon() {
   return Clock::now() + 5s;
@@ -177,3 +172,4 @@ TEST_F(KernelCan, ManyRoundTripsBetweenThreads) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

@@ -1,57 +1,20 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <nkr/can/open_bus.hpp>
 #include <thread>
 
-#include "can/ports.hpp"
+#include "can/unix/UnixBusFixture.hpp"
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::Bus;
-using nkr::can::BusState;
-using nkr::can::Clock;
-using nkr::can::Filter;
-using nkr::can::Frame;
-using nkr::can::Port;
-
-Clock::time_point soon() {
-  return Clock::now() + 20s;
-}
-
-/** A process of its own that runs `body` and is killed at the latest when the test ends. */
-class Process {
- public:
-  explicit Process(const std::function<void()>& body) : id_(::fork()) {
-    if (id_ != 0) return;
-    body();
-    ::_exit(0);
-  }
-  ~Process() { kill(); }
-  Process(const Process&) = delete;
-  Process& operator=(const Process&) = delete;
-
-  void kill() {
-    if (id_ <= 0) return;
-    ::kill(id_, SIGKILL);
-    ::waitpid(id_, nullptr, 0);
-    id_ = -1;
-  }
-
- private:
-  pid_t id_;
-};
 
 /** Answers 0x581 to each 0x601 for ever, over losses of the bus. */
 void serve(const std::string& name) {
@@ -69,33 +32,8 @@ void serve(const std::string& name) {
   }
 }
 
-class UnixBusTest : public testing::Test {
+class UnixBusTest : public UnixBusFixture {
  protected:
-  void SetUp() override {
-    char folder[] = "/tmp/tav-bus-XXXXXX";
-    ASSERT_NE(::mkdtemp(folder), nullptr);
-    folder_ = folder;
-    path = folder_ + "/bus";
-    name = "unix:" + path;
-  }
-  void TearDown() override {
-    std::remove(path.c_str());
-    std::remove((path + ".lock").c_str());
-    std::remove(folder_.c_str());
-  }
-
-  std::shared_ptr<Bus> open_bus() const {
-    nkr_error_t result = NKR_ERROR;
-    std::string explanation;
-    auto bus = nkr::can::open_bus(name, result, explanation);
-    EXPECT_EQ(result, NKR_OK) << explanation;
-    return bus;
-  }
-  static void expect_receives(Port& port, const Frame& expected) {
-    Frame frame;
-    ASSERT_EQ(port.receive(frame, soon()), NKR_OK);
-    EXPECT_EQ(frame, expected);
-  }
   /** One request answered by a server, whatever answers of earlier requests are still on their way. */
   static bool answered(Port& client, std::uint8_t value) {
     if (client.send({0x601, {value}}, soon()) != NKR_OK) return false;
@@ -113,12 +51,6 @@ class UnixBusTest : public testing::Test {
     }
     return false;
   }
-
-  std::string path;
-  std::string name;
-
- private:
-  std::string folder_;
 };
 
 TEST_F(UnixBusTest, EveryMemberHearsEveryOthersFramesInOrder) {
@@ -340,3 +272,4 @@ TEST_F(UnixBusTest, MembersComeAndGoWhileOthersTalk) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

@@ -1,22 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <SocketCanBus.hpp>
 #include <atomic>
+#include <socketcan/SocketCanBus.hpp>
 #include <thread>
 
-#include "can/fake_can_system.hpp"
 #include "can/ports.hpp"
+#include "can/socketcan/fake_can_system.hpp"
 
+namespace nkr::can::test {
 namespace {
 
 using namespace std::chrono_literals;
-using nkr::can::BusState;
-using nkr::can::Clock;
-using nkr::can::Filter;
-using nkr::can::Frame;
-using nkr::can::LinkState;
-using nkr::can::Port;
-using nkr::can::SocketCanBus;
 
 /** An error frame of the kernel: class bits as in linux/can/error.h, detail in data byte 1. */
 Frame error_frame(std::uint32_t classes, std::uint8_t controller = 0, std::uint8_t tx = 0,
@@ -249,3 +243,4 @@ TEST_F(SocketCanBusTest, SaysWhenTheKernelHasNoCanOrTheUserNoRight) {
 }
 
 }  // namespace
+}  // namespace nkr::can::test

@@ -1,4 +1,6 @@
-#include "SocketCanBus.hpp"
+#include "socketcan/SocketCanBus.hpp"
+
+#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -7,8 +9,9 @@
 #include <nkr/can/open_bus.hpp>
 #include <utility>
 
-#include "Waker.hpp"
-#include "error_frame.hpp"
+#include "socketcan/error_frame.hpp"
+#include "system/Sleepers.hpp"
+#include "system/without_exceptions.hpp"
 
 namespace nkr::can {
 namespace {
@@ -18,6 +21,8 @@ using std::chrono::system_clock;
 
 constexpr microseconds kFirstBackoff{100};
 constexpr microseconds kLongestBackoff{5000};
+/** The system tells nobody that an interface has come back: look for it now and then. */
+constexpr std::chrono::milliseconds kLinkRetry{50};
 
 class SocketCanPort : public Port {
  public:
@@ -26,13 +31,9 @@ class SocketCanPort : public Port {
       : system_(std::move(system)),
         interface_(std::move(interface)),
         filters_(std::move(filters)),
-        socket_(socket),
-        watch_(system_->watch_links()) {}
+        socket_(socket) {}
 
-  ~SocketCanPort() override {
-    system_->close(watch_);
-    system_->close(socket_);
-  }
+  ~SocketCanPort() override { system_->close(socket_); }
 
   nkr_error_t send(const Frame& frame, const Deadline& deadline) override;
   nkr_error_t receive(Frame& frame, const Deadline& deadline, system_clock::time_point* when) override;
@@ -45,12 +46,13 @@ class SocketCanPort : public Port {
   void close() override {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
-    closing_.raise(true);
-    wake_receivers();
+    sleepers_.wake();
   }
 
  private:
-  // With mutex_ held:
+  using Lock = std::unique_lock<std::mutex>;
+
+  // With mutex_ held; none but the waits waits.
   bool take(ReceivedFrame& received, nkr_error_t& result);
   bool read_one(ReceivedFrame& received);
   void absorb(const ReceivedFrame& received);
@@ -58,20 +60,16 @@ class SocketCanPort : public Port {
   void lose_interface();
   void look_for_interface();
   nkr_error_t ready_to_send();
-  void wake_receivers() { attention_.raise(closed_ || event_ != NKR_OK || !read_ahead_.empty()); }
-
-  bool wait_to_receive(Clock::time_point deadline);
-  bool wait_to_send(int error, microseconds& backoff, Clock::time_point deadline);
+  bool wait_to_receive(Lock& lock, Clock::time_point deadline);
+  bool wait_to_send(Lock& lock, int error, microseconds& backoff, Clock::time_point deadline);
 
   const std::shared_ptr<CanSystem> system_;
   const std::string interface_;
   const std::vector<Filter> filters_;
   const int socket_;
-  const int watch_;
 
   mutable std::mutex mutex_;
-  Waker attention_;  ///< raised while a receiver has something to take that is not in the socket
-  Waker closing_;
+  Sleepers sleepers_;  ///< woken when a receiver has something to take that is not in the socket
   BusStatus status_;
   nkr_error_t event_ = NKR_OK;            ///< not told to a receiver yet
   std::deque<ReceivedFrame> read_ahead_;  ///< frames that a sender read on its search for error frames
@@ -130,22 +128,17 @@ bool SocketCanPort::take(ReceivedFrame& received, nkr_error_t& result) {
   if (!read_ahead_.empty()) {
     received = read_ahead_.front();
     read_ahead_.pop_front();
-    wake_receivers();
     return true;
   }
-  if (event_ == NKR_OK && read_one(received)) {
-    wake_receivers();
-    return true;
-  }
+  if (event_ == NKR_OK && read_one(received)) return true;
   if (event_ == NKR_OK) return false;
   result = std::exchange(event_, NKR_OK);
-  wake_receivers();
   return true;
 }
 
 nkr_error_t SocketCanPort::receive(Frame& frame, const Deadline& deadline, system_clock::time_point* when) {
-  for (bool in_time = true;; in_time = wait_to_receive(deadline.time())) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+  Lock lock(mutex_);
+  for (bool in_time = true;;) {
     ReceivedFrame received;
     nkr_error_t result = NKR_OK;
     if (take(received, result)) {
@@ -153,19 +146,16 @@ nkr_error_t SocketCanPort::receive(Frame& frame, const Deadline& deadline, syste
       if (when != nullptr && result == NKR_OK) *when = received.when;
       return result;
     }
-    if (!in_time || deadline.only_looks()) return NKR_CAN_TIMED_OUT;  // only a look: no poll
+    if (!in_time || deadline.only_looks()) return NKR_CAN_TIMED_OUT;
+    in_time = wait_to_receive(lock, deadline.time());
+    look_for_interface();
   }
 }
 
-bool SocketCanPort::wait_to_receive(Clock::time_point deadline) {
-  pollfd descriptors[] = {{socket_, POLLIN, 0}, {attention_.descriptor(), POLLIN, 0}, {watch_, POLLIN, 0}};
-  const int ready = poll_until(descriptors, 3, deadline);
-  if (ready > 0 && descriptors[2].revents != 0) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    system_->drain(watch_);
-    look_for_interface();
-  }
-  return ready != 0;
+bool SocketCanPort::wait_to_receive(Lock& lock, Clock::time_point deadline) {
+  const bool is_gone = status_.state == BusState::INTERFACE_GONE;
+  const auto until = is_gone ? std::min(deadline, Clock::now() + kLinkRetry) : deadline;
+  return sleepers_.sleep(lock, socket_, POLLIN, until) || until != deadline;
 }
 
 /** A sender learns of bus off and restart from error frames, also when nobody receives meanwhile. */
@@ -180,7 +170,7 @@ void SocketCanPort::read_ahead() {
       break;
     }
   }
-  wake_receivers();
+  if (event_ != NKR_OK || !read_ahead_.empty()) sleepers_.wake();
 }
 
 nkr_error_t SocketCanPort::ready_to_send() {
@@ -193,38 +183,33 @@ nkr_error_t SocketCanPort::ready_to_send() {
 
 nkr_error_t SocketCanPort::send(const Frame& frame, const Deadline& deadline) {
   microseconds backoff = kFirstBackoff;
+  Lock lock(mutex_);
   for (;;) {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      const nkr_error_t ready = ready_to_send();
-      if (ready != NKR_OK) return ready;
-    }
+    const nkr_error_t ready = ready_to_send();
+    if (ready != NKR_OK) return ready;
     const int error = system_->write(socket_, frame);
     if (error == 0) return NKR_OK;
     if (error == EINTR) continue;
     if (error == EINVAL || error == EMSGSIZE) return NKR_ERROR;
     if (error != ENOBUFS && error != EAGAIN) {
-      const std::lock_guard<std::mutex> lock(mutex_);
       lose_interface();
-      wake_receivers();
+      sleepers_.wake();
       return NKR_CAN_INTERFACE_GONE;
     }
-    if (!wait_to_send(error, backoff, deadline.time())) return NKR_CAN_TX_OVERFLOW;
+    if (!wait_to_send(lock, error, backoff, deadline.time())) return NKR_CAN_TX_OVERFLOW;
   }
 }
 
 /** Room in the socket is told by poll; room in the interface's queue (ENOBUFS) by nobody: try again later. */
-bool SocketCanPort::wait_to_send(int error, microseconds& backoff, Clock::time_point deadline) {
-  if (Clock::now() >= deadline) return false;
+bool SocketCanPort::wait_to_send(Lock& lock, int error, microseconds& backoff, Clock::time_point deadline) {
+  const Clock::time_point now = Clock::now();
+  if (now >= deadline) return false;
   if (error == EAGAIN) {
-    pollfd descriptors[] = {{socket_, POLLOUT, 0}, {closing_.descriptor(), POLLIN, 0}};
-    poll_until(descriptors, 2, deadline);
+    sleepers_.sleep(lock, socket_, POLLOUT, deadline);
     return true;
   }
-  pollfd closing{closing_.descriptor(), POLLIN, 0};
-  poll_until(&closing, 1, std::min(deadline, Clock::now() + backoff));
+  sleepers_.sleep(lock, -1, 0, std::min(deadline, now + backoff));
   backoff = std::min(2 * backoff, kLongestBackoff);
-  const std::lock_guard<std::mutex> lock(mutex_);
   read_ahead();
   return true;
 }
@@ -239,6 +224,8 @@ std::string sentence(const std::string& interface, LinkState link) {
       return "\"" + interface + "\" is no CAN interface. Those that are: ip -brief link show type can";
     case LinkState::DOWN:
       return bus_advice(interface, NKR_CAN_INTERFACE_GONE);
+    case LinkState::UNKNOWN:
+      return "The system has no descriptor left to look at \"" + interface + "\" with.";
     case LinkState::UP:
       break;
   }
@@ -247,7 +234,28 @@ std::string sentence(const std::string& interface, LinkState link) {
 
 nkr_error_t result_of(LinkState link) {
   if (link == LinkState::UP) return NKR_OK;
+  if (link == LinkState::UNKNOWN) return NKR_CAN_NO_RESOURCES;
   return link == LinkState::DOWN ? NKR_CAN_INTERFACE_GONE : NKR_CAN_NO_INTERFACE;
+}
+
+nkr_error_t result_of(int error) {
+  switch (error) {
+    case 0:
+      return NKR_OK;
+    case EPERM:
+    case EACCES:
+      return NKR_CAN_PERMISSION;
+    case EAFNOSUPPORT:
+    case EPROTONOSUPPORT:
+      return NKR_CAN_NO_INTERFACE;
+    case EMFILE:
+    case ENFILE:
+    case ENOMEM:
+    case ENOBUFS:
+      return NKR_CAN_NO_RESOURCES;
+    default:
+      return NKR_CAN_INTERFACE_GONE;
+  }
 }
 
 }  // namespace
@@ -277,13 +285,19 @@ std::unique_ptr<Port> SocketCanBus::open(const std::vector<Filter>& filters, nkr
   result = result_of(system_->link(interface_));
   if (result != NKR_OK) return nullptr;
   const int socket = system_->open();
-  const int error = socket < 0 ? -socket : system_->bind(socket, interface_, filters);
-  if (error == 0) return std::make_unique<SocketCanPort>(system_, interface_, filters, socket);
-  system_->close(socket);
-  result = NKR_CAN_INTERFACE_GONE;
-  if (error == EPERM || error == EACCES) result = NKR_CAN_PERMISSION;
-  if (error == EAFNOSUPPORT || error == EPROTONOSUPPORT) result = NKR_CAN_NO_INTERFACE;
-  return nullptr;
+  if (socket < 0) {
+    result = result_of(-socket);
+    return nullptr;
+  }
+  auto port = without_exceptions(
+      result, [&] { return std::make_unique<SocketCanPort>(system_, interface_, filters, socket); });
+  if (!port) {
+    system_->close(socket);
+    return nullptr;
+  }
+  result = result_of(system_->bind(socket, interface_, filters));
+  if (result != NKR_OK) port.reset();
+  return port;
 }
 
 }  // namespace nkr::can

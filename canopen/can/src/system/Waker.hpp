@@ -1,9 +1,11 @@
-#ifndef NKR_CAN_WAKER_HPP
-#define NKR_CAN_WAKER_HPP
+#ifndef NKR_CAN_SYSTEM_WAKER_HPP
+#define NKR_CAN_SYSTEM_WAKER_HPP
 
 #include <poll.h>
 
-#include <nkr/can/Bus.hpp>
+#include <nkr/can/Deadline.hpp>
+
+#include "system/Descriptor.hpp"
 
 namespace nkr::can {
 
@@ -11,16 +13,14 @@ namespace nkr::can {
  */
 class Waker {
  public:
-  Waker();
-  ~Waker();
-  Waker(const Waker&) = delete;
-  Waker& operator=(const Waker&) = delete;
-
+  /** False without a descriptor: then nothing is woken. */
+  bool open();
   void raise(bool raised);
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  /** Below 0: none. */
+  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
  private:
-  int descriptor_;
+  Descriptor descriptor_;
   bool raised_ = false;
 };
 

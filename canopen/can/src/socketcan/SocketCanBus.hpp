@@ -1,10 +1,10 @@
-#ifndef NKR_CAN_SOCKET_CAN_BUS_HPP
-#define NKR_CAN_SOCKET_CAN_BUS_HPP
+#ifndef NKR_CAN_SOCKETCAN_SOCKETCANBUS_HPP
+#define NKR_CAN_SOCKETCAN_SOCKETCANBUS_HPP
 
 #include <memory>
 #include <string>
 
-#include "CanSystem.hpp"
+#include "socketcan/CanSystem.hpp"
 
 namespace nkr::can {
 

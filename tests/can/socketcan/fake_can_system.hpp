@@ -1,14 +1,16 @@
-#ifndef TESTS_CAN_FAKE_CAN_SYSTEM_HPP
-#define TESTS_CAN_FAKE_CAN_SYSTEM_HPP
+#ifndef TESTS_CAN_SOCKETCAN_FAKE_CAN_SYSTEM_HPP
+#define TESTS_CAN_SOCKETCAN_FAKE_CAN_SYSTEM_HPP
 
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <CanSystem.hpp>
 #include <cerrno>
 #include <deque>
 #include <mutex>
+#include <socketcan/CanSystem.hpp>
 #include <utility>
+
+namespace nkr::can::test {
 
 /** One socket whose frames, errors and interface the test decides. */
 class FakeCanSystem : public nkr::can::CanSystem {
@@ -42,7 +44,6 @@ class FakeCanSystem : public nkr::can::CanSystem {
   void set_link(LinkState link) {
     const std::lock_guard<std::mutex> lock(mutex_);
     link_ = link;
-    if (watch_ >= 0) ::eventfd_write(watch_, 1);
   }
   void fail_open(int error) { open_error_ = error; }
 
@@ -104,14 +105,6 @@ class FakeCanSystem : public nkr::can::CanSystem {
     const std::lock_guard<std::mutex> lock(mutex_);
     return link_;
   }
-  int watch_links() override {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return watch_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-  }
-  void drain(int watch) override {
-    eventfd_t all = 0;
-    ::eventfd_read(watch, &all);
-  }
   void close(int descriptor) override {
     if (descriptor >= 0) ::close(descriptor);
   }
@@ -123,12 +116,13 @@ class FakeCanSystem : public nkr::can::CanSystem {
   std::vector<Frame> written_;
   LinkState link_ = LinkState::UP;
   int socket_ = -1;
-  int watch_ = -1;
   int open_error_ = 0;
   int every_write_error_ = 0;
   int reads_ = 0;
   int writes_ = 0;
   int binds_ = 0;
 };
+
+}  // namespace nkr::can::test
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef TESTS_CAN_LINK_HPP
-#define TESTS_CAN_LINK_HPP
+#ifndef TESTS_CAN_SOCKETCAN_LINK_HPP
+#define TESTS_CAN_SOCKETCAN_LINK_HPP
 
 #include <net/if.h>
 #include <sys/ioctl.h>
@@ -8,6 +8,8 @@
 
 #include <cstring>
 #include <string>
+
+namespace nkr::can::test {
 
 /** Sets an interface up or down; false without the right to. */
 inline bool set_up(const std::string& interface, bool up) {
@@ -21,5 +23,7 @@ inline bool set_up(const std::string& interface, bool up) {
   ::close(any_socket);
   return done;
 }
+
+}  // namespace nkr::can::test
 
 #endif

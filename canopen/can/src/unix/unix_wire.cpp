@@ -1,11 +1,12 @@
-#include "unix_wire.hpp"
+#include "unix/unix_wire.hpp"
 
 #include <algorithm>
 
 namespace nkr::can {
 namespace {
 
-constexpr std::uint8_t kVersion = 1;
+constexpr std::uint8_t kVersion = 2;
+constexpr std::uint8_t kLast = 1;
 constexpr std::uint8_t kExtended = 1U << 0;
 constexpr std::uint8_t kRemote = 1U << 1;
 constexpr std::uint8_t kError = 1U << 2;
@@ -54,11 +55,46 @@ std::optional<UnixMessage> decode_frame(const std::uint8_t* bytes) {
   return message;
 }
 
+std::optional<UnixMessage> decode_filter(const std::uint8_t* bytes) {
+  const std::uint8_t* const mask = bytes + kPayload;
+  if (bytes[1] > kLast || bytes[2] != 0 || bytes[3] != 0) return std::nullopt;
+  if (!all_zero(mask + kIdentifierBytes, mask + kPayloadBytes)) return std::nullopt;
+  UnixMessage message;
+  message.kind = UnixMessage::Kind::FILTER;
+  message.is_last_filter = bytes[1] == kLast;
+  message.filter.id = static_cast<std::uint32_t>(get(bytes + kIdentifier, kIdentifierBytes));
+  message.filter.mask = static_cast<std::uint32_t>(get(mask, kIdentifierBytes));
+  return message;
+}
+
+std::optional<UnixMessage> decode_welcome(const std::uint8_t* bytes) {
+  if (bytes[1] != kVersion || bytes[2] != 0 || bytes[3] != 0) return std::nullopt;
+  if (!all_zero(bytes + kPayload, bytes + kUnixMessageSize)) return std::nullopt;
+  UnixMessage message;
+  message.number = get(bytes + kIdentifier, kIdentifierBytes);
+  return message;
+}
+
+std::optional<UnixMessage> decode_number(UnixMessage::Kind kind, const std::uint8_t* bytes) {
+  if (!all_zero(bytes + 1, bytes + kPayload)) return std::nullopt;
+  UnixMessage message;
+  message.kind = kind;
+  message.number = get(bytes + kPayload, kPayloadBytes);
+  return message;
+}
+
+UnixBytes encode_number(UnixMessage::Kind kind, std::uint64_t number) {
+  UnixBytes bytes = message_of(kind);
+  put(bytes.data() + kPayload, number, kPayloadBytes);
+  return bytes;
+}
+
 }  // namespace
 
-UnixBytes encode_welcome() {
+UnixBytes encode_welcome(std::uint32_t window) {
   UnixBytes bytes = message_of(UnixMessage::Kind::WELCOME);
   bytes[1] = kVersion;
+  put(bytes.data() + kIdentifier, window, kIdentifierBytes);
   return bytes;
 }
 
@@ -73,26 +109,35 @@ UnixBytes encode_frame(const Frame& frame) {
   return bytes;
 }
 
-UnixBytes encode_lost(std::uint64_t count) {
-  UnixBytes bytes = message_of(UnixMessage::Kind::LOST);
-  put(bytes.data() + kPayload, count, kPayloadBytes);
+UnixBytes encode_filter(const Filter& filter, bool is_last) {
+  UnixBytes bytes = message_of(UnixMessage::Kind::FILTER);
+  bytes[1] = is_last ? kLast : 0;
+  put(bytes.data() + kIdentifier, filter.id, kIdentifierBytes);
+  put(bytes.data() + kPayload, filter.mask, kIdentifierBytes);
   return bytes;
+}
+
+UnixBytes encode_mark(std::uint64_t number) {
+  return encode_number(UnixMessage::Kind::MARK, number);
+}
+
+UnixBytes encode_lost(std::uint64_t count) {
+  return encode_number(UnixMessage::Kind::LOST, count);
 }
 
 std::optional<UnixMessage> decode_unix_message(const std::uint8_t* bytes, std::size_t size) {
   if (size != kUnixMessageSize) return std::nullopt;
-  UnixMessage message;
-  message.kind = static_cast<UnixMessage::Kind>(bytes[0]);
-  switch (message.kind) {
+  const auto kind = static_cast<UnixMessage::Kind>(bytes[0]);
+  switch (kind) {
     case UnixMessage::Kind::FRAME:
       return decode_frame(bytes);
     case UnixMessage::Kind::WELCOME:
-      if (bytes[1] != kVersion || !all_zero(bytes + 2, bytes + size)) return std::nullopt;
-      return message;
+      return decode_welcome(bytes);
+    case UnixMessage::Kind::FILTER:
+      return decode_filter(bytes);
+    case UnixMessage::Kind::MARK:
     case UnixMessage::Kind::LOST:
-      if (!all_zero(bytes + 1, bytes + kPayload)) return std::nullopt;
-      message.lost = get(bytes + kPayload, kPayloadBytes);
-      return message;
+      return decode_number(kind, bytes);
   }
   return std::nullopt;
 }

@@ -1,5 +1,5 @@
-#ifndef NKR_CAN_CAN_SYSTEM_HPP
-#define NKR_CAN_CAN_SYSTEM_HPP
+#ifndef NKR_CAN_SOCKETCAN_CANSYSTEM_HPP
+#define NKR_CAN_SOCKETCAN_CANSYSTEM_HPP
 
 #include <chrono>
 #include <cstdint>
@@ -9,8 +9,8 @@
 
 namespace nkr::can {
 
-/** What the system knows of a network interface. */
-enum class LinkState { UP, DOWN, ABSENT, NOT_CAN };
+/** What the system knows of a network interface; UNKNOWN: it has no descriptor left to ask with. */
+enum class LinkState { UP, DOWN, ABSENT, NOT_CAN, UNKNOWN };
 
 struct ReceivedFrame {
   Frame frame;
@@ -37,10 +37,6 @@ class CanSystem {
   virtual int write(int socket, const Frame& frame) = 0;
 
   virtual LinkState link(const std::string& interface) = 0;
-  /** A descriptor that becomes readable when an interface changes; below 0: there is none. */
-  virtual int watch_links() = 0;
-  /** Takes all changes that a watch reported. */
-  virtual void drain(int watch) = 0;
 
   virtual void close(int descriptor) = 0;
 };
@@ -53,8 +49,6 @@ class LinuxCanSystem : public CanSystem {
   int read(int socket, ReceivedFrame& received) override;
   int write(int socket, const Frame& frame) override;
   LinkState link(const std::string& interface) override;
-  int watch_links() override;
-  void drain(int watch) override;
   void close(int descriptor) override;
 };
 

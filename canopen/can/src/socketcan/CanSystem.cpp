@@ -1,10 +1,8 @@
-#include "CanSystem.hpp"
+#include "socketcan/CanSystem.hpp"
 
 #include <linux/can.h>
 #include <linux/can/error.h>
 #include <linux/can/raw.h>
-#include <linux/netlink.h>
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <sys/ioctl.h>
@@ -138,7 +136,7 @@ int LinuxCanSystem::write(int socket, const Frame& frame) {
 LinkState LinuxCanSystem::link(const std::string& interface) {
   if (interface.empty() || interface.size() >= IFNAMSIZ) return LinkState::ABSENT;
   const int any_socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (any_socket < 0) return LinkState::ABSENT;
+  if (any_socket < 0) return LinkState::UNKNOWN;
   ifreq kind = request_for(interface);
   ifreq flags = request_for(interface);
   const bool known =
@@ -147,24 +145,6 @@ LinkState LinuxCanSystem::link(const std::string& interface) {
   if (!known) return LinkState::ABSENT;
   if (kind.ifr_hwaddr.sa_family != ARPHRD_CAN) return LinkState::NOT_CAN;
   return (flags.ifr_flags & IFF_UP) != 0 ? LinkState::UP : LinkState::DOWN;
-}
-
-int LinuxCanSystem::watch_links() {
-  const int watch = ::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE);
-  if (watch < 0) return -1;
-  sockaddr_nl address{};
-  address.nl_family = AF_NETLINK;
-  address.nl_groups = RTMGRP_LINK;
-  if (::bind(watch, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return watch;
-  ::close(watch);
-  return -1;
-}
-
-void LinuxCanSystem::drain(int watch) {
-  char message[8192];
-  // ENOBUFS says that changes were lost: whoever drains asks for the present state anyway.
-  while (::recv(watch, message, sizeof message, 0) >= 0 || errno == EINTR || errno == ENOBUFS) {
-  }
 }
 
 void LinuxCanSystem::close(int descriptor) {
