@@ -14,7 +14,8 @@ clear [0x2310]              the cause of the fault is gone, or of all
 sto on|off                  the input of safe torque off
 input battery-voltage 40000 a sensor (mV): also phase-current (mA), mosfet-1, mosfet-2, driver (Celsius)
 emcy 0x8130                 an emergency message without a fault
-set OBJECT VALUE            an object takes a value: 0x6041, 0x1018:1 or "its name"
+set OBJECT VALUE            an object takes a value: 0x6041, 0x1018:1 or "its name"; what the
+                            drive computes has it until the node starts anew
 reset                       the node starts anew
 silence 500ms               nothing is sent
 bus off|gone [500ms], bus back

@@ -74,11 +74,20 @@ int fail(const std::string& problem) {
   return kFailed;
 }
 
-/** Serves the console until a signal ends the program. @return false when the drive lost its bus instead */
-bool wait_for_the_end(const tav::drive::Runner& runner, const EndingSignals& signals,
-                      tav::drive::Console* console) {
+/** Says what a scenario could not do at its time. */
+void report_refusals(tav::drive::VirtualDrive& drive) {
+  for (const tav::drive::Event& event : drive.take_events()) {
+    if (event.kind == tav::drive::Event::Kind::REFUSED) std::cerr << "tav-drive: " << event.text << std::endl;
+  }
+}
+
+/** Serves the console and tells what the drive refuses until a signal ends the program. @return false when
+ * the drive lost its bus instead */
+bool wait_for_the_end(const tav::drive::Runner& runner, tav::drive::VirtualDrive& drive,
+                      const EndingSignals& signals, tav::drive::Console* console) {
   constexpr int kMilliseconds = 250;
   while (runner.status() == NKR_OK) {
+    report_refusals(drive);
     const int input = console != nullptr ? console->descriptor() : -1;
     std::array<pollfd, 2> watched{{{signals.descriptor(), POLLIN, 0}, {input, POLLIN, 0}}};
     poll(watched.data(), watched.size(), kMilliseconds);
@@ -113,7 +122,7 @@ int run(const tav::drive::Arguments& arguments) {
   std::cout << "drive " << int{drive->node_id()} << " is on " << arguments.bus << "; Ctrl-C switches it off"
             << std::endl;
   tav::drive::Console console(*drive);
-  if (wait_for_the_end(runner, signals, arguments.console ? &console : nullptr)) return kStopped;
+  if (wait_for_the_end(runner, *drive, signals, arguments.console ? &console : nullptr)) return kStopped;
   const std::string advice = nkr::can::bus_advice(arguments.bus, runner.status());
   return fail(arguments.bus + ": " + nkr_error_text(runner.status()) + (advice.empty() ? "" : ": " + advice));
 }

@@ -34,7 +34,7 @@ bool is_communication(const Object& object) {
 }  // namespace
 
 Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs outputs)
-    : context_{settings, ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING, {}, {}},
+    : context_{settings, ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING, {}, {}, {}},
       node_id_setting_(context_.dictionary.find("Node ID"), 1),
       bus_(context_, effects_of_bus(std::move(outputs))),
       store_(context_),
@@ -56,6 +56,9 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
       process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
   guard_identifiers(context_.dictionary);
   context_.transmit = [this](const nkr::can::Frame& frame) { bus_.transmit(frame); };
+  context_.report = [this](Event::Kind kind, std::uint32_t code, const std::string& text) {
+    remember(kind, code, text);
+  };
   context_.admit = [this](const Access& access) { return player_.admit(access); };
   parts_ = {&bus_, &store_, &nmt_slave_};
   for (const auto& server : sdo_servers_) parts_.push_back(server.get());
@@ -192,8 +195,23 @@ void Machine::set_sensor(Action::Sensor sensor, std::int32_t value) {
 bool Machine::play(const Scenario& scenario, std::string& problem) {
   if (!player_.play(scenario, problem)) return false;
   plan();
+  (void)player_.take_refusal();
   advance(context_.now);
-  return true;
+  const std::optional<std::string> refusal = player_.take_refusal();
+  if (refusal) problem = *refusal;
+  return !refusal;
+}
+
+const Object* Machine::read(std::string_view name) {
+  Object* const object = context_.dictionary.find(name);
+  if (object == nullptr || !object->readable) return nullptr;
+  return ObjectDictionary::refresh(*object) == Abort::NONE ? object : nullptr;
+}
+
+void Machine::remember(Event::Kind kind, std::uint32_t code, const std::string& text) {
+  constexpr std::size_t kMost = 1000;
+  if (events_.size() == kMost) events_.erase(events_.begin());
+  events_.push_back({context_.now, kind, code, text});
 }
 
 /** The node id that the drive's maker gave it, as if stored at delivery. */
@@ -210,6 +228,7 @@ void Machine::deliver_node_id() {
 }
 
 void Machine::set_power_on_value(Object& object) {
+  object.forced.reset();
   if (!store_.load(object)) object.value = default_value(object, context_.node_id);
 }
 
@@ -248,6 +267,7 @@ void Machine::enter(NMTState state) {
   const NMTState before = context_.nmt;
   if (state == before) return;
   context_.nmt = state;
+  context_.report(Event::Kind::NMT_STATE, static_cast<std::uint32_t>(state), {});
   for (Part* const part : parts_) part->nmt_changed(before);
 }
 

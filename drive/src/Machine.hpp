@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -50,6 +52,12 @@ class Machine {
   [[nodiscard]] Time now() const { return context_.now; }
   [[nodiscard]] Time next_due() const { return next_due_; }
   [[nodiscard]] std::uint8_t node_id() const { return context_.node_id; }
+  [[nodiscard]] NMTState nmt_state() const { return context_.nmt; }
+  [[nodiscard]] PowerState power_state() const { return power_.state(); }
+  /** The object of that name as a read finds it now; null when there is none, or none to read. */
+  [[nodiscard]] const Object* read(std::string_view name);
+  /** What happened since the last call, the oldest first. */
+  [[nodiscard]] std::vector<Event> take_events() { return std::exchange(events_, {}); }
 
  private:
   [[nodiscard]] BusConnection::Effects effects_of_bus(Outputs outputs);
@@ -69,6 +77,7 @@ class Machine {
   void load_values(Reset kind);
   void set_power_on_value(Object& object);
   void plan();
+  void remember(Event::Kind kind, std::uint32_t code, const std::string& text);
 
   Context context_;
   Variable<std::uint8_t> node_id_setting_;
@@ -92,6 +101,7 @@ class Machine {
   ProcessDataObjects process_data_;
   std::vector<Part*> parts_;  // all of them, in the order in which they act
   Time next_due_ = Time::max();
+  std::vector<Event> events_;
 };
 
 }  // namespace tav::drive

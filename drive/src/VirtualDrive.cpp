@@ -172,4 +172,41 @@ std::uint8_t VirtualDrive::node_id() const {
   return impl_->machine.node_id();
 }
 
+NMTState VirtualDrive::nmt_state() const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.nmt_state();
+}
+
+PowerState VirtualDrive::power_state() const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.power_state();
+}
+
+std::optional<std::int64_t> VirtualDrive::value(std::string_view name) const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  const Object* const object = impl_->machine.read(name);
+  if (object == nullptr) return std::nullopt;
+  switch (object->kind) {
+    case Kind::SIGNED:
+      return signed_of(object->value);
+    case Kind::UNSIGNED:
+      return static_cast<std::int64_t>(unsigned_of(object->value));
+    case Kind::REAL:
+    case Kind::TEXT:
+      break;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> VirtualDrive::bytes(std::string_view name) const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  const Object* const object = impl_->machine.read(name);
+  return object == nullptr ? std::nullopt : std::optional(object->value);
+}
+
+std::vector<Event> VirtualDrive::take_events() {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.take_events();
+}
+
 }  // namespace tav::drive

@@ -40,12 +40,17 @@ class Background {
     std::array<int, 2> ends{};
     EXPECT_EQ(pipe(ends.data()), 0);
     input_ = ends[1];
+    std::array<int, 2> complaints{};
+    EXPECT_EQ(pipe(complaints.data()), 0);
+    complaints_ = complaints[0];
     process_ = fork();
     if (process_ != 0) {
       close(ends[0]);
+      close(complaints[1]);
       return;
     }
     dup2(ends[0], STDIN_FILENO);
+    dup2(complaints[1], STDERR_FILENO);
     close(ends[0]);
     close(ends[1]);
     std::vector<char*> arguments;
@@ -58,12 +63,20 @@ class Background {
   ~Background() {
     if (process_ > 0) end(SIGKILL);
     close(input_);
+    close(complaints_);
   }
   Background(const Background&) = delete;
   Background& operator=(const Background&) = delete;
 
   void type(const std::string& text) const {
     EXPECT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+  /** The next line of its standard error, waited for; what there is when the program ends before. */
+  [[nodiscard]] std::string next_complaint() const {
+    std::string line;
+    for (char character = 0; ::read(complaints_, &character, 1) == 1 && character != '\n';) line += character;
+    return line;
   }
 
   /** Sends it a signal and waits for its end. @return its exit status, -1 when the signal killed it */
@@ -78,6 +91,7 @@ class Background {
  private:
   pid_t process_ = -1;
   int input_ = -1;
+  int complaints_ = -1;
 };
 
 /** A bus between programs, for the time of one test, and a port on it. */
@@ -168,6 +182,17 @@ TEST(Program, PlaysAScenarioAndObeysItsConsole) {
   program.type("help\nfoult\nfau");
   program.type("lt 0x2310\n");
   EXPECT_EQ(bus.next(0x081), "081#1023030000000000");
+  EXPECT_EQ(program.end(SIGTERM), 0);
+  unlink(file.c_str());
+}
+
+TEST(Program, SaysWhatTheDriveRefusesOfAScenario) {
+  TestBus bus;
+  const std::string file = "/tmp/tav-drive-scenario-" + std::to_string(getpid());
+  std::ofstream(file) << "set 0x605A 9\n";
+  Background program({"--bus", bus.name(), "--node=1", "--scenario", file});
+  EXPECT_EQ(program.next_complaint().find("tav-drive: the drive refuses \"9\" for quick_stop_option_code"),
+            0U);
   EXPECT_EQ(program.end(SIGTERM), 0);
   unlink(file.c_str());
 }

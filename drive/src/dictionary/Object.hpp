@@ -34,6 +34,7 @@ struct Object {
   Object* stands_for = nullptr;  ///< the object whose value this is another name of
   std::string default_text;      ///< as the description has it: it may depend on the node id
   Bytes value;
+  std::optional<Bytes> forced;  ///< what a read finds instead of what the drive computes
 
   std::function<Abort()> refresh;  ///< before a read: brings `value` up to date, or says why it has none
   std::function<Abort(const Bytes&)> refuses;  ///< before a write: why this value is not taken

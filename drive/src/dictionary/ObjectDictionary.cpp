@@ -54,10 +54,14 @@ Object* ObjectDictionary::writable(std::uint16_t index, std::uint8_t subindex, A
 }
 
 Abort ObjectDictionary::refresh(Object& object) {
+  if (object.forced) {
+    object.value = *object.forced;
+    return Abort::NONE;
+  }
   return object.refresh ? object.refresh() : Abort::NONE;
 }
 
-Abort ObjectDictionary::check(const Object& object, const Bytes& bytes) {
+Abort ObjectDictionary::check_value(const Object& object, const Bytes& bytes) {
   if (bytes.size() > object.size) return Abort::TOO_LONG;
   if (object.kind != Kind::TEXT) {
     if (bytes.size() < object.size) return Abort::TOO_SHORT;
@@ -67,13 +71,19 @@ Abort ObjectDictionary::check(const Object& object, const Bytes& bytes) {
     if (object.high && !(number <= *object.high)) return Abort::TOO_HIGH;
     if (object.low && !(number >= *object.low)) return Abort::TOO_LOW;
   }
-  return object.refuses ? object.refuses(bytes) : Abort::NONE;
+  return Abort::NONE;
+}
+
+Abort ObjectDictionary::check(const Object& object, const Bytes& bytes) {
+  const Abort abort = check_value(object, bytes);
+  return abort == Abort::NONE && object.refuses ? object.refuses(bytes) : abort;
 }
 
 Abort ObjectDictionary::write(Object& object, const Bytes& bytes) {
   const Abort abort = check(object, bytes);
   if (abort != Abort::NONE) return abort;
   object.value = bytes;
+  object.forced.reset();
   if (object.written) object.written();
   return Abort::NONE;
 }

@@ -29,7 +29,9 @@ class ObjectDictionary {
   Object* writable(std::uint16_t index, std::uint8_t subindex, Abort& abort);
   /** Brings the value up to date. @return why it cannot be read now, or NONE */
   static Abort refresh(Object& object);
-  /** Why a client may not write these bytes into the object. */
+  /** Why these bytes are no value of the object, whatever the state of the drive. */
+  [[nodiscard]] static Abort check_value(const Object& object, const Bytes& bytes);
+  /** Why a client may not write these bytes into the object now. */
   [[nodiscard]] static Abort check(const Object& object, const Bytes& bytes);
   /** A client's write: checked, stored, acted upon. */
   static Abort write(Object& object, const Bytes& bytes);

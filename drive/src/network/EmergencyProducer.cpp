@@ -38,6 +38,8 @@ void EmergencyProducer::run() {
       continue;
     frame.id = identifier;
     context_.transmit(frame);
+    context_.report(Event::Kind::EMERGENCY, frame.data[0] | static_cast<std::uint32_t>(frame.data[1]) << 8,
+                    {});
     constexpr std::chrono::microseconds kUnit(100);
     allowed_from_ = context_.now + inhibit_time_.get() * kUnit;
   }

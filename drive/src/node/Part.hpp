@@ -5,14 +5,13 @@
 #include <functional>
 #include <nkr/can/Frame.hpp>
 #include <optional>
+#include <string>
 #include <tav/drive/Settings.hpp>
+#include <tav/drive/State.hpp>
 
 #include "dictionary/ObjectDictionary.hpp"
 
 namespace tav::drive {
-
-/** NMT states of a device, by the code its heartbeat carries (CiA 301, 7.2.8.3.2.2). */
-enum class NMTState : std::uint8_t { INITIALISING = 0, STOPPED = 4, OPERATIONAL = 5, PRE_OPERATIONAL = 127 };
 
 /** How much of the drive starts anew: all that it knows, or what the NMT command of that name resets. */
 enum class Reset : std::uint8_t { POWER_ON, NODE, COMMUNICATION };
@@ -43,7 +42,9 @@ struct Context {
   NMTState nmt = NMTState::INITIALISING;
   std::function<void(const nkr::can::Frame&)> transmit;
   std::function<Admission(const Access&)> admit;  ///< asked before an access is served
-  bool on_bus = true;                             ///< false while the bus is off: what must not be lost waits
+  /** Told what happens, for whom asks the drive. */
+  std::function<void(Event::Kind kind, std::uint32_t code, const std::string& text)> report;
+  bool on_bus = true;  ///< false while the bus is off: what must not be lost waits
 };
 
 /** One capability of the drive. All is called under the drive's lock, one thing at a time. */

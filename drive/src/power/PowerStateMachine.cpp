@@ -264,6 +264,7 @@ void PowerStateMachine::inhibit_torque(bool inhibited) {
 
 /** States that end by themselves do so when the motor stands. */
 void PowerStateMachine::enter(PowerState state) {
+  if (state != state_) context_.report(Event::Kind::POWER_STATE, static_cast<std::uint32_t>(state), {});
   state_ = state;
   after_stop_.reset();
   motion_.command(movement());

@@ -10,18 +10,6 @@
 
 namespace tav::drive {
 
-/** States of the power drive system (CiA 402-2, 6.2). */
-enum class PowerState : std::uint8_t {
-  NOT_READY_TO_SWITCH_ON,
-  SWITCH_ON_DISABLED,
-  READY_TO_SWITCH_ON,
-  SWITCHED_ON,
-  OPERATION_ENABLED,
-  QUICK_STOP_ACTIVE,
-  FAULT_REACTION_ACTIVE,
-  FAULT,
-};
-
 /**
  * The CiA 402 state machine: control word 0x6040 in, status word 0x6041 out, transitions 0 to 16, the option
  * codes 0x605A to 0x605E and 0x6007. It tells the motion what to do in each state.

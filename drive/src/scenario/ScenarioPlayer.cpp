@@ -1,5 +1,7 @@
 #include "scenario/ScenarioPlayer.hpp"
 
+#include <nkr/error.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -14,6 +16,11 @@ bool concerns(const Trigger& when, const Access& access) {
   if (when.kind == Trigger::Kind::READ && access.write) return false;
   if (when.kind == Trigger::Kind::WRITE && !access.write) return false;
   return when.any_object || (when.object.index == access.index && when.object.subindex == access.subindex);
+}
+
+std::string refusal(const Action& action, const Object& object, Abort abort) {
+  return "the drive refuses \"" + action.text + "\" for " + object.name + ": " +
+         nkr_error_text(static_cast<nkr_error_t>(abort));
 }
 
 }  // namespace
@@ -56,12 +63,16 @@ bool ScenarioPlayer::fits(const Action& action, std::string& problem) {
   const Object* const object = context_.dictionary.find(action.object.index, action.object.subindex);
   if (object == nullptr) {
     problem = "the drive has no such object";
-  } else if (!value_of(*object, action.text)) {
-    problem = "\"" + action.text + "\" is no value of " + object->name;
-  } else {
-    return true;
+    return false;
   }
-  return false;
+  const std::optional<Bytes> value = value_of(*object, action.text);
+  if (!value) {
+    problem = "\"" + action.text + "\" is no value of " + object->name;
+    return false;
+  }
+  const Abort abort = object->writable ? ObjectDictionary::check_value(*object, *value) : Abort::NONE;
+  if (abort != Abort::NONE) problem = refusal(action, *object, abort);
+  return abort == Abort::NONE;
 }
 
 void ScenarioPlayer::add(const ScenarioEvent& event) {
@@ -172,17 +183,29 @@ void ScenarioPlayer::clear(std::uint16_t code) {
   for (const std::uint16_t raised : std::exchange(raised_, {})) effects_.clear_fault(raised);
 }
 
-/** What a client may write is written as by a client, and may be refused; the rest just takes the value. */
+/**
+ * What a client may write is written as by a client, and may be refused; the rest just takes the value. What
+ * the drive computes on reading has it until the node starts anew.
+ */
 void ScenarioPlayer::set(const Action& action) {
   Object* const object = context_.dictionary.find(action.object.index, action.object.subindex);
   if (object == nullptr) return;
   const std::optional<Bytes> value = value_of(*object, action.text);
   if (!value) return;
   if (object->writable) {
-    ObjectDictionary::write(*object, *value);
+    const Abort abort = ObjectDictionary::write(*object, *value);
+    if (abort != Abort::NONE) return refused(action, *object, abort);
   } else {
     object->value = *value;
   }
+  const bool computed = object->refresh && object->stands_for == nullptr;
+  if (computed) object->forced = *value;
+}
+
+void ScenarioPlayer::refused(const Action& action, const Object& object, Abort abort) {
+  const std::string text = refusal(action, object, abort);
+  if (!refusal_) refusal_ = text;
+  context_.report(Event::Kind::REFUSED, static_cast<std::uint32_t>(abort), text);
 }
 
 }  // namespace tav::drive

@@ -2,9 +2,11 @@
 #define TAV_DRIVE_SRC_SCENARIO_SCENARIOPLAYER_HPP
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <tav/drive/Scenario.hpp>
+#include <utility>
 #include <vector>
 
 #include "network/BusConnection.hpp"
@@ -32,6 +34,8 @@ class ScenarioPlayer : public Part {
    */
   bool play(const Scenario& scenario, std::string& problem);
   void power_on();
+  /** What the drive refused since the last call, the first of it; nothing when it took everything. */
+  [[nodiscard]] std::optional<std::string> take_refusal() { return std::exchange(refusal_, std::nullopt); }
   /** An access begins: what its events make of it. */
   Admission admit(const Access& access);
 
@@ -58,6 +62,7 @@ class ScenarioPlayer : public Part {
   void cut_bus(nkr::can::BusState state, Duration duration);
   void clear(std::uint16_t code);
   void set(const Action& action);
+  void refused(const Action& action, const Object& object, Abort abort);
 
   Context& context_;
   BusConnection& bus_;
@@ -67,6 +72,7 @@ class ScenarioPlayer : public Part {
   std::set<std::uint16_t> raised_;   // faults whose cause lasts
   BusConnection::ReplyFault reply_;  // of the access that begins, or of the next
   Admission admission_;
+  std::optional<std::string> refusal_;
 };
 
 }  // namespace tav::drive

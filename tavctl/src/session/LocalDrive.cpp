@@ -36,6 +36,10 @@ LocalDrive::LocalDrive(nkr::can::Bus& bus, const nkr::tavcore::Config& config, s
   runner_ = std::make_unique<tav::drive::Runner>(*drive_);
   const nkr_error_t result = runner_->start(bus);
   if (result != NKR_OK) throw Failure(ExitCode::CONNECTION, "the virtual drive gets no port", "", result);
+  for (const tav::drive::Event& event : drive_->take_events()) {
+    const bool refused = event.kind == tav::drive::Event::Kind::REFUSED;
+    if (refused) throw Failure(ExitCode::CONFIGURATION, "no scenario: " + scenario_path + ": " + event.text);
+  }
 }
 
 LocalDrive::~LocalDrive() = default;

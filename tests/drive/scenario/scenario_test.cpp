@@ -306,6 +306,57 @@ TEST_F(ScenarioTest, ObjectsTakeValues) {
   EXPECT_EQ(bench.answer("601#4008100000000000"), "581#4108100008000000");
 }
 
+TEST_F(ScenarioTest, WhatTheDriveComputesTakesAValueUntilTheNodeStartsAnew) {
+  play("set 0x6041 0x1234\nset \"position_value\" -5\nset 0x1003:1 0x00012310");
+  EXPECT_EQ(bench.read(0x6041), 0x1234U);
+  EXPECT_EQ(bench.read_signed(0x6064), -5);
+  EXPECT_EQ(bench.read(0x1003, 1), 0x00012310U);
+  bench.write(0x6040, 0, 0x06, 2);
+  bench.step(milliseconds(1000));
+  EXPECT_EQ(bench.read(0x6041), 0x1234U) << "whatever the drive does";
+  bench.send("000#8101");
+  EXPECT_EQ(bench.read(0x6041) & 0x6FU, 0x40U);
+  EXPECT_EQ(bench.read_signed(0x6064), 0);
+}
+
+TEST_F(ScenarioTest, ValuesThatTheDriveComputesAreSentByPDOsAsTheyWereSet) {
+  bench.send("000#0101");
+  bench.take();
+  play("set 0x6041 0x1234");
+  EXPECT_EQ(bench.take(), Frames{"181#3412"});
+}
+
+TEST_F(ScenarioTest, AValueThatTheDriveNeverTakesIsAMistake) {
+  Scenario scenario;
+  std::string problem;
+  ASSERT_TRUE(read_scenario_line("at 1s set 0x6060 1", scenario, problem));
+  EXPECT_FALSE(bench.drive().play(scenario, problem));
+  EXPECT_EQ(problem.find("the drive refuses \"1\" for modes_of_operation: "), 0U) << problem;
+}
+
+TEST_F(ScenarioTest, AValueThatTheDriveRefusesNowIsNamedAndTheRestHappens) {
+  Scenario scenario;
+  std::string problem;
+  ASSERT_TRUE(read_scenario_line("set 0x605A 9", scenario, problem));
+  ASSERT_TRUE(read_scenario_line("set 0x6042 77", scenario, problem));
+  EXPECT_FALSE(bench.drive().play(scenario, problem));
+  EXPECT_EQ(problem.find("the drive refuses \"9\" for quick_stop_option_code: "), 0U) << problem;
+  EXPECT_EQ(bench.read(0x605A), 2U);
+  EXPECT_EQ(bench.read(0x6042), 77U);
+}
+
+TEST_F(ScenarioTest, AValueThatTheDriveRefusesLaterIsAnEvent) {
+  play("at 1s set 0x1800:3 100");
+  static_cast<void>(bench.drive().take_events());
+  bench.step(milliseconds(1000));
+  const std::vector<Event> events = bench.drive().take_events();
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].kind, Event::Kind::REFUSED);
+  EXPECT_EQ(events[0].code, 0x08000022U) << "the PDO is valid";
+  EXPECT_EQ(events[0].time, bench.now());
+  EXPECT_NE(events[0].text.find("\"100\""), std::string::npos) << events[0].text;
+}
+
 TEST_F(ScenarioTest, WhileTheBusIsOffTheDriveNeitherHearsNorSpeaks) {
   std::vector<nkr::can::BusState> states;
   Frames sent;

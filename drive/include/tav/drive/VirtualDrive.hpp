@@ -10,9 +10,13 @@
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/Frame.hpp>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <tav/drive/Scenario.hpp>
 #include <tav/drive/Settings.hpp>
+#include <tav/drive/State.hpp>
+#include <vector>
 
 namespace tav::drive {
 
@@ -83,12 +87,28 @@ class NKR_EXPORT VirtualDrive {
    * Lets the events of a scenario happen, besides those under way: times and accesses count from now, or from
    * power_on(). Commands and values of a scenario are those of a drive, not of a client: no access rights.
    * @return false, and the reason in `problem`, when it names an object that the drive does not have, or a
-   *         value that it cannot take; nothing happens then
+   *         value that it cannot take: nothing happens then. Also when the drive refuses, in its present
+   * state, a value that it is to take at once: the rest happens all the same. What it refuses later is told
+   * by take_events().
    */
   bool play(const Scenario& scenario, std::string& problem);
 
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;
+  /** Its NMT state; INITIALISING before it is switched on. */
+  [[nodiscard]] NMTState nmt_state() const;
+  /** Its state in the power drive system. */
+  [[nodiscard]] PowerState power_state() const;
+  /**
+   * The whole number that an object has now, as a read by SDO finds it.
+   * @param name as the description has it: "vl_target_velocity", "Identity Object Vendor Id"
+   * @return nothing when no object has that name, or its value cannot be read or is no whole number
+   */
+  [[nodiscard]] std::optional<std::int64_t> value(std::string_view name) const;
+  /** The bytes of any object, least significant first; nothing as above. */
+  [[nodiscard]] std::optional<std::vector<std::uint8_t>> bytes(std::string_view name) const;
+  /** What happened since the last call, the oldest first; of much the last 1000. */
+  [[nodiscard]] std::vector<Event> take_events();
 
  private:
   struct NKR_HIDDEN Impl;

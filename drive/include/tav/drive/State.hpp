@@ -1,0 +1,41 @@
+#ifndef TAV_DRIVE_STATE_HPP
+#define TAV_DRIVE_STATE_HPP
+
+#include <cstdint>
+#include <string>
+#include <tav/drive/Settings.hpp>
+
+namespace tav::drive {
+
+/** NMT states of a device, by the code its heartbeat carries (CiA 301, 7.2.8.3.2.2). */
+enum class NMTState : std::uint8_t { INITIALISING = 0, STOPPED = 4, OPERATIONAL = 5, PRE_OPERATIONAL = 127 };
+
+/** States of the power drive system (CiA 402-2, 6.2). */
+enum class PowerState : std::uint8_t {
+  NOT_READY_TO_SWITCH_ON,
+  SWITCH_ON_DISABLED,
+  READY_TO_SWITCH_ON,
+  SWITCHED_ON,
+  OPERATION_ENABLED,
+  QUICK_STOP_ACTIVE,
+  FAULT_REACTION_ACTIVE,
+  FAULT,
+};
+
+/** Something that the drive did, or that was done to it. */
+struct Event {
+  enum class Kind : std::uint8_t {
+    NMT_STATE,    ///< it entered an NMT state; `code` is the NMTState
+    POWER_STATE,  ///< it entered a state of the power drive system; `code` is the PowerState
+    EMERGENCY,    ///< it sent an emergency message; `code` is its error code, 0x0000 when all errors are gone
+    REFUSED       ///< a scenario's `set` was refused; `code` is the abort code, `text` says what
+  };
+  Time time{};
+  Kind kind = Kind::NMT_STATE;
+  std::uint32_t code = 0;
+  std::string text;  ///< for people; empty where the code says it all
+};
+
+}  // namespace tav::drive
+
+#endif
