@@ -213,7 +213,9 @@ class NKR_EXPORT Controller : public IService {
                                     std::uint32_t line = __builtin_LINE()) const;
   [[nodiscard]] ICANOpenDispatcher* ready_dispatcher(const char* function = __builtin_FUNCTION(),
                                                      std::uint32_t line = __builtin_LINE()) const {
-    return initialized_ || is_initialized(function, line) ? dispatcher_.get() : nullptr;
+    if (initialized_) return dispatcher_.get();
+    static_cast<void>(is_initialized(function, line));  // records the refusal
+    return nullptr;
   }
   template <class Operation>
   [[nodiscard]] auto forward(Operation operation, const char* function = __builtin_FUNCTION(),
