@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 
 constexpr char kInterface[] = "vcan1";
 constexpr std::uint8_t kNode = 10;
-constexpr std::uint32_t kPeriod = 0x10060020;
+constexpr nkr::canopencore::ObjectAddress kPeriod{0x1006, 0, 32};
 
 /** A node whose every object is the same number. */
 class Device {

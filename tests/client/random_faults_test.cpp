@@ -247,7 +247,7 @@ TEST_F(RandomFaults, EightThreadsGetTheirOwnAnswersAndCallbacksMayRead) {
   });
   client.setObjectNameResolver(
       [&](std::uint8_t id, std::uint32_t) { return std::to_string(client.getEmergencies(id).size()); });
-  ASSERT_EQ(client.setNodeConfiguration(3, {{0x20000500, {1, 0, 0, 0}}}), NKR_OK);
+  ASSERT_EQ(client.setNodeConfiguration(3, {{{0x2000, 5}, {1, 0, 0, 0}}}), NKR_OK);
   std::vector<std::thread> threads;
   for (unsigned thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {

@@ -201,12 +201,13 @@ TEST_F(WithDrive, AnUnexpectedRestartIsToldAndThePdosAreLookedUpAgain) {
 
 TEST_F(WithDrive, ARestartedDriveGetsItsConfigurationBackAndStaysStill) {
   using nkr::canopen::object_value;
-  ASSERT_EQ(client.setNodeConfiguration(
-                kNode, {object_value(0x18000100, 0xC000018AU), object_value(0x1A000000, std::uint8_t{0}),
-                        object_value(0x1A000100, 0x60410010U), object_value(0x1A000200, 0x606C0020U),
-                        object_value(0x1A000000, std::uint8_t{2}), object_value(0x18000200, std::uint8_t{1}),
-                        object_value(0x18000100, 0x4000018AU), object_value(0x10170000, std::uint16_t{50})}),
-            NKR_OK);
+  ASSERT_EQ(
+      client.setNodeConfiguration(
+          kNode, {object_value({0x1800, 1}, 0xC000018AU), object_value({0x1A00, 0}, std::uint8_t{0}),
+                  object_value({0x1A00, 1}, 0x60410010U), object_value({0x1A00, 2}, 0x606C0020U),
+                  object_value({0x1A00, 0}, std::uint8_t{2}), object_value({0x1800, 2}, std::uint8_t{1}),
+                  object_value({0x1800, 1}, 0x4000018AU), object_value({0x1017, 0}, std::uint16_t{50})}),
+      NKR_OK);
   ASSERT_TRUE(came(Event::Kind::CONFIGURED));
   make_operational();
   for (const std::uint8_t control_word : {std::uint8_t{0x06}, std::uint8_t{0x07}, std::uint8_t{0x0F}})

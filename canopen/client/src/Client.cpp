@@ -63,7 +63,7 @@ nkr_error_t Client::setNodeTimeout(std::uint8_t nodeId, Duration timeout) {
   return NKR_OK;
 }
 
-void Client::setObjectTimeout(std::uint32_t address, Duration timeout) {
+void Client::setObjectTimeout(canopencore::ObjectAddress address, Duration timeout) {
   core_->timeouts().set_object(sdo::Multiplexer::of_address(address), timeout);
 }
 

@@ -51,7 +51,7 @@ nkr_error_t Client::setBytes(const std::uint8_t& nodeId, const std::uint32_t& ad
   return core_->download(nodeId, address, value.data(), value.size());
 }
 
-nkr_error_t Client::readLater(std::uint8_t nodeId, std::uint32_t address, ReadHandler handler) {
+nkr_error_t Client::readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadHandler handler) {
   return core_->later(nodeId, [this, nodeId, address, handle = std::move(handler)] {
     std::vector<std::uint8_t> value;
     const nkr_error_t result = getBytes(nodeId, address, value);
@@ -59,8 +59,8 @@ nkr_error_t Client::readLater(std::uint8_t nodeId, std::uint32_t address, ReadHa
   });
 }
 
-nkr_error_t Client::writeLater(std::uint8_t nodeId, std::uint32_t address, std::vector<std::uint8_t> value,
-                               WriteHandler handler) {
+nkr_error_t Client::writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                               std::vector<std::uint8_t> value, WriteHandler handler) {
   return core_->later(nodeId, [this, nodeId, address, bytes = std::move(value), handle = std::move(handler)] {
     const nkr_error_t result = setBytes(nodeId, address, bytes);
     if (handle) handle(result);

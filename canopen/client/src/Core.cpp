@@ -150,7 +150,7 @@ void Client::Core::note_failure(std::uint8_t node, sdo::Multiplexer object, bool
   const TimePoint now = Clock::now();
   RequestFailure failure;
   failure.node = node;
-  failure.address = object.address();
+  failure.address = canopencore::ObjectAddress::of(object.address());
   failure.was_write = is_write;
   failure.code = result.code;
   if (result.waiting_since != TimePoint{}) failure.elapsed = milliseconds(now - result.waiting_since);

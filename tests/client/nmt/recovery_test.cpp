@@ -122,8 +122,8 @@ class Recovery : public testing::Test {
   }
   /** A PDO switched off and on again, and a period. */
   static NodeConfiguration configuration() {
-    return {object_value(0x14000100, 0x8000020AU), object_value(0x10060000, 10000U),
-            object_value(0x14000100, 0x0000020AU)};
+    return {object_value({0x1400, 1}, 0x8000020AU), object_value({0x1006, 0}, 10000U),
+            object_value({0x1400, 1}, 0x0000020AU)};
   }
   void configure() {
     ASSERT_EQ(client.setNodeConfiguration(kNode, configuration()), NKR_OK);
@@ -276,9 +276,10 @@ TEST_F(Recovery, ARestartAmidTheConfigurationBeginsItAnew) {
 }
 
 TEST_F(Recovery, MotionIsTheApplicationsAlone) {
-  for (const std::uint32_t address : {0x60400010U, 0x60420010U, 0x60600008U, 0x60FF0020U, 0x68420010U})
+  for (const nkr::canopencore::ObjectAddress address : std::vector<nkr::canopencore::ObjectAddress>{
+           {0x6040, 0}, {0x6042, 0}, {0x6060, 0}, {0x60FF, 0}, {0x6842, 0}})
     EXPECT_EQ(client.setNodeConfiguration(kNode, {object_value(address, std::uint16_t{15})}), NKR_ERROR)
-        << std::hex << address;
+        << std::hex << address.index;
   nkr_error_t result = NKR_ERROR;
   const auto tap = bus->open({{0x60A, 0x7FF}, {0x000, 0x7FF}}, result);
   configure();

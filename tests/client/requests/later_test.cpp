@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using Bytes = std::vector<std::uint8_t>;
 using Requests = std::vector<std::string>;
 
-constexpr std::uint32_t kStatusWord = 0x60410010;
+constexpr nkr::canopencore::ObjectAddress kStatusWord{0x6041, 0, 16};
 /** getBytes asks for a block; an ordinary answer is one to that, too. */
 const std::string kRead = "A4 41 60 00 7F 3F 00 00";
 const std::string kReply = "4B 41 60 00 37 02 00 00";
@@ -60,7 +60,7 @@ TEST_F(Later, AWriteTellsItsResult) {
   node.on("2B 42 60 00 64 00 00 00", {"80 42 60 00 22 00 00 08"});
   std::promise<nkr_error_t> told;
   ASSERT_EQ(
-      client.writeLater(kNode, 0x60420010, {0x64, 0}, [&](nkr_error_t result) { told.set_value(result); }),
+      client.writeLater(kNode, {0x6042, 0}, {0x64, 0}, [&](nkr_error_t result) { told.set_value(result); }),
       NKR_OK);
   auto result = told.get_future();
   ASSERT_EQ(result.wait_for(20s), std::future_status::ready);
@@ -74,7 +74,7 @@ TEST_F(Later, ThoseToOneNodeAreMadeInOrder) {
     const auto byte = static_cast<std::uint8_t>(i);
     wanted.push_back("2F 42 60 00 0" + std::to_string(i) + " 00 00 00");
     node.on(wanted.back(), {"60 42 60 00 00 00 00 00"});
-    ASSERT_EQ(client.writeLater(kNode, 0x60420000, {byte}, [&](nkr_error_t) { ++told; }), NKR_OK);
+    ASSERT_EQ(client.writeLater(kNode, {0x6042, 0}, {byte}, [&](nkr_error_t) { ++told; }), NKR_OK);
   }
   ASSERT_TRUE(node.wait_for_requests(9));
   client.close();

@@ -405,14 +405,14 @@ TEST_F(Sdo, TheNodesTimeOutHoldsForItAlone) {
 
 TEST_F(Sdo, TheObjectsTimeOutGoesBeforeTheNodes) {
   client.setNodeTimeout(kNode, 30s);
-  client.setObjectTimeout(0x60410010, 40ms);
+  client.setObjectTimeout({0x6041, 0}, 40ms);
   const auto start = Clock::now();
   EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);
   EXPECT_LT(Clock::now() - start, 20s);
 }
 
 TEST_F(Sdo, AScopeHoldsForItsThreadAndGoesBeforeAll) {
-  client.setObjectTimeout(0x60410010, 30s);
+  client.setObjectTimeout({0x6041, 0}, 30s);
   const auto start = Clock::now();
   {
     const nkr::canopen::SdoTimeoutScope outer(30s);

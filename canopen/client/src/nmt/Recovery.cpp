@@ -31,11 +31,11 @@ bool is_last_of_its_object(const NodeConfiguration& configuration, const ObjectV
 
 }  // namespace
 
-bool commands_motion(std::uint32_t address) {
+bool commands_motion(canopencore::ObjectAddress address) {
   constexpr std::uint32_t kFirstAxis = 0x6000;
   constexpr std::uint32_t kBehindLastAxis = 0xA000;
   constexpr std::uint32_t kAxis = 0x800;
-  const std::uint32_t index = address >> 16;
+  const std::uint32_t index = address.index;
   if (index < kFirstAxis || index >= kBehindLastAxis) return false;
   switch (kFirstAxis + (index - kFirstAxis) % kAxis) {
     case 0x6040:  // control word

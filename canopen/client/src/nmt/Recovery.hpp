@@ -24,7 +24,7 @@ namespace nkr::canopen {
  * Whether an object commands motion: control word, modes and set-points of CiA 402, of each of its eight
  * axes. Only the application sets these.
  */
-[[nodiscard]] bool commands_motion(std::uint32_t address);
+[[nodiscard]] bool commands_motion(canopencore::ObjectAddress address);
 
 /**
  * The one owner of recovery: keeps each node's configuration in the node. It is written and read back when
@@ -76,7 +76,7 @@ class Recovery {
   };
   struct Outcome {
     nkr_error_t result = NKR_OK;
-    std::uint32_t address = 0;  ///< of what failed
+    canopencore::ObjectAddress address;  ///< of what failed
   };
 
   void saw(const Event& event);

@@ -15,6 +15,7 @@
 #include <nkr/canopen/RequestFailure.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <nkr/canopencore/IService.hpp>
+#include <nkr/canopencore/ObjectAddress.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -60,7 +61,7 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * @{ */
   void setTimeout(Duration timeout);
   nkr_error_t setNodeTimeout(std::uint8_t nodeId, Duration timeout);
-  void setObjectTimeout(std::uint32_t address, Duration timeout);
+  void setObjectTimeout(canopencore::ObjectAddress address, Duration timeout);
   /** @} */
 
   /** The silence after which a node whose heartbeat was heard counts as lost; 0: it never does. */
@@ -142,9 +143,9 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * @{ */
   using ReadHandler = std::function<void(nkr_error_t result, std::vector<std::uint8_t> value)>;
   using WriteHandler = std::function<void(nkr_error_t result)>;
-  nkr_error_t readLater(std::uint8_t nodeId, std::uint32_t address, ReadHandler handler);
-  nkr_error_t writeLater(std::uint8_t nodeId, std::uint32_t address, std::vector<std::uint8_t> value,
-                         WriteHandler handler);
+  nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadHandler handler);
+  nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                         std::vector<std::uint8_t> value, WriteHandler handler);
   /** @} */
 
   /**

@@ -8,6 +8,7 @@
 #include <functional>
 #include <nkr/canopen/Emergency.hpp>
 #include <nkr/canopencore/NMT.hpp>
+#include <nkr/canopencore/ObjectAddress.hpp>
 
 namespace nkr::canopen {
 
@@ -33,8 +34,8 @@ struct Event {
   std::uint8_t node = 0;                                         ///< 0 for what concerns the bus
   canopencore::NMTState state = canopencore::NMTState::UNKNOWN;  ///< the node's state after the event
   Emergency emergency;                                           ///< of EMERGENCY
-  nkr_error_t result = NKR_OK;  ///< of CONFIGURATION_FAILED: NKR_ERROR when it read back another value
-  std::uint32_t address = 0;    ///< of CONFIGURATION_FAILED: the object, index << 16 | subindex << 8
+  nkr_error_t result = NKR_OK;         ///< of CONFIGURATION_FAILED: NKR_ERROR when it read back another value
+  canopencore::ObjectAddress address;  ///< of CONFIGURATION_FAILED: the object
 };
 
 /** What the kind is called: "heartbeat lost" ... */

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <nkr/canopencore/ObjectAddress.hpp>
 #include <type_traits>
 #include <vector>
 
@@ -10,13 +11,13 @@ namespace nkr::canopen {
 
 /** An object, and what is to be written to it. */
 struct ObjectValue {
-  std::uint32_t address = 0;        ///< index << 16 | subindex << 8
+  canopencore::ObjectAddress address;
   std::vector<std::uint8_t> bytes;  ///< as they go over the bus: numbers little endian (CiA 301, 7.1.4)
 };
 
 /** A number as the value of an object of the number's own width. */
 template <class Number>
-[[nodiscard]] ObjectValue object_value(std::uint32_t address, Number number) {
+[[nodiscard]] ObjectValue object_value(canopencore::ObjectAddress address, Number number) {
   static_assert(std::is_integral_v<Number> && !std::is_same_v<Number, bool>);
   constexpr unsigned kBits = 8;
   ObjectValue value{address, std::vector<std::uint8_t>(sizeof(Number))};

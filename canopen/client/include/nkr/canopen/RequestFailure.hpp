@@ -11,6 +11,7 @@
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/trace.hpp>
 #include <nkr/canopencore/NMT.hpp>
+#include <nkr/canopencore/ObjectAddress.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,8 +38,8 @@ enum class FailureCause {
 /** The last failed request to a node, and what was known about node and bus at that moment. */
 struct RequestFailure {
   std::uint8_t node = 0;
-  std::uint32_t address = 0;  ///< index << 16 | subindex << 8
-  std::string object_name;    ///< by the application's resolver; empty when it knows none
+  canopencore::ObjectAddress address;
+  std::string object_name;  ///< by the application's resolver; empty when it knows none
   bool was_write = false;
   nkr_error_t code = NKR_OK;
   std::chrono::milliseconds elapsed{};  ///< from the call to its failure, waiting for its turn included
@@ -62,7 +63,7 @@ struct RequestFailure {
 [[nodiscard]] NKR_EXPORT std::string to_string(const RequestFailure& failure);
 
 /** Gives an object its name (by the node's EDS, say); empty when it has none. Called without any lock. */
-using ObjectNameResolver = std::function<std::string(std::uint8_t node, std::uint32_t address)>;
+using ObjectNameResolver = std::function<std::string(std::uint8_t node, canopencore::ObjectAddress address)>;
 
 }  // namespace nkr::canopen
 
