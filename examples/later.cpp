@@ -12,8 +12,8 @@
 
 int main() try {
   constexpr std::uint8_t kNode = 10;
-  constexpr std::uint32_t kDeviceName = 0x10080000;  // CiA 301, object 0x1008
-  constexpr std::uint32_t kNoObject = 0x5FFF0000;
+  constexpr nkr::canopencore::ObjectAddress kDeviceName{0x1008, 0};  // CiA 301
+  constexpr nkr::canopencore::ObjectAddress kNoObject{0x5FFF, 0};
   const auto bus = nkr::can::make_bus("virtual");
   VirtualNode drive(*bus, "share/tav/tav.eds", kNode);
   nkr::canopen::Client client(bus);

@@ -10,7 +10,7 @@
 #include "VirtualNode.hpp"
 
 int main() try {
-  constexpr std::uint32_t kStatusWord = 0x60410000;  // CiA 402, object 0x6041
+  static constexpr nkr::canopencore::ObjectAddress kStatusWord{0x6041, 0};  // CiA 402
   const auto bus = nkr::can::make_bus("virtual");
   const std::vector<std::uint8_t> nodes = {10, 11, 12};
   std::vector<std::unique_ptr<VirtualNode>> drives;

@@ -91,7 +91,7 @@ class SlowPost {
   std::thread thread_;
 };
 
-enum Fault { none, lost, late, doubled, abort_, wrong_toggle, reset, kinds };
+enum Fault { NONE, LOST, LATE, DOUBLED, ABORT, WRONG_TOGGLE, RESET, KINDS };
 
 /**
  * A node whose objects tell which of their requests it was that they answer: number n of object 2000h:00 is
@@ -120,27 +120,27 @@ class FaultyNode {
     const Fault fault = next_fault(answer);
     ++injected_.at(fault);
     switch (fault) {
-      case lost:
+      case LOST:
         return;
-      case late:
+      case LATE:
         return post_.send(answer);
-      case abort_:
+      case ABORT:
         return send(refusal(request.data));
-      case wrong_toggle:
+      case WRONG_TOGGLE:
         return send(toggled(answer));
-      case reset:
+      case RESET:
         return send({0x700U + id_, {0}});
       default:
         send(answer);
-        if (fault == doubled) send(answer);
+        if (fault == DOUBLED) send(answer);
     }
   }
   Fault next_fault(const Frame& answer) {
     const auto roll = random_() % 60;
     const bool is_segment = answer.data[0] < 0x40;
-    if (roll == wrong_toggle) return is_segment ? wrong_toggle : none;
-    if (roll == abort_) return is_segment ? none : abort_;
-    return roll < kinds ? static_cast<Fault>(roll) : none;
+    if (roll == WRONG_TOGGLE) return is_segment ? WRONG_TOGGLE : NONE;
+    if (roll == ABORT) return is_segment ? NONE : ABORT;
+    return roll < KINDS ? static_cast<Fault>(roll) : NONE;
   }
 
   Frame answer_to(const Data& data) {
@@ -181,7 +181,7 @@ class FaultyNode {
       random_;  ///< of the one request that the client has under way at this node, as is the text
   std::string text_;
   std::array<std::atomic<std::uint32_t>, kObjects> asked_{};
-  std::array<std::atomic<unsigned>, kinds> injected_{};
+  std::array<std::atomic<unsigned>, KINDS> injected_{};
   std::unique_ptr<nkr::can::Port> sender_;
   std::unique_ptr<nkr::can::Port> port_;
 };
@@ -263,7 +263,7 @@ TEST_F(RandomFaults, EightThreadsGetTheirOwnAnswersAndCallbacksMayRead) {
   client.close();
   EXPECT_GT(answered.load(), kThreads * kRequests / 2);
   EXPECT_GT(read_in_callbacks.load(), 0U);
-  for (unsigned fault = none; fault < kinds; ++fault) {
+  for (unsigned fault = NONE; fault < KINDS; ++fault) {
     unsigned times = 0;
     for (const auto& node : nodes) times += node->injected(static_cast<Fault>(fault));
     EXPECT_GT(times, 0U) << "fault " << fault << " never happened";

@@ -23,7 +23,7 @@ nkr_log_msg_t* BufferPool::take() noexcept {
     ++made_;
   }
   buffer->next_free = nullptr;
-  buffer->state = MessageState::kTaken;
+  buffer->state = MessageState::TAKEN;
   buffer->size = 0;
   return buffer;
 }
@@ -31,8 +31,8 @@ nkr_log_msg_t* BufferPool::take() noexcept {
 void BufferPool::give_back(nkr_log_msg_t* buffer) noexcept {
   if (buffer == nullptr) return;
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (buffer->state == MessageState::kFree) return;
-  buffer->state = MessageState::kFree;
+  if (buffer->state == MessageState::FREE) return;
+  buffer->state = MessageState::FREE;
   buffer->next_free = free_;
   free_ = buffer;
 }

@@ -20,7 +20,7 @@ constexpr std::uint8_t kEndItem = 'E';
 constexpr std::size_t kMessageCapacity = 3072;
 
 /** What a message under construction may take next. */
-enum class MessageState : std::uint8_t { kFree, kTaken, kBegun, kHasHeader, kEnded };
+enum class MessageState : std::uint8_t { FREE, TAKEN, BEGUN, HAS_HEADER, ENDED };
 
 }  // namespace nkr::log
 

@@ -68,7 +68,7 @@ nkr_error_t nkr_log_read_next(nkr_log_reader_t* reader, nkr_log_field_t* field) 
 }
 
 const uint8_t* nkr_log_msg_encoded(const nkr_log_msg_t* message, size_t* size) {
-  const bool ended = message != nullptr && message->state == nkr::log::MessageState::kEnded;
+  const bool ended = message != nullptr && message->state == nkr::log::MessageState::ENDED;
   if (size != nullptr) *size = ended ? message->size : 0;
   return ended ? message->bytes.data() : nullptr;
 }

@@ -43,7 +43,7 @@ std::size_t room(const nkr_log_msg_t& message) {
 }
 
 bool takes_fields(const nkr_log_msg_t* message) {
-  return message != nullptr && message->state == MessageState::kHasHeader;
+  return message != nullptr && message->state == MessageState::HAS_HEADER;
 }
 
 nkr_error_t refusal(const nkr_log_msg_t* message) {
@@ -61,20 +61,20 @@ nkr_log_msg_t* nkr_log_msg_get_new_buffer(void) {
 }
 
 nkr_error_t nkr_log_msg_encode_begin(nkr_log_msg_t* buffer) {
-  if (buffer == nullptr || buffer->state == MessageState::kFree) return refusal(buffer);
+  if (buffer == nullptr || buffer->state == MessageState::FREE) return refusal(buffer);
   buffer->size = 0;
   put(*buffer, nkr::log::kVersion);
-  buffer->state = MessageState::kBegun;
+  buffer->state = MessageState::BEGUN;
   return NKR_OK;
 }
 
 nkr_error_t nkr_log_msg_encode_header(nkr_log_msg_t* buffer, uint32_t context, uint32_t level) {
   static_assert(1 + kHeaderItemSize + kEndItemSize <= nkr::log::kMessageCapacity);
-  if (buffer == nullptr || buffer->state != MessageState::kBegun) return refusal(buffer);
+  if (buffer == nullptr || buffer->state != MessageState::BEGUN) return refusal(buffer);
   put(*buffer, nkr::log::kHeaderItem);
   put_number(*buffer, context);
   put_number(*buffer, level);
-  buffer->state = MessageState::kHasHeader;
+  buffer->state = MessageState::HAS_HEADER;
   return NKR_OK;
 }
 
@@ -105,12 +105,12 @@ nkr_error_t nkr_log_msg_encode_uint(nkr_log_msg_t* buffer, uint32_t number) {
 nkr_error_t nkr_log_msg_encode_end(nkr_log_msg_t* buffer) {
   if (!takes_fields(buffer)) return refusal(buffer);
   put(*buffer, nkr::log::kEndItem);
-  buffer->state = MessageState::kEnded;
+  buffer->state = MessageState::ENDED;
   return NKR_OK;
 }
 
 nkr_error_t nkr_log_send_msg(uint32_t context, uint32_t level, nkr_log_msg_t* buffer) {
-  if (buffer == nullptr || buffer->state != MessageState::kEnded) return refusal(buffer);
+  if (buffer == nullptr || buffer->state != MessageState::ENDED) return refusal(buffer);
   Registry::instance().deliver(context, level, buffer->bytes.data(), buffer->size);
   return NKR_OK;
 }
