@@ -46,11 +46,11 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
       velocity_mode_(context_),
       power_(context_, velocity_mode_, errors_),
       heartbeat_consumer_(context_, heartbeat_events()),
-      safety_commands_(context_, [this] { follow_safety(); }),
+      safety_control_(context_, [this] { follow_safety(); }),
       signatures_(context_, errors_, [this] { follow_safety(); }),
-      safe_motion_(context_, safety_commands_, velocity_mode_, effects_of_safe_motion()),
+      safe_motion_(context_, safety_control_, velocity_mode_, effects_of_safe_motion()),
       srdo_configuration_(context_),
-      srdo_consumer_(context_, errors_, [this](bool missing) { safety_commands_.set_data_missing(missing); }),
+      srdo_consumer_(context_, errors_, [this](bool missing) { safety_control_.set_data_missing(missing); }),
       health_(context_, errors_, effects_of_health()),
       player_(context_, bus_, effects_of_scenario()),
       process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
@@ -63,7 +63,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
   parts_ = {&bus_, &store_, &nmt_slave_};
   for (const auto& server : sdo_servers_) parts_.push_back(server.get());
   parts_.insert(parts_.end(), {&heartbeat_producer_, &emergencies_, &errors_, &velocity_mode_, &power_,
-                               &heartbeat_consumer_, &safety_commands_, &signatures_, &safe_motion_,
+                               &heartbeat_consumer_, &safety_control_, &signatures_, &safe_motion_,
                                &srdo_configuration_, &srdo_consumer_, &health_, &player_, &process_data_});
   deliver_node_id();
   load_values(Reset::POWER_ON);
@@ -81,7 +81,7 @@ ScenarioPlayer::Effects Machine::effects_of_scenario() {
           [this](std::uint16_t code, bool lasting) { raise_fault(code, lasting, {}); },
           [this](std::uint16_t code) { errors_.clear_code(code); },
           [this](std::uint16_t code) { emergencies_.send(code, errors_.error_register(), {}); },
-          [this](bool demanded) { safety_commands_.set_torque_off_input(demanded); },
+          [this](bool demanded) { safety_control_.set_torque_off_input(demanded); },
           [this](Action::Sensor sensor, std::int32_t value) { set_sensor(sensor, value); }};
 }
 
@@ -108,8 +108,8 @@ SafeMotion::Effects Machine::effects_of_safe_motion() {
 /** No torque while STO acts, a safety signature differs, or the drive's own hardware does not allow it. */
 void Machine::follow_safety() {
   const bool sound = signatures_.agree();
-  power_.inhibit_torque(safety_commands_.torque_off() || !sound || !health_.may_give_torque());
-  safety_commands_.set_configuration_sound(sound);
+  power_.inhibit_torque(safety_control_.torque_off() || !sound || !health_.may_give_torque());
+  safety_control_.set_configuration_sound(sound);
   safe_motion_.follow();
 }
 
@@ -119,7 +119,7 @@ void Machine::safety_violated(const SafeMotion::Violation& violation) {
                            static_cast<std::uint8_t>(violation.command_index >> 8), violation.instance};
   errors_.raise(kSpeedController, vendor, Errors::Ends::ACKNOWLEDGED, false);
   power_.fault();
-  if (violation.torque_off) safety_commands_.violate();
+  if (violation.torque_off) safety_control_.violate();
   behave_on_error_of(kSpeedController);
 }
 
@@ -241,7 +241,7 @@ void Machine::load_values(Reset kind) {
   for (Object& object : context_.dictionary.objects()) {
     if (ParameterStore::is_network(object)) continue;
     // No NMT command ends what a safety function was told to do.
-    if (kind == Reset::NODE && safety_commands_.demand_by(object)) continue;
+    if (kind == Reset::NODE && safety_control_.demand_by(object)) continue;
     if (kind != Reset::COMMUNICATION || is_communication(object)) set_power_on_value(object);
   }
 }

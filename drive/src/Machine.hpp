@@ -22,7 +22,7 @@
 #include "safety/SRDOConfiguration.hpp"
 #include "safety/SRDOConsumer.hpp"
 #include "safety/SafeMotion.hpp"
-#include "safety/SafetyCommands.hpp"
+#include "safety/SafetyControl.hpp"
 #include "safety/SignatureSupervision.hpp"
 #include "scenario/ScenarioPlayer.hpp"
 #include "sdo/SDOServer.hpp"
@@ -91,7 +91,7 @@ class Machine {
   VelocityMode velocity_mode_;
   PowerStateMachine power_;
   HeartbeatConsumer heartbeat_consumer_;
-  SafetyCommands safety_commands_;
+  SafetyControl safety_control_;
   SignatureSupervision signatures_;
   SafeMotion safe_motion_;
   SRDOConfiguration srdo_configuration_;

@@ -162,9 +162,9 @@ void VirtualDrive::measure(const Environment& environment) {
 
 bool VirtualDrive::play(const Scenario& scenario, std::string& problem) {
   std::unique_lock<std::mutex> lock(impl_->mutex);
-  if (!impl_->machine.play(scenario, problem)) return false;
+  const bool played = impl_->machine.play(scenario, problem);
   impl_->hand_out_and_wake(lock);
-  return true;
+  return played;
 }
 
 std::uint8_t VirtualDrive::node_id() const {

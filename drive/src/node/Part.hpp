@@ -6,8 +6,8 @@
 #include <nkr/can/Frame.hpp>
 #include <optional>
 #include <string>
+#include <tav/drive/DriveStates.hpp>
 #include <tav/drive/Settings.hpp>
-#include <tav/drive/State.hpp>
 
 #include "dictionary/ObjectDictionary.hpp"
 

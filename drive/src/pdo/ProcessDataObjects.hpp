@@ -34,14 +34,13 @@ class ProcessDataObjects : public Part {
   [[nodiscard]] bool operational() const { return context_.nmt == NMTState::OPERATIONAL; }
   [[nodiscard]] bool has_event_driven() const;
   void start_over();
+  [[nodiscard]] Time look_due() const;
 
   Context& context_;
   std::function<bool()> moving_;
   Variable<std::uint32_t> sync_id_;
   std::vector<std::unique_ptr<TransmitPDO>> transmit_;
   std::vector<std::unique_ptr<ReceivePDO>> receive_;
-  [[nodiscard]] Time look_due() const;
-
   Time looked_at_ = Time::min();  ///< at the values that move
   bool moved_ = false;            ///< something, when or since it was looked at them
 };

@@ -28,6 +28,9 @@ constexpr std::uint8_t kTransmissionType = 4;
 constexpr std::uint8_t kCobId1 = 5;
 constexpr std::uint8_t kCobId2 = 6;
 
+/** The direction of an SRDO that is received; 1 is sent, 0 neither. */
+constexpr std::uint8_t kReceive = 2;
+
 /** The identifiers of SRDOs: the plain frame's is odd, that of its inverse the next one. */
 bool is_plain_identifier(std::uint64_t value) {
   return value >= 0x101 && value <= 0x17F && value % 2 != 0;
@@ -38,7 +41,6 @@ bool is_inverse_identifier(std::uint64_t value) {
 
 /** An identifier of 0 says that there is none yet. */
 Abort refuses_parameter(std::uint8_t subindex, std::uint64_t value) {
-  constexpr std::uint64_t kReceive = 2;
   constexpr std::uint64_t kEventDriven = 254;
   const auto right = [&] {
     switch (subindex) {
@@ -88,8 +90,7 @@ void SRDOConfiguration::watch_parameters(std::uint8_t number) {
   for (std::uint8_t subindex = kDirection; subindex <= kCobId2; ++subindex) {
     Object* const object = context_.dictionary.find(parameters_of(number), subindex);
     if (object == nullptr) continue;
-    // The rule of the object takes the place of the description's limits: it answers with the standard's
-    // code.
+    // The object's own rule takes the place of the description's limits: it has the standard's codes.
     object->low.reset();
     object->high.reset();
     guard(*object);
@@ -126,11 +127,9 @@ Abort SRDOConfiguration::refuses_count(std::uint8_t number, std::uint64_t count)
   std::uint32_t plain_bits = 0;
   std::uint32_t length = 0;
   for (std::uint64_t i = 1; i <= count; ++i) {
-    const auto entry =
-        Variable<std::uint32_t>(context_.dictionary, mapping_of(number), static_cast<std::uint8_t>(i)).get();
-    const Object* object = context_.dictionary.find(static_cast<std::uint16_t>(entry >> 16),
-                                                    static_cast<std::uint8_t>(entry >> 8));
-    const std::uint32_t bits = entry & 0xFFU;
+    const auto subindex = static_cast<std::uint8_t>(i);
+    const Object* const object = mapped_by(number, subindex);
+    const std::uint32_t bits = entry_of(number, subindex) & 0xFFU;
     if (object == nullptr || !object->mappable || bits != 8 * object->size) return Abort::NOT_MAPPABLE;
     const bool inverted = i % 2 == 0;
     if (inverted && bits != length) return Abort::INCOMPATIBLE;
@@ -168,7 +167,27 @@ bool SRDOConfiguration::is_complete(std::uint8_t number) const {
   }
   const std::uint32_t plain = parameter(number, kCobId1);
   const bool pair = plain != 0 && parameter(number, kCobId2) == plain + 1;
-  return pair && refuses_count(number, count_of(number)) == Abort::NONE;
+  return pair && refuses_count(number, count_of(number)) == Abort::NONE && is_mapped_in_its_direction(number);
+}
+
+/** What is received can be written, what is sent can be read. */
+bool SRDOConfiguration::is_mapped_in_its_direction(std::uint8_t number) const {
+  const bool received = parameter(number, kDirection) == kReceive;
+  for (unsigned i = 1; i <= count_of(number); ++i) {
+    const Object* const object = mapped_by(number, static_cast<std::uint8_t>(i));
+    if (object == nullptr || !(received ? object->writable : object->readable)) return false;
+  }
+  return true;
+}
+
+Object* SRDOConfiguration::mapped_by(std::uint8_t number, std::uint8_t subindex) const {
+  const std::uint32_t entry = entry_of(number, subindex);
+  return context_.dictionary.find(static_cast<std::uint16_t>(entry >> 16),
+                                  static_cast<std::uint8_t>(entry >> 8));
+}
+
+std::uint32_t SRDOConfiguration::entry_of(std::uint8_t number, std::uint8_t subindex) const {
+  return Variable<std::uint32_t>(context_.dictionary, mapping_of(number), subindex).get();
 }
 
 bool SRDOConfiguration::shares_no_identifier(std::uint8_t number) const {

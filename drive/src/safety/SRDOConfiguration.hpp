@@ -24,6 +24,9 @@ class SRDOConfiguration : public Part {
   [[nodiscard]] std::uint32_t parameter(std::uint8_t number, std::uint8_t subindex) const;
   [[nodiscard]] std::uint8_t count_of(std::uint8_t number) const;
   [[nodiscard]] bool is_complete(std::uint8_t number) const;
+  [[nodiscard]] bool is_mapped_in_its_direction(std::uint8_t number) const;
+  [[nodiscard]] Object* mapped_by(std::uint8_t number, std::uint8_t subindex) const;
+  [[nodiscard]] std::uint32_t entry_of(std::uint8_t number, std::uint8_t subindex) const;
   [[nodiscard]] bool shares_no_identifier(std::uint8_t number) const;
   [[nodiscard]] bool in_use(std::uint8_t number) const;
   [[nodiscard]] bool signature_agrees(std::uint8_t number) const;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "safety/SafetyCommands.hpp"
+#include "safety/SafetyControl.hpp"
 
 namespace tav::drive {
 namespace {
@@ -68,11 +68,11 @@ void SRDOConsumer::guard_fed_objects() {
     written.refuse_when(
         [this, &fed](const Bytes&) { return !applying_ && feeds(fed) ? Abort::DEVICE_STATE : Abort::NONE; });
   };
-  const Object* const safe_input = context_.dictionary.find(SafetyCommands::kSafeInput);
+  const Object* const safe_input = context_.dictionary.find(SafetyControl::kSafeInput);
   for (Object& object : context_.dictionary.objects()) {
     if (!object.writable) continue;
     if (object.mappable || object.stands_for != nullptr || &object == safe_input) guard(object, object);
-    const bool maps_safe_input = object.name.rfind(SafetyCommands::kSafeInputMapping, 0) == 0;
+    const bool maps_safe_input = object.name.rfind(SafetyControl::kSafeInputMapping, 0) == 0;
     if (maps_safe_input && safe_input != nullptr) guard(object, *safe_input);
   }
 }

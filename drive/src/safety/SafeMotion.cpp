@@ -17,26 +17,25 @@ constexpr std::uint32_t kReactionSTO = 0x66400000;  // the object of the STO com
 
 }  // namespace
 
-SafeMotion::SafeMotion(Context& context, const SafetyCommands& commands, VelocityMode& motion,
-                       Effects effects)
+SafeMotion::SafeMotion(Context& context, const SafetyControl& commands, VelocityMode& motion, Effects effects)
     : context_(context), commands_(commands), motion_(motion), effects_(std::move(effects)) {
   ObjectDictionary& dictionary = context.dictionary;
-  for (std::uint8_t i = 1; i <= SafetyCommands::kSLSInstances; ++i) {
-    limits_.push_back({SafetyCommands::kFirstSLS + i - 1,
+  for (std::uint8_t i = 1; i <= SafetyControl::kSLSInstances; ++i) {
+    limits_.push_back({SafetyControl::kFirstSLS + i - 1,
                        i,
                        {dictionary, 0x6691, i},
                        {dictionary, 0x6693, i, 0xFFFFFFFF},
                        {dictionary, 0x6694, i},
                        {dictionary, 0x6698, i}});
   }
-  for (std::uint8_t i = 1; i <= SafetyCommands::kSDIInstances; ++i) {
+  for (std::uint8_t i = 1; i <= SafetyControl::kSDIInstances; ++i) {
     directions_.push_back(
-        {SafetyCommands::kFirstSDIPositive + i - 1, kSDIPositiveCommands, i, 1.0, {dictionary, 0x66D3, i}});
+        {SafetyControl::kFirstSDIPositive + i - 1, kSDIPositiveCommands, i, 1.0, {dictionary, 0x66D3, i}});
     directions_.push_back(
-        {SafetyCommands::kFirstSDINegative + i - 1, kSDINegativeCommands, i, -1.0, {dictionary, 0x66D3, i}});
+        {SafetyControl::kFirstSDINegative + i - 1, kSDINegativeCommands, i, -1.0, {dictionary, 0x66D3, i}});
   }
-  for (std::uint8_t i = 1; i <= SafetyCommands::kSBCInstances; ++i) {
-    brakes_.push_back({SafetyCommands::kFirstSBC + i - 1, {dictionary, 0x6661, i}});
+  for (std::uint8_t i = 1; i <= SafetyControl::kSBCInstances; ++i) {
+    brakes_.push_back({SafetyControl::kFirstSBC + i - 1, {dictionary, 0x6661, i}});
   }
 }
 

@@ -7,7 +7,7 @@
 
 #include "node/Part.hpp"
 #include "power/VelocityMode.hpp"
-#include "safety/SafetyCommands.hpp"
+#include "safety/SafetyControl.hpp"
 
 namespace tav::drive {
 
@@ -32,7 +32,7 @@ class SafeMotion : public Part {
     std::function<void(const Violation&)> violated;
     std::function<void(bool)> brake;  ///< whether SBC applies the brake
   };
-  SafeMotion(Context& context, const SafetyCommands& commands, VelocityMode& motion, Effects effects);
+  SafeMotion(Context& context, const SafetyControl& commands, VelocityMode& motion, Effects effects);
 
   /** Demands may have changed. */
   void follow();
@@ -74,7 +74,7 @@ class SafeMotion : public Part {
   void time_brakes();
 
   Context& context_;
-  const SafetyCommands& commands_;
+  const SafetyControl& commands_;
   VelocityMode& motion_;
   Effects effects_;
   std::vector<SpeedLimit> limits_;

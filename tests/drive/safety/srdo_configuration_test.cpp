@@ -183,6 +183,21 @@ TEST(SRDOConfigurationOfTheShippedDrive, RefusesWithTheCodesOfTheStandard) {
   EXPECT_EQ(bench.write(0x1381, 0, 17, 1), 0x06040042U);
 }
 
+TEST(SRDOConfigurationOfTheShippedDrive, WhatIsReceivedCanBeWritten) {
+  DriveBench bench;
+  for (const std::uint8_t entry : {std::uint8_t{1}, std::uint8_t{2}})
+    bench.write(0x1381, entry, 0x66210108, 4);
+  EXPECT_EQ(bench.write(0x1381, 0, 2, 1), 0U);
+  for (const std::uint32_t direction : {1U, 2U}) {
+    EXPECT_EQ(bench.write(0x1301, 1, direction, 1), 0U);
+    ReferenceCrc crc;
+    crc.feed(direction, 1).feed(25, 2).feed(20, 1).feed(0x113, 4).feed(0x114, 4);
+    crc.feed(2, 1).feed(1, 1).feed(0x66210108, 4).feed(2, 1).feed(0x66210108, 4);
+    EXPECT_EQ(bench.write(0x13FF, 1, crc.value(), 2), 0U);
+    EXPECT_EQ(bench.write(0x13FE, 0, 0xA5, 1), direction == 1 ? 0U : 0x06040043U) << "a status word";
+  }
+}
+
 TEST(SRDOConfigurationOfTheShippedDrive, NoTwoShareTheirIdentifiers) {
   DriveBench bench;
   for (const std::uint16_t number : {std::uint16_t{1}, std::uint16_t{3}}) {

@@ -156,6 +156,16 @@ TEST_F(SRDOReception, FramesOfAnotherLengthAreErrorsAndTwoPlainOnesToo) {
   }
 }
 
+TEST_F(SRDOReception, AFrameOfAnotherLengthIsAProtocolError) {
+  for (const char* const frame : {"101#", "101#A5A5"}) {
+    bench.send("000#8001");
+    start();
+    bench.take();
+    bench.send(frame);
+    EXPECT_EQ(emergencies(), Frames{"081#0082110113000000"}) << "0x8200, SRDO 0x1301";
+  }
+}
+
 TEST_F(SRDOReception, AnInvertedFrameFirstIsLeftAlone) {
   start();
   bench.send("102#5A");

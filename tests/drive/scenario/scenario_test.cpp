@@ -339,8 +339,10 @@ TEST_F(ScenarioTest, AValueThatTheDriveRefusesNowIsNamedAndTheRestHappens) {
   std::string problem;
   ASSERT_TRUE(read_scenario_line("set 0x605A 9", scenario, problem));
   ASSERT_TRUE(read_scenario_line("set 0x6042 77", scenario, problem));
+  ASSERT_TRUE(read_scenario_line("emcy 0x8130", scenario, problem));
   EXPECT_FALSE(bench.drive().play(scenario, problem));
   EXPECT_EQ(problem.find("the drive refuses \"9\" for quick_stop_option_code: "), 0U) << problem;
+  EXPECT_EQ(bench.take(), Frames{"081#3081000000000000"});
   EXPECT_EQ(bench.read(0x605A), 2U);
   EXPECT_EQ(bench.read(0x6042), 77U);
 }

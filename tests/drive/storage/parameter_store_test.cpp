@@ -248,7 +248,7 @@ TEST(MemoryFile, APowerCutAtAnyStepLeavesTheWholeOldOrTheWholeNewSet) {
   EXPECT_TRUE(saw_new);
 }
 
-TEST(MemoryFile, SafetyCommandsAreNotStored) {
+TEST(MemoryFile, SafetyControlAreNotStored) {
   const Folder folder;
   Settings settings = as_node(1);
   settings.store_path = folder.file();

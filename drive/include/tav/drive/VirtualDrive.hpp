@@ -13,9 +13,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tav/drive/DriveStates.hpp>
 #include <tav/drive/Scenario.hpp>
 #include <tav/drive/Settings.hpp>
-#include <tav/drive/State.hpp>
 #include <vector>
 
 namespace tav::drive {

@@ -1,4 +1,4 @@
-#include "safety/SafetyCommands.hpp"
+#include "safety/SafetyControl.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -15,7 +15,7 @@ std::uint32_t code_of(std::uint16_t index, std::uint8_t subindex) {
 
 }  // namespace
 
-SafetyCommands::SafetyCommands(Context& context, std::function<void()> changed)
+SafetyControl::SafetyControl(Context& context, std::function<void()> changed)
     : context_(context),
       changed_(std::move(changed)),
       restart_acknowledged_(context.dictionary, 0x2630, 0, 1),
@@ -27,7 +27,7 @@ SafetyCommands::SafetyCommands(Context& context, std::function<void()> changed)
   join_names_of_the_safe_input();
 }
 
-void SafetyCommands::add_functions() {
+void SafetyControl::add_functions() {
   const struct {
     std::uint16_t command;
     std::uint16_t status;
@@ -40,14 +40,14 @@ void SafetyCommands::add_functions() {
   }
 }
 
-void SafetyCommands::add_function(std::uint16_t command_index, std::uint16_t status_index,
-                                  std::uint8_t subindex) {
+void SafetyControl::add_function(std::uint16_t command_index, std::uint16_t status_index,
+                                 std::uint8_t subindex) {
   functions_.push_back({Variable<std::uint8_t>(context_.dictionary, command_index, subindex, 1),
                         Variable<std::uint8_t>(context_.dictionary, status_index, subindex, 0),
                         code_of(command_index, subindex), code_of(status_index, subindex)});
 }
 
-void SafetyCommands::add_words() {
+void SafetyControl::add_words() {
   for (std::uint8_t word = 0; word < kCanWords; ++word) {
     const auto subindex = static_cast<std::uint8_t>(word + 1);
     add_word(control_words_, context_.dictionary.find(0x6620, subindex),
@@ -60,7 +60,7 @@ void SafetyCommands::add_words() {
            "nkr_safety_word_ssw_mapping_safeout scw_sw_safeout_bit");
 }
 
-void SafetyCommands::add_word(std::vector<Word>& words, Object* value, std::uint16_t mapping_index) {
+void SafetyControl::add_word(std::vector<Word>& words, Object* value, std::uint16_t mapping_index) {
   if (value == nullptr) return;
   Word word{Variable<std::uint8_t>(value), {}};
   for (std::uint8_t bit = 1; bit <= kBitsOfWord; ++bit) {
@@ -69,8 +69,8 @@ void SafetyCommands::add_word(std::vector<Word>& words, Object* value, std::uint
   words.push_back(std::move(word));
 }
 
-void SafetyCommands::add_word(std::vector<Word>& words, const std::string& value,
-                              const std::string& mapping_prefix) {
+void SafetyControl::add_word(std::vector<Word>& words, const std::string& value,
+                             const std::string& mapping_prefix) {
   Object* object = context_.dictionary.find(value);
   if (object == nullptr) return;
   Word word{Variable<std::uint8_t>(object), {}};
@@ -80,7 +80,7 @@ void SafetyCommands::add_word(std::vector<Word>& words, const std::string& value
   words.push_back(std::move(word));
 }
 
-void SafetyCommands::watch_objects() {
+void SafetyControl::watch_objects() {
   const auto watch = [this](Object* object) {
     if (object != nullptr) object->when_written([this] { evaluate(); });
   };
@@ -111,7 +111,7 @@ void SafetyCommands::watch_objects() {
 }
 
 /** The safe input word has two names, one to write it and one to read it. */
-void SafetyCommands::join_names_of_the_safe_input() {
+void SafetyControl::join_names_of_the_safe_input() {
   const std::string name = kSafeInput;
   Object* word = context_.dictionary.find(name);
   Object* other = context_.dictionary.find(name + "_1");
@@ -127,7 +127,7 @@ void SafetyCommands::join_names_of_the_safe_input() {
   });
 }
 
-void SafetyCommands::reset(Reset kind) {
+void SafetyControl::reset(Reset kind) {
   if (kind == Reset::COMMUNICATION) return;
   if (kind == Reset::POWER_ON) {
     last_error_acknowledge_ = !demanded(kErrorAcknowledge);
@@ -136,30 +136,30 @@ void SafetyCommands::reset(Reset kind) {
   evaluate();
 }
 
-void SafetyCommands::set_configuration_sound(bool sound) {
+void SafetyControl::set_configuration_sound(bool sound) {
   if (std::exchange(sound_, sound) != sound) evaluate();
 }
 
-void SafetyCommands::set_torque_off_input(bool demanded) {
+void SafetyControl::set_torque_off_input(bool demanded) {
   if (std::exchange(sto_input_, demanded) != demanded) evaluate();
 }
 
-void SafetyCommands::set_data_missing(bool missing) {
+void SafetyControl::set_data_missing(bool missing) {
   if (std::exchange(data_missing_, missing) != missing) evaluate();
 }
 
-bool SafetyCommands::demand_by(const Object& object) const {
+bool SafetyControl::demand_by(const Object& object) const {
   const auto is_command = [&](const Function& function) { return function.command.object() == &object; };
   const auto is_word = [&](const Word& word) { return word.value.object() == &object; };
   return std::any_of(functions_.begin(), functions_.end(), is_command) ||
          std::any_of(control_words_.begin(), control_words_.end(), is_word);
 }
 
-bool SafetyCommands::demanded(std::size_t function) const {
+bool SafetyControl::demanded(std::size_t function) const {
   return functions_[function].command.get() == 0 || (function == kSTO && sto_input_);
 }
 
-void SafetyCommands::evaluate() {
+void SafetyControl::evaluate() {
   take_commands_from_words();
   take_error_acknowledge();
   update_sto();
@@ -167,7 +167,7 @@ void SafetyCommands::evaluate() {
   changed_();
 }
 
-void SafetyCommands::take_commands_from_words() {
+void SafetyControl::take_commands_from_words() {
   for (Function& function : functions_) {
     bool mapped = false;
     bool all_set = true;
@@ -182,7 +182,7 @@ void SafetyCommands::take_commands_from_words() {
   }
 }
 
-void SafetyCommands::update_sto() {
+void SafetyControl::update_sto() {
   const bool restart = functions_[kRestartAcknowledge].command.get() != 0;
   const bool acknowledged = restart && !last_restart_;
   last_restart_ = restart;
@@ -195,17 +195,17 @@ void SafetyCommands::update_sto() {
   }
 }
 
-void SafetyCommands::violate() {
+void SafetyControl::violate() {
   if (!std::exchange(violated_, true)) evaluate();
 }
 
-void SafetyCommands::take_error_acknowledge() {
+void SafetyControl::take_error_acknowledge() {
   const bool acknowledge = !demanded(kErrorAcknowledge);
   if (acknowledge && !std::exchange(last_error_acknowledge_, acknowledge)) violated_ = false;
   last_error_acknowledge_ = acknowledge;
 }
 
-bool SafetyCommands::acts(std::size_t function) const {
+bool SafetyControl::acts(std::size_t function) const {
   if (function == kSTO) return torque_off() || !sound_;
   if (function == kErrorAcknowledge) return violated_ || !sound_;
   if (function == kRestartAcknowledge) return sto_active_ && !demanded(kSTO);
@@ -214,7 +214,7 @@ bool SafetyCommands::acts(std::size_t function) const {
   return demanded(function) || with_sto;
 }
 
-void SafetyCommands::show_statuses() {
+void SafetyControl::show_statuses() {
   for (std::size_t i = 0; i < functions_.size(); ++i) functions_[i].status.set(acts(i) ? 1 : 0);
   for (Word& word : status_words_) {
     unsigned value = 0;

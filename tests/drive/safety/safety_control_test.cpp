@@ -8,9 +8,9 @@
 namespace tav::drive::test {
 namespace {
 
-using SafetyCommandsTest = SafetyFixture;
+using SafetyControlTest = SafetyFixture;
 
-TEST_F(SafetyCommandsTest, STODemandedKeepsTheDriveInSwitchOnDisabled) {
+TEST_F(SafetyControlTest, STODemandedKeepsTheDriveInSwitchOnDisabled) {
   EXPECT_EQ(bench.write(0x6640, 0, 0, 1), 0U);
   EXPECT_EQ(bench.read(0x2640), 1U);
   command(0x06);
@@ -23,7 +23,7 @@ TEST_F(SafetyCommandsTest, STODemandedKeepsTheDriveInSwitchOnDisabled) {
   EXPECT_EQ(state() & 0x4F, 0x40U) << "and takes the torque away";
 }
 
-TEST_F(SafetyCommandsTest, STOOfATurningMotorLetsItCoast) {
+TEST_F(SafetyControlTest, STOOfATurningMotorLetsItCoast) {
   enable();
   command(0x7F);
   bench.write(0x6042, 0, 1000, 2);
@@ -34,7 +34,7 @@ TEST_F(SafetyCommandsTest, STOOfATurningMotorLetsItCoast) {
   EXPECT_EQ(bench.read_signed(0x606C), 0);
 }
 
-TEST_F(SafetyCommandsTest, WithRestartAcknowledgeSTOEndsWithARisingEdgeOnly) {
+TEST_F(SafetyControlTest, WithRestartAcknowledgeSTOEndsWithARisingEdgeOnly) {
   bench.write(0x6641, 0, 1, 1);
   bench.write(0x6645, 1, 0x90C2, 2);
   bench.write(0x6640, 0, 0, 1);
@@ -52,7 +52,7 @@ TEST_F(SafetyCommandsTest, WithRestartAcknowledgeSTOEndsWithARisingEdgeOnly) {
   enable();
 }
 
-TEST_F(SafetyCommandsTest, AnAcknowledgeBeforeTheDemandEndsCountsForNothing) {
+TEST_F(SafetyControlTest, AnAcknowledgeBeforeTheDemandEndsCountsForNothing) {
   bench.write(0x6641, 0, 1, 1);
   bench.write(0x6645, 1, 0x90C2, 2);
   bench.write(0x6640, 0, 0, 1);
@@ -62,7 +62,7 @@ TEST_F(SafetyCommandsTest, AnAcknowledgeBeforeTheDemandEndsCountsForNothing) {
   EXPECT_EQ(bench.read(0x2640), 1U);
 }
 
-TEST_F(SafetyCommandsTest, AMappedBitOfAControlWordDemandsItsFunction) {
+TEST_F(SafetyControlTest, AMappedBitOfAControlWordDemandsItsFunction) {
   EXPECT_EQ(bench.write(0x66F1, 3, 0x66400000, 4), 0U);
   EXPECT_EQ(bench.write(0x6620, 2, 0xFB, 1), 0U);
   EXPECT_EQ(bench.read(0x6640), 0U);
@@ -70,7 +70,7 @@ TEST_F(SafetyCommandsTest, AMappedBitOfAControlWordDemandsItsFunction) {
   EXPECT_EQ(bench.read(0x6640), 1U);
 }
 
-TEST_F(SafetyCommandsTest, AFunctionMappedTwiceIsDemandedByEither) {
+TEST_F(SafetyControlTest, AFunctionMappedTwiceIsDemandedByEither) {
   bench.write(0x66F0, 2, 0x66900400, 4);
   bench.write(0x66F7, 8, 0x66900400, 4);
   bench.write(0x6620, 1, 0xFD, 1);
@@ -83,7 +83,7 @@ TEST_F(SafetyCommandsTest, AFunctionMappedTwiceIsDemandedByEither) {
   EXPECT_EQ(bench.read(0x6690, 4), 1U);
 }
 
-TEST_F(SafetyCommandsTest, TheSafeInputWordDemandsByItsOwnMapping) {
+TEST_F(SafetyControlTest, TheSafeInputWordDemandsByItsOwnMapping) {
   EXPECT_EQ(bench.write(0x2622, 6, 0x66600200, 4), 0U);
   EXPECT_EQ(bench.read(0x1001), 0U) << "no signature covers the mapping of the safe input";
   EXPECT_EQ(bench.write(0x2620, 1, 0xDF, 1), 0U);
@@ -91,14 +91,14 @@ TEST_F(SafetyCommandsTest, TheSafeInputWordDemandsByItsOwnMapping) {
   EXPECT_EQ(bench.read(0x2660, 2), 1U);
 }
 
-TEST_F(SafetyCommandsTest, TheSafeInputWordIsOneWordWithTwoNames) {
+TEST_F(SafetyControlTest, TheSafeInputWordIsOneWordWithTwoNames) {
   EXPECT_EQ(bench.read(0x2620, 2), 0xFFU);
   EXPECT_EQ(bench.write(0x2620, 1, 0x15, 1), 0U);
   EXPECT_EQ(bench.read(0x2620, 2), 0x15U);
   EXPECT_EQ(bench.read(0x2620, 1), 0x15U);
 }
 
-TEST_F(SafetyCommandsTest, StatusWordsShowTheFunctionsMappedToThem) {
+TEST_F(SafetyControlTest, StatusWordsShowTheFunctionsMappedToThem) {
   bench.write(0x66F8, 2, 0x26400000, 4);
   bench.write(0x66FF, 1, 0x26D10200, 4);
   bench.write(0x2623, 4, 0x26D10200, 4);
@@ -108,14 +108,14 @@ TEST_F(SafetyCommandsTest, StatusWordsShowTheFunctionsMappedToThem) {
   EXPECT_EQ(bench.read(0x2621, 1), 0x08U);
 }
 
-TEST_F(SafetyCommandsTest, ABitIsMappedToNothingButAFunction) {
+TEST_F(SafetyControlTest, ABitIsMappedToNothingButAFunction) {
   EXPECT_EQ(bench.write(0x66F0, 2, 0x26400000, 4), 0x06090030U) << "a status is no command";
   EXPECT_EQ(bench.write(0x66F8, 2, 0x66400000, 4), 0x06090030U);
   EXPECT_EQ(bench.write(0x66F0, 2, 0x66900900, 4), 0x06090030U);
   EXPECT_EQ(bench.write(0x66F0, 2, 0, 4), 0U);
 }
 
-TEST_F(SafetyCommandsTest, STOAppliesTheBrakeThatItNames) {
+TEST_F(SafetyControlTest, STOAppliesTheBrakeThatItNames) {
   bench.write(0x6642, 0, 0x66600300, 4);
   EXPECT_EQ(bench.read(0x2660, 3), 0U);
   bench.write(0x6640, 0, 0, 1);
@@ -123,7 +123,7 @@ TEST_F(SafetyCommandsTest, STOAppliesTheBrakeThatItNames) {
   EXPECT_EQ(bench.read(0x2660, 2), 0U);
 }
 
-TEST_F(SafetyCommandsTest, AnNMTResetEndsNoDemand) {
+TEST_F(SafetyControlTest, AnNMTResetEndsNoDemand) {
   bench.write(0x66F0, 1, 0x66900300, 4);
   const std::pair<std::uint16_t, std::uint8_t> kCommands[] = {
       {0x6640, 0}, {0x6660, 2}, {0x6690, 1}, {0x66D0, 1}, {0x66D1, 2}};
@@ -143,7 +143,7 @@ TEST_F(SafetyCommandsTest, AnNMTResetEndsNoDemand) {
   EXPECT_EQ(bench.read(0x2640), 0U) << "the demand ends by its command";
 }
 
-TEST_F(SafetyCommandsTest, AnNMTResetIsNoRestartAcknowledge) {
+TEST_F(SafetyControlTest, AnNMTResetIsNoRestartAcknowledge) {
   bench.write(0x6641, 0, 1, 1);
   bench.write(0x6645, 1, 0x90C2, 2);
   bench.write(0x6640, 0, 0, 1);
@@ -158,7 +158,7 @@ TEST_F(SafetyCommandsTest, AnNMTResetIsNoRestartAcknowledge) {
   EXPECT_EQ(bench.read(0x2640), 0U);
 }
 
-TEST(SafetyCommandsAtPowerOn, APowerCycleEndsDemandsAndInterlocks) {
+TEST(SafetyControlAtPowerOn, APowerCycleEndsDemandsAndInterlocks) {
   {
     DriveBench before;
     before.write(0x6640, 0, 0, 1);

@@ -1,5 +1,5 @@
-#ifndef TAV_DRIVE_STATE_HPP
-#define TAV_DRIVE_STATE_HPP
+#ifndef TAV_DRIVE_DRIVESTATES_HPP
+#define TAV_DRIVE_DRIVESTATES_HPP
 
 #include <cstdint>
 #include <string>

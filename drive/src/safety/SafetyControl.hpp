@@ -1,5 +1,5 @@
-#ifndef TAV_DRIVE_SRC_SAFETY_SAFETYCOMMANDS_HPP
-#define TAV_DRIVE_SRC_SAFETY_SAFETYCOMMANDS_HPP
+#ifndef TAV_DRIVE_SRC_SAFETY_SAFETYCONTROL_HPP
+#define TAV_DRIVE_SRC_SAFETY_SAFETYCONTROL_HPP
 
 #include <cstdint>
 #include <functional>
@@ -21,7 +21,7 @@ namespace tav::drive {
  * Demands, the restart interlock and violations outlive an NMT reset, which is no safe command: they end by
  * what ends them, or with the power.
  */
-class SafetyCommands : public Part {
+class SafetyControl : public Part {
  public:
   // Where each function stands in the list.
   static constexpr std::size_t kSTO = 0;
@@ -39,7 +39,7 @@ class SafetyCommands : public Part {
   static constexpr const char* kSafeInput = "Safety controlwords manufacturer safety_controlword_safein";
   static constexpr const char* kSafeInputMapping = "nkr_safety_word_scw_mapping_safein scw_cw_safein_bit";
 
-  SafetyCommands(Context& context, std::function<void()> changed);
+  SafetyControl(Context& context, std::function<void()> changed);
 
   /** STO acts. */
   [[nodiscard]] bool torque_off() const { return sto_active_ || violated_ || data_missing_; }
