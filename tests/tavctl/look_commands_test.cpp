@@ -49,6 +49,7 @@ TEST(Json, IsTheAnswerOfEveryCommand) {
       {"list", "velocity"},
       {"eds", "lint", "share/tav/tav.eds"},
       {"eds", "show", "share/tav/tav.eds"},
+      {"eds", "diff", "share/tav/tav.eds", "share/tav/tav.eds"},
       {"enable"},
       {"disable"},
       {"fault-reset"},
