@@ -50,7 +50,7 @@ void bare_exchange(benchmark::State& state) {
   const auto silent = bus.open({{0x7FF}}, silent_result);
   std::thread listener([&silent] {
     Frame frame;
-    silent->receive(frame, kForever);
+    static_cast<void>(silent->receive(frame, kForever));
   });
   const EchoNode node(bus, 1);
   nkr_error_t result = NKR_OK;

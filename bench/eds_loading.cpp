@@ -39,7 +39,7 @@ void load(benchmark::State& state) {
 void find(benchmark::State& state) {
   nkr::tools::EDSParser parser;
   std::istringstream stream(description());
-  parser.parse(stream, false);
+  static_cast<void>(parser.parse(stream, false));
   for (auto _ : state) benchmark::DoNotOptimize(parser.find("Parameter of the drive number 1099"));
 }
 

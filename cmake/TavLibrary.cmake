@@ -25,7 +25,7 @@ function(tav_library name)
   endif()
   if(NOT arg_INTERFACE)
     _tav_object_rules(${name})
-    target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS})
+    target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS} ${tav_atomic_library})
   endif()
   set_target_properties(${name} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
   add_library(tavcore::${arg_EXPORT_NAME} ALIAS ${name})
@@ -38,6 +38,20 @@ function(tav_library name)
       DESCRIPTION "${arg_DESCRIPTION}" REQUIRES ${arg_LINKS} PRIVATE_REQUIRES ${arg_PRIVATE_LINKS})
   endif()
 endfunction()
+
+# Some 32-bit processors count 64 bits in a library of the compiler's.
+set(tav_atomic_library "")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  include(CheckCXXSourceCompiles)
+  check_cxx_source_compiles("
+    #include <atomic>
+    #include <cstdint>
+    int main() { static std::atomic<std::uint64_t> count{0}; return static_cast<int>(count.fetch_add(1)); }"
+    TAV_COUNTS_64_BITS)
+  if(NOT TAV_COUNTS_64_BITS)
+    set(tav_atomic_library atomic)
+  endif()
+endif()
 
 # How a library is compiled and, where it is shared, linked. Static and shared objects are the same.
 function(_tav_object_rules name)

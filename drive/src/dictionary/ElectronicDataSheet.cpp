@@ -1,9 +1,9 @@
 #include "dictionary/ElectronicDataSheet.hpp"
 
-#include <charconv>
 #include <cstring>
 #include <istream>
 #include <nkr/tools/EDSParser.hpp>
+#include <nkr/tools/ObjectValue.hpp>
 
 namespace tav::drive {
 namespace {
@@ -72,9 +72,7 @@ Layout layout_of(DataType type) {
 }
 
 double real_in(const std::string& text) {
-  double real = 0;
-  std::from_chars(text.data(), text.data() + text.size(), real);
-  return real;
+  return nkr::tools::real_of(text).value_or(0);
 }
 
 void put_real(Bytes& bytes, double real) {
@@ -161,11 +159,9 @@ std::optional<Bytes> value_of(const Object& object, const std::string& text) {
   }
   Bytes value(object.size, 0);
   if (object.kind == Kind::REAL) {
-    double real = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, real);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    put_real(value, real);
+    const std::optional<double> real = nkr::tools::real_of(text);
+    if (!real) return std::nullopt;
+    put_real(value, *real);
     return value;
   }
   const auto number = nkr::tools::number_of(text);

@@ -36,12 +36,14 @@ std::string real_text(const Bytes& bytes) {
   char text[64];
   std::to_chars_result end{};
   if (bytes.size() == sizeof(float)) {
+    const auto bits = static_cast<std::uint32_t>(number_in(bytes));
     float number = 0;
-    std::memcpy(&number, bytes.data(), sizeof number);
+    std::memcpy(&number, &bits, sizeof number);
     end = std::to_chars(text, text + sizeof text, number);
   } else {
+    const std::uint64_t bits = number_in(bytes);
     double number = 0;
-    std::memcpy(&number, bytes.data(), sizeof number);
+    std::memcpy(&number, &bits, sizeof number);
     end = std::to_chars(text, text + sizeof text, number);
   }
   return std::string(text, end.ptr);

@@ -3,8 +3,10 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 namespace nkr::can {
 
@@ -31,7 +33,9 @@ int poll_until(pollfd* descriptors, nfds_t count, Clock::time_point deadline) {
   const auto left = deadline > now ? deadline - now : Clock::duration::zero();
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
   timespec timeout{};
-  timeout.tv_sec = static_cast<std::time_t>(seconds.count());
+  // Where time_t has 32 bits a longer wait would be one that is over.
+  timeout.tv_sec = static_cast<std::time_t>(
+      std::min<std::int64_t>(seconds.count(), std::numeric_limits<std::time_t>::max()));
   timeout.tv_nsec = static_cast<long>(std::chrono::nanoseconds(left - seconds).count());
   return ::ppoll(descriptors, count, &timeout, nullptr);
 }

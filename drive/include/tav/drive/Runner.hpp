@@ -23,7 +23,7 @@ class NKR_EXPORT Runner {
   Runner& operator=(const Runner&) = delete;
 
   /** Opens a port and switches the drive on. @return NKR_OK, or why the bus gives no port */
-  nkr_error_t start(nkr::can::Bus& bus);
+  [[nodiscard]] nkr_error_t start(nkr::can::Bus& bus);
   /** Leaves the bus. No frame is handed over when this has returned. */
   void stop();
   /** NKR_OK while the drive is on the bus; else why it no longer is. */

@@ -89,14 +89,16 @@ struct Scenario {
  * Reads a scenario: one event a line, its format in docs/virtual-drive.md.
  * @return false, and line and mistake in `problem`, when a line is no event; `scenario` is then as before
  */
-NKR_EXPORT bool read_scenario(std::istream& text, Scenario& scenario, std::string& problem);
-NKR_EXPORT bool read_scenario_file(const std::string& path, Scenario& scenario, std::string& problem);
+[[nodiscard]] NKR_EXPORT bool read_scenario(std::istream& text, Scenario& scenario, std::string& problem);
+[[nodiscard]] NKR_EXPORT bool read_scenario_file(const std::string& path, Scenario& scenario,
+                                                 std::string& problem);
 
 /**
  * Adds the event of one line, if it holds one.
  * @return false, and the mistake in `problem`, when it is none
  */
-NKR_EXPORT bool read_scenario_line(std::string_view line, Scenario& scenario, std::string& problem);
+[[nodiscard]] NKR_EXPORT bool read_scenario_line(std::string_view line, Scenario& scenario,
+                                                 std::string& problem);
 
 }  // namespace tav::drive
 

@@ -34,10 +34,11 @@ class NKR_EXPORT VirtualDrive {
   using Output = std::function<void(const nkr::can::Frame&)>;
 
   /** A drive of that description; null, and the reason in `problem`, when it cannot be used. */
-  static std::unique_ptr<VirtualDrive> create(std::istream& eds, const Settings& settings,
-                                              std::string& problem);
-  static std::unique_ptr<VirtualDrive> from_file(const std::string& eds_path, const Settings& settings,
-                                                 std::string& problem);
+  [[nodiscard]] static std::unique_ptr<VirtualDrive> create(std::istream& eds, const Settings& settings,
+                                                            std::string& problem);
+  [[nodiscard]] static std::unique_ptr<VirtualDrive> from_file(const std::string& eds_path,
+                                                               const Settings& settings,
+                                                               std::string& problem);
   ~VirtualDrive();
   VirtualDrive(const VirtualDrive&) = delete;
   VirtualDrive& operator=(const VirtualDrive&) = delete;
@@ -91,7 +92,7 @@ class NKR_EXPORT VirtualDrive {
    * state, a value that it is to take at once: the rest happens all the same. What it refuses later is told
    * by take_events().
    */
-  bool play(const Scenario& scenario, std::string& problem);
+  [[nodiscard]] bool play(const Scenario& scenario, std::string& problem);
 
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;

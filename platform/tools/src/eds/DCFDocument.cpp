@@ -230,7 +230,7 @@ bool DCFDocument::setParameterValue(ObjectID object, std::string_view value) {
   if (section.empty()) return false;
   if (section != value_list(object)) return set(section, kParameterValue, value);
   if (!can_stand(value)) return false;
-  if (!hasSection(section)) set(section, kEntries, "0");
+  if (!hasSection(section)) static_cast<void>(set(section, kEntries, "0"));
   DocumentSection& list = *content_->find(section);
   const bool counted = list.value(std::to_string(object.subindex())).has_value();
   if (!set(section, std::to_string(object.subindex()), value)) return false;

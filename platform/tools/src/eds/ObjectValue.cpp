@@ -1,10 +1,9 @@
-#include <charconv>
-#include <cmath>
 #include <limits>
 #include <nkr/tools/ObjectValue.hpp>
 
 #include "eds/ValueText.hpp"
 #include "text/IniLines.hpp"
+#include "text/RealText.hpp"
 
 namespace nkr::tools {
 
@@ -183,13 +182,7 @@ std::optional<std::int64_t> integer_of(std::string_view text, DataType type, std
 }
 
 std::optional<double> real_of(std::string_view text) {
-  text = without_comment(text);
-  if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-  double value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value)) return std::nullopt;
-  return value;
+  return real_in(without_comment(text));
 }
 
 Limits limits_of(const ObjectEntry::Description& object, std::uint8_t node_id) {

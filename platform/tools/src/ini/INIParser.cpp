@@ -1,5 +1,4 @@
 #include <charconv>
-#include <cmath>
 #include <istream>
 #include <iterator>
 #include <map>
@@ -10,6 +9,7 @@
 #include <string_view>
 
 #include "text/IniLines.hpp"
+#include "text/RealText.hpp"
 
 namespace nkr::tools {
 
@@ -91,15 +91,6 @@ std::optional<int> integer(std::string_view text) {
   return value;
 }
 
-std::optional<double> real(std::string_view text) {
-  if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-  double value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value)) return std::nullopt;
-  return value;
-}
-
 }  // namespace
 
 struct INIParserClass::Content {
@@ -150,7 +141,7 @@ bool INIParserClass::getString(const std::string& key, std::string& value, const
 
 bool INIParserClass::getDouble(const std::string& key, double& value, const std::string& section) const {
   const auto text = content_->find(section, key);
-  const auto number = text ? real(*text) : std::nullopt;
+  const auto number = text ? real_in(*text) : std::nullopt;
   if (number) value = *number;
   return number.has_value();
 }

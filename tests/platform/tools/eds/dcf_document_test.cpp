@@ -105,7 +105,7 @@ TEST(DCFDocument, GivesTheReaderWhatItWasGiven) {
   DCFDocument dcf = document(kText);
   dcf.setParameterValue(ObjectID(0x1000, 0), "7");
   dcf.setParameterValue(ObjectID(0x2001, 2), "8");
-  dcf.setNodeId(42);
+  EXPECT_TRUE(dcf.setNodeId(42));
   dcf.setCommissioning("Baudrate", "500");
   nkr::tools::EDSParser parser;
   std::istringstream stream(dcf.text());
@@ -170,7 +170,7 @@ TEST(DCFDocument, KeepsTheOldContentWhenAFileIsNoText) {
 TEST(DCFDocument, CopiesAsADocumentOfItsOwn) {
   DCFDocument dcf = document(kText);
   const DCFDocument before = dcf;
-  dcf.set("1000", "DefaultValue", "1");
+  EXPECT_TRUE(dcf.set("1000", "DefaultValue", "1"));
   EXPECT_EQ(before.text(), kText);
   EXPECT_NE(dcf.text(), kText);
 }

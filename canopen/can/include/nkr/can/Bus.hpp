@@ -75,8 +75,8 @@ class NKR_EXPORT Port {
    * @param when not null: the time of reception, the kernel's where there is one, else now
    * @return NKR_OK, NKR_CAN_TIMED_OUT, NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE or NKR_CAN_CLOSED
    */
-  virtual nkr_error_t receive(Frame& frame, const Deadline& deadline,
-                              std::chrono::system_clock::time_point* when = nullptr) = 0;
+  NKR_NODISCARD virtual nkr_error_t receive(Frame& frame, const Deadline& deadline,
+                                            std::chrono::system_clock::time_point* when = nullptr) = 0;
 
   /**
    * Takes the frames that were on their way to this port and hands them to `taken`, oldest first: no member
@@ -84,7 +84,7 @@ class NKR_EXPORT Port {
    * of the bus's past is taken, too. The deadline is for buses that keep frames outside of this process.
    * @return NKR_OK, NKR_CAN_TIMED_OUT: there may be more, or NKR_CAN_CLOSED
    */
-  virtual nkr_error_t drain(const FrameHandler& taken, const Deadline& deadline);
+  NKR_NODISCARD virtual nkr_error_t drain(const FrameHandler& taken, const Deadline& deadline);
 
   /** The state of the bus and what this port lost, without waiting. */
   [[nodiscard]] virtual BusStatus status() const { return {}; }
@@ -106,7 +106,8 @@ class NKR_EXPORT Bus {
    * NKR_CAN_INTERFACE_GONE, NKR_CAN_PERMISSION or NKR_CAN_NO_RESOURCES (no descriptor, thread or memory
    * left).
    */
-  virtual std::unique_ptr<Port> open(const std::vector<Filter>& filters, nkr_error_t& result) = 0;
+  [[nodiscard]] virtual std::unique_ptr<Port> open(const std::vector<Filter>& filters,
+                                                   nkr_error_t& result) = 0;
 
   /**
    * Opens a port whose frames are handed to `handler`; its receive() hears of its end alone.
@@ -116,8 +117,8 @@ class NKR_EXPORT Bus {
    * handler runs no more; from inside the handler it returns at once.
    * @param result why the port is null: as of open, and NKR_ERROR for an empty handler
    */
-  virtual std::unique_ptr<Port> open_handler(const std::vector<Filter>& filters, FrameHandler handler,
-                                             nkr_error_t& result);
+  [[nodiscard]] virtual std::unique_ptr<Port> open_handler(const std::vector<Filter>& filters,
+                                                           FrameHandler handler, nkr_error_t& result);
 
   /**
    * Puts the bus into a state, to try out what a program does then.

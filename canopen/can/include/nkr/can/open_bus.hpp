@@ -21,14 +21,14 @@ namespace nkr::can {
  * @param explanation empty on success, else what is wrong and the command that helps
  * @return null on failure
  */
-NKR_EXPORT std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result,
-                                         std::string& explanation);
+[[nodiscard]] NKR_EXPORT std::shared_ptr<Bus> open_bus(const std::string& name, nkr_error_t& result,
+                                                       std::string& explanation);
 
 /**
  * The same bus without a look whether it is there: a client on it works as soon as the interface comes.
  * Opening its ports says what open_bus would.
  */
-NKR_EXPORT std::shared_ptr<Bus> make_bus(const std::string& name);
+[[nodiscard]] NKR_EXPORT std::shared_ptr<Bus> make_bus(const std::string& name);
 
 /**
  * What a user can do about a bus that answers `code` (NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE,

@@ -30,11 +30,11 @@ class NKR_EXPORT DCFDocument {
   DCFDocument& operator=(DCFDocument&&) noexcept;
 
   /** Reads a file. False when it is no such text (binary, UTF-16, XML, no section); the old content stays. */
-  bool parse(std::istream& stream);
+  [[nodiscard]] bool parse(std::istream& stream);
   /** The whole file, unchanged lines byte for byte. */
   [[nodiscard]] std::string text() const;
   /** Writes text(); false when the stream failed. */
-  bool write(std::ostream& stream) const;
+  [[nodiscard]] bool write(std::ostream& stream) const;
 
   [[nodiscard]] bool hasSection(std::string_view section) const;
   /** A key's value without the blanks around it; nothing when section or key is absent. */
@@ -44,9 +44,9 @@ class NKR_EXPORT DCFDocument {
    * file. False, and nothing changes, when a text cannot stand in a line: line ends or control characters, no
    * UTF-8, a key with "=" in it, a section with "]".
    */
-  bool set(std::string_view section, std::string_view key, std::string_view value);
+  [[nodiscard]] bool set(std::string_view section, std::string_view key, std::string_view value);
   /** Removes the key's lines; false when there is none. */
-  bool remove(std::string_view section, std::string_view key);
+  [[nodiscard]] bool remove(std::string_view section, std::string_view key);
 
   /** The ParameterValue of an object, be it in a section of its own or in a list of values. */
   [[nodiscard]] std::optional<std::string> getParameterValue(ObjectID object) const;
@@ -55,11 +55,11 @@ class NKR_EXPORT DCFDocument {
    * CompactSubObj, in the object's list of values. False when there is no such object, or the text cannot
    * stand in a line.
    */
-  bool setParameterValue(ObjectID object, std::string_view value);
+  [[nodiscard]] bool setParameterValue(ObjectID object, std::string_view value);
   /** Sets [DeviceComissioning] NodeID. False outside 1 to 127. */
-  bool setNodeId(std::uint8_t node_id);
+  [[nodiscard]] bool setNodeId(std::uint8_t node_id);
   /** Sets a key of [DeviceComissioning]: NodeName, Baudrate (kbit/s), NetNumber, NetworkName ... */
-  bool setCommissioning(std::string_view key, std::string_view value);
+  [[nodiscard]] bool setCommissioning(std::string_view key, std::string_view value);
 
  private:
   struct NKR_HIDDEN Content;

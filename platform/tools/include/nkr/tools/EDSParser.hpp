@@ -38,7 +38,7 @@ class NKR_EXPORT EDSParser {
    * Reads a description. Replaces the content on success, keeps the old content on failure.
    * @param strict  fail on anything that CiA 306 does not allow
    */
-  bool parse(std::istream& stream, bool strict);
+  [[nodiscard]] bool parse(std::istream& stream, bool strict);
 
   /** The object of that name, or null. */
   [[nodiscard]] std::shared_ptr<ObjectEntry> getObjectByName(const std::string& name) const;
@@ -57,7 +57,7 @@ class NKR_EXPORT EDSParser {
 
  private:
   struct NKR_HIDDEN Content;
-  static bool read(std::istream& stream, Content& content, Diagnostics& diagnostics);
+  [[nodiscard]] static bool read(std::istream& stream, Content& content, Diagnostics& diagnostics);
 
   std::unique_ptr<Content> content_;
   std::vector<Diagnostic> diagnostics_;

@@ -24,20 +24,21 @@ class NKR_EXPORT HardwareHelper {
   HardwareHelper& operator=(const HardwareHelper&) = delete;
 
   /** Reads the INI file at `path`. */
-  nkr_error_t init(const std::string& path);
+  [[nodiscard]] nkr_error_t init(const std::string& path);
 
-  nkr_error_t getHWConfigurationMember(const std::string& name, int& value) const;
-  nkr_error_t getHWConfigurationMember(const std::string& name, double& value) const;
-  nkr_error_t getHWConfigurationMember(const std::string& name, std::string& value) const;
+  [[nodiscard]] nkr_error_t getHWConfigurationMember(const std::string& name, int& value) const;
+  [[nodiscard]] nkr_error_t getHWConfigurationMember(const std::string& name, double& value) const;
+  [[nodiscard]] nkr_error_t getHWConfigurationMember(const std::string& name, std::string& value) const;
 
   /** NKR_OK, and whether the device node exists. Needs no init(). */
-  nkr_error_t checkUSB(const std::string& device, bool& present) const;
+  [[nodiscard]] nkr_error_t checkUSB(const std::string& device, bool& present) const;
 
   /** The four bytes of a version, highest first, in decimal, joined by dots: 0x01020304 is "1.2.3.4". */
   [[nodiscard]] std::string convertVersionToString(const unsigned int& version) const;
 
   /** Whether the version's text stands in the comma-separated list "compatibleHWVersions" of that section. */
-  nkr_error_t checkHWCompatibility(const std::string& entry, unsigned int hwVersion, bool& compatible);
+  [[nodiscard]] nkr_error_t checkHWCompatibility(const std::string& entry, unsigned int hwVersion,
+                                                 bool& compatible);
 
  private:
   struct NKR_HIDDEN Content;

@@ -27,14 +27,14 @@ class NKR_EXPORT INIParserClass {
    * @param replace  true: the content is replaced; false: keys are added to it, and the new ones hold
    * @return false when the text is no INI text; the old content is kept then
    */
-  bool parse(std::istream& stream, bool replace);
+  [[nodiscard]] bool parse(std::istream& stream, bool replace);
 
   /** Writes the value and returns true when the section has the key with a whole number that an int holds. */
-  bool getInteger(const std::string& key, int& value, const std::string& section) const;
+  [[nodiscard]] bool getInteger(const std::string& key, int& value, const std::string& section) const;
   /** Writes the value and returns true when the section has the key. */
-  bool getString(const std::string& key, std::string& value, const std::string& section) const;
+  [[nodiscard]] bool getString(const std::string& key, std::string& value, const std::string& section) const;
   /** Writes the value and returns true when the section has the key with a number (decimal point). */
-  bool getDouble(const std::string& key, double& value, const std::string& section) const;
+  [[nodiscard]] bool getDouble(const std::string& key, double& value, const std::string& section) const;
   /** True when the section stands in the text, with keys or without. */
   [[nodiscard]] bool hasSection(const std::string& section) const;
 
