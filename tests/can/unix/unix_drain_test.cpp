@@ -127,7 +127,7 @@ TEST_F(UnixDrainElsewhereTest, EndsAtItsDeadlineWhenTheListenerDoesNotAnswer) {
     const auto own_bus = open_bus();
     const auto own_port = open_port(*own_bus, {{0x600}});
     Frame request;
-    own_port->receive(request, kForever);
+    static_cast<void>(own_port->receive(request, kForever));
     for (std::uint32_t i = 0; i < 1000; ++i) own_port->send({kReply, {}}, soon());
     own_port->send({0x602, {}}, soon());
     ::pause();
