@@ -1,7 +1,9 @@
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -12,10 +14,12 @@
 namespace nkr::log {
 namespace {
 
+constexpr std::uint32_t kMostKept = 1000;
+
 class FileSink final : public Sink {
  public:
   FileSink(std::string path, std::uint64_t max_bytes, std::uint32_t kept, std::uint32_t level)
-      : Sink(level), path_(std::move(path)), max_bytes_(max_bytes), kept_(kept) {
+      : Sink(level), path_(std::move(path)), max_bytes_(max_bytes), kept_(std::min(kept, kMostKept)) {
     open();
   }
   FileSink(const FileSink&) = delete;
@@ -35,11 +39,9 @@ class FileSink final : public Sink {
     line.append("] ");
     line.append(record.text);
     line.finish();
-    if (regular_ && max_bytes_ != 0 && size_ != 0 && size_ + line.view().size() > max_bytes_) rotate();
+    if (regular_ && max_bytes_ != 0) make_room(line.view().size());
     if (!is_open()) open();
-    if (!is_open() || !write_line(descriptor_, line.view())) return false;
-    size_ += line.view().size();
-    return true;
+    return is_open() && write_line(descriptor_, line.view());
   }
 
  private:
@@ -50,9 +52,7 @@ class FileSink final : public Sink {
     const int saved_errno = errno;
     descriptor_ = ::open(path_.c_str(), kFlags, kMode);
     struct stat status {};
-    const bool known = is_open() && fstat(descriptor_, &status) == 0;
-    regular_ = known && S_ISREG(status.st_mode);
-    size_ = regular_ ? static_cast<std::uint64_t>(status.st_size) : 0;
+    regular_ = is_open() && fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
     errno = saved_errno;
   }
 
@@ -63,19 +63,43 @@ class FileSink final : public Sink {
 
   std::string numbered(std::uint32_t number) const { return path_ + "." + std::to_string(number); }
 
+  /** Whether the path still names the open file; another process may have renamed it. */
+  bool is_at_path(struct stat& named) const {
+    struct stat opened {};
+    return fstat(descriptor_, &opened) == 0 && stat(path_.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+  }
+
+  /** The next line goes to the file that the path names, and that is not full. */
+  void make_room(std::size_t size) {
+    const int saved_errno = errno;
+    struct stat named {};
+    const auto is_full = [&] {
+      return named.st_size > 0 && static_cast<std::uint64_t>(named.st_size) + size > max_bytes_;
+    };
+    if (!is_open() || !is_at_path(named)) {
+      close_file();
+      open();
+    }
+    if (is_open() && is_at_path(named) && is_full() && ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0) {
+      // Of several processes the one with the lock renames the file, once: the others find another there.
+      if (is_at_path(named) && is_full()) rotate();
+      if (is_open()) ::flock(descriptor_, LOCK_UN);
+    }
+    errno = saved_errno;
+  }
+
   /** A file that cannot be renamed or emptied goes on growing: a message in it is worth more than its size.
    */
   void rotate() {
-    const int saved_errno = errno;
     if (kept_ == 0) {
-      if (ftruncate(descriptor_, 0) == 0) size_ = 0;
-    } else {
-      for (std::uint32_t number = kept_; number > 1; --number) {
-        std::rename(numbered(number - 1).c_str(), numbered(number).c_str());
-      }
-      if (std::rename(path_.c_str(), numbered(1).c_str()) == 0) close_file();
+      static_cast<void>(!ftruncate(descriptor_, 0));
+      return;
     }
-    errno = saved_errno;
+    for (std::uint32_t number = kept_; number > 1; --number) {
+      std::rename(numbered(number - 1).c_str(), numbered(number).c_str());
+    }
+    if (std::rename(path_.c_str(), numbered(1).c_str()) == 0) close_file();
   }
 
   const std::string path_;
@@ -83,7 +107,6 @@ class FileSink final : public Sink {
   const std::uint32_t kept_;
   int descriptor_ = -1;
   bool regular_ = false;
-  std::uint64_t size_ = 0;
 };
 
 }  // namespace

@@ -82,6 +82,13 @@ void Registry::remove_all() {
   for (const Entry& entry : *removed) entry.sink->close();
 }
 
+bool Registry::flush(std::chrono::milliseconds timeout) const {
+  const auto until = std::chrono::steady_clock::now() + timeout;
+  bool all = true;
+  for (const Entry& entry : *entries()) all = entry.sink->flush(until) && all;
+  return all;
+}
+
 void Registry::deliver(std::uint32_t context, std::uint32_t level, const std::uint8_t* encoded,
                        std::size_t size) noexcept {
   if (level > level_.load(std::memory_order_relaxed) || Sink::inside_a_sink()) return;

@@ -4,6 +4,7 @@
 #include <nkr/log_setup.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -33,7 +34,10 @@ class Registry {
   void deliver(std::uint32_t context, std::uint32_t level, const std::uint8_t* encoded,
                std::size_t size) noexcept;
 
-  std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed); }
+  /** Waits until every sink has what was logged before. False when the time was over. */
+  bool flush(std::chrono::milliseconds timeout) const;
+
+  std::uint64_t dropped() const { return dropped_.load(std::memory_order_relaxed) + Sink::lost_later(); }
 
  private:
   struct Entry {

@@ -1,6 +1,7 @@
 // The set-up calls; they know nothing of the functions in messages.cpp, which a program may replace.
 #include <nkr/log_setup.h>
 
+#include <chrono>
 #include <memory>
 #include <new>
 
@@ -70,6 +71,11 @@ nkr_error_t nkr_log_remove_sink(nkr_log_sink_t sink) {
 
 void nkr_log_remove_all_sinks(void) {
   Registry::instance().remove_all();
+}
+
+nkr_error_t nkr_log_flush(uint32_t timeout_ms) {
+  const std::chrono::milliseconds timeout(timeout_ms);
+  return Registry::instance().flush(timeout) ? NKR_OK : NKR_NOT_AVAILABLE;
 }
 
 uint64_t nkr_log_dropped(void) {

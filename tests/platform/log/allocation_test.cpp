@@ -1,6 +1,7 @@
 #include "LogFixture.hpp"
 #include "counting_new.hpp"
 
+namespace nkr::log::test {
 namespace {
 
 class LogAllocation : public LogTest {};
@@ -22,3 +23,4 @@ TEST_F(LogAllocation, IsNoneForAProgramThatAsksForNoLog) {
 }
 
 }  // namespace
+}  // namespace nkr::log::test

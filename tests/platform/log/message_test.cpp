@@ -2,6 +2,7 @@
 
 #include "LogFixture.hpp"
 
+namespace nkr::log::test {
 namespace {
 
 struct GiveBack {
@@ -180,3 +181,4 @@ TEST(LogBuffers, GivenBackTwiceAreHandedOutOnce) {
 }
 
 }  // namespace
+}  // namespace nkr::log::test

@@ -2,6 +2,7 @@
 
 #include "LogFixture.hpp"
 
+namespace nkr::log::test {
 namespace {
 
 const nkr_error_t enabled_at_start = nkr_log_is_enabled();
@@ -108,7 +109,8 @@ TEST_F(LogSetup, CountsACallbackThatThrowsAsALostMessageAndGoesOn) {
 
 TEST_F(LogSetup, DropsWhatASinkLogsItself) {
   const auto log_and_collect = [](void* user, const nkr_log_record_t* record) {
-    log_text(NKR_LOG_FAILURE, "from within");
+    send_text(NKR_LOG_FAILURE, "from within");
+    EXPECT_EQ(nkr_log_flush(0), NKR_NOT_AVAILABLE) << "it would wait for itself";
     collect(user, record);
   };
   nkr_log_add_callback(log_and_collect, &seen_, NKR_LOG_TRACE, nullptr);
@@ -132,3 +134,4 @@ TEST_F(LogSetup, LetsASinkRemoveItself) {
 }
 
 }  // namespace
+}  // namespace nkr::log::test

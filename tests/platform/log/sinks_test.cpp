@@ -15,6 +15,7 @@
 #include "Registry.hpp"
 #include "Sink.hpp"
 
+namespace nkr::log::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -156,6 +157,50 @@ TEST_F(LogSinks, RotateAFileBySizeAndLoseNoLineUntilTheOldestGoes) {
   EXPECT_LE(fs::file_size(path("tav.log.1")), kTwoLines);
 }
 
+/** All lines of a file and of those that it was renamed to. */
+std::size_t lines_of_all(const std::vector<std::string>& files) {
+  std::size_t count = 0;
+  for (const std::string& file : files) {
+    std::ifstream content(file);
+    for (std::string line; std::getline(content, line);) ++count;
+  }
+  return count;
+}
+
+TEST_F(LogSinks, OfTwoProcessesRotateOneFileWithoutLosingALine) {
+  constexpr std::uint64_t kThreeLines = 200;
+  constexpr int kMessages = 60;
+  // Two sinks are to each other what two processes are: nothing but the file in common.
+  for (int process = 0; process < 2; ++process)
+    ASSERT_EQ(nkr_log_add_file(path("tav.log").c_str(), kThreeLines, 200, NKR_LOG_TRACE, nullptr), NKR_OK);
+  for (int i = 0; i < kMessages; ++i) log_text(NKR_LOG_NOTICE, "text");
+  std::vector<std::string> files;
+  for (const auto& entry : fs::directory_iterator(folder_)) {
+    files.push_back(entry.path().string());
+    EXPECT_LE(entry.file_size(), kThreeLines);
+  }
+  EXPECT_EQ(lines_of_all(files), 2u * kMessages);
+}
+
+TEST_F(LogSinks, GoOnInTheNewFileWhenAnotherProgramRotates) {
+  ASSERT_EQ(nkr_log_add_file(path("tav.log").c_str(), 1000, 2, NKR_LOG_TRACE, nullptr), NKR_OK);
+  log_text(NKR_LOG_NOTICE, "1");
+  fs::rename(path("tav.log"), path("elsewhere"));
+  log_text(NKR_LOG_NOTICE, "2");
+  EXPECT_EQ(lines(path("elsewhere")).size(), 1u);
+  EXPECT_EQ(lines(path("tav.log")).size(), 1u);
+}
+
+TEST_F(LogSinks, KeepAThousandFilesAtMost) {
+  ASSERT_EQ(nkr_log_add_file(path("tav.log").c_str(), 1, UINT32_MAX, NKR_LOG_TRACE, nullptr), NKR_OK);
+  for (int i = 0; i < 3; ++i) log_text(NKR_LOG_NOTICE, "text");  // returns at all
+  std::ofstream(path("tav.log.1000")) << "the oldest\n";
+  std::ofstream(path("tav.log.1001")) << "not the log's\n";
+  log_text(NKR_LOG_NOTICE, "text");
+  EXPECT_FALSE(fs::exists(path("tav.log.1002")));
+  EXPECT_EQ(lines(path("tav.log.1001")), std::vector<std::string>{"not the log's"});
+}
+
 TEST_F(LogSinks, EmptyAFullFileWhenNoneIsKept) {
   ASSERT_EQ(nkr_log_add_file(path("tav.log").c_str(), 100, 0, NKR_LOG_TRACE, nullptr), NKR_OK);
   for (const char* text : {"1", "2", "3"}) log_text(NKR_LOG_NOTICE, text);
@@ -247,3 +292,4 @@ TEST_F(LogSinks, TellWhenThereIsNoSystemLog) {
 }
 
 }  // namespace
+}  // namespace nkr::log::test

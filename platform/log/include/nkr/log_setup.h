@@ -8,6 +8,10 @@
  * A sink that fails (a full disk, a closed pipe, a callback that throws) loses the message, which
  * nkr_log_dropped() counts, and nothing else: it never ends, blocks or fails the thread that logs. What is
  * logged from inside a sink is dropped.
+ *
+ * A sink is called by the thread that logs while it is quick. One that takes longer than 10 ms for a message
+ * gets a thread of its own until it has caught up, and delays nobody then: up to 1024 messages wait for it in
+ * their order, what comes after is lost and counted.
  */
 #ifndef NKR_LOG_SETUP_H
 #define NKR_LOG_SETUP_H
@@ -53,15 +57,17 @@ NKR_EXPORT nkr_error_t nkr_log_add_stderr(uint32_t level, nkr_log_sink_t* sink);
 
 /**
  * A function of the program's own. Calls of one callback never overlap; after nkr_log_remove_sink() it is not
- * called again. A call that does not return holds up nobody but its own thread: others give up after 100 ms.
+ * called again. It may be called on a thread of the log (see above). A call that does not return holds up
+ * nobody but its own thread.
  */
 NKR_EXPORT nkr_error_t nkr_log_add_callback(nkr_log_callback_t callback, void* user, uint32_t level,
                                             nkr_log_sink_t* sink);
 
 /**
- * A file, appended to, one line a message.
+ * A file, appended to, one line a message. Several processes may write to one file: whichever finds it full
+ * renames it, and the others go on in the new one.
  * @param max_bytes  a file that would grow beyond is renamed to PATH.1 (and PATH.1 to PATH.2 ...); 0: never
- * @param kept       how many renamed files are kept; with 0 a full file is emptied
+ * @param kept       how many renamed files are kept, 1000 at most; with 0 a full file is emptied
  * @return NKR_NOT_AVAILABLE when the file cannot be opened
  */
 NKR_EXPORT nkr_error_t nkr_log_add_file(const char* path, uint64_t max_bytes, uint32_t kept, uint32_t level,
@@ -76,11 +82,18 @@ NKR_EXPORT nkr_error_t nkr_log_add_syslog(const char* ident, uint32_t level, nkr
 
 /** @} */
 
-/** Removes a sink and waits for a call of it that is under way. NKR_NOT_AVAILABLE when there is none. */
+/** Removes a sink and waits for a call of it that is under way. What waits for a slow sink it still gets, for
+ * up to a second; the rest is lost and counted. NKR_NOT_AVAILABLE when there is none. */
 NKR_EXPORT nkr_error_t nkr_log_remove_sink(nkr_log_sink_t sink);
 
 /** Removes every sink. */
 NKR_EXPORT void nkr_log_remove_all_sinks(void);
+
+/**
+ * Waits until every sink has got what was logged before; a program that ends calls it for its slow sinks.
+ * @return NKR_NOT_AVAILABLE when the time was over, and from inside a sink
+ */
+NKR_EXPORT nkr_error_t nkr_log_flush(uint32_t timeout_ms);
 
 /** How many times a sink has lost a message since the program started. */
 NKR_EXPORT uint64_t nkr_log_dropped(void);
