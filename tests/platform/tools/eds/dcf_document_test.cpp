@@ -103,10 +103,10 @@ TEST(DCFDocument, SetsNoValueOfAnObjectThatIsNotDescribed) {
 
 TEST(DCFDocument, GivesTheReaderWhatItWasGiven) {
   DCFDocument dcf = document(kText);
-  dcf.setParameterValue(ObjectID(0x1000, 0), "7");
-  dcf.setParameterValue(ObjectID(0x2001, 2), "8");
+  EXPECT_TRUE(dcf.setParameterValue(ObjectID(0x1000, 0), "7"));
+  EXPECT_TRUE(dcf.setParameterValue(ObjectID(0x2001, 2), "8"));
   EXPECT_TRUE(dcf.setNodeId(42));
-  dcf.setCommissioning("Baudrate", "500");
+  EXPECT_TRUE(dcf.setCommissioning("Baudrate", "500"));
   nkr::tools::EDSParser parser;
   std::istringstream stream(dcf.text());
   ASSERT_TRUE(parser.parse(stream, false));

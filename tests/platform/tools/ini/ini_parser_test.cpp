@@ -15,7 +15,7 @@ bool parse(INIParserClass& ini, const std::string& text, bool replace = true) {
 
 std::string string_at(const INIParserClass& ini, const std::string& key, const std::string& section) {
   std::string value = "(none)";
-  ini.getString(key, value, section);
+  static_cast<void>(ini.getString(key, value, section));
   return value;
 }
 
