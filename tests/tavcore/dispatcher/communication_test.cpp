@@ -98,6 +98,7 @@ TEST_F(CommunicationTest, RestoringChangesTheCurrentNodeIdAlone) {
 
 TEST_F(CommunicationTest, ADefaultNodeIdIsHexadecimalDigitsWithOrWithoutPrefix) {
   EXPECT_EQ(node_after_restore("0x7F"), 0x7F);
+  EXPECT_EQ(node_after_restore("0X1F"), 0x1F);
   EXPECT_EQ(node_after_restore("10"), 0x10);
   EXPECT_EQ(node_after_restore("0xaB"), 0xAB);
   EXPECT_EQ(node_after_restore("0x123"), 0x23) << "the low 8 bits count";

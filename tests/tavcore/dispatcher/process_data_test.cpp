@@ -40,6 +40,17 @@ TEST_F(ProcessDataTest, SyncWithoutPositionInTheDescriptionNeverCallsTheClient) 
   EXPECT_EQ(texts(2), (Texts{"Object position_value not found !", "Object position_value not found !"}));
 }
 
+TEST_F(ProcessDataTest, SyncEndsAtTheFirstOfItsObjectsThatTheDescriptionLacks) {
+  for (const std::string name : {"velocity_actual_value", "position_value", "nkr_tav_status_word"}) {
+    description.remove(name);
+    load();
+    log.clear();
+    nkr::canopenservice::TavOut out{};
+    EXPECT_EQ(dispatcher().syncTav(1, true, out), NKR_NOT_AVAILABLE);
+    EXPECT_EQ(texts(2), Texts(2, "Object " + name + " not found !")) << "those behind it are missing, too";
+  }
+}
+
 TEST_F(ProcessDataTest, TheExchangeItselfIsMadeOnceAndItsCodeReturned) {
   client().fail_access(1, 0x05040000);
   nkr::canopenservice::TavOut out{};
