@@ -28,6 +28,7 @@ constexpr Description kDescriptions[] = {
     DESCRIBED(NKR_CAN_TX_OVERFLOW, "The send queue of the CAN interface stayed full."),
     DESCRIBED(NKR_CAN_TIMED_OUT, "No CAN frame arrived in time."),
     DESCRIBED(NKR_CAN_WOULD_DEADLOCK, "The call was refused: it would wait for its own caller."),
+    DESCRIBED(NKR_CAN_CANCELLED, "The request was cancelled."),
     DESCRIBED(NKR_CAN_NO_RESOURCES, "The system has no descriptor, thread or memory left for the bus."),
     DESCRIBED(NKR_INTERRUPTED, "The program asked to end."),
     DESCRIBED(NKR_SDO_TOGGLE_BIT, "SDO: the toggle bit was not alternated."),

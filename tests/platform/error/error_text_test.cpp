@@ -17,7 +17,8 @@ constexpr std::uint32_t kAbortCodes[] = {
 constexpr nkr_error_t kClientCodes[] = {NKR_CAN_BUS_OFF,        NKR_CAN_INTERFACE_GONE, NKR_CAN_NOT_CONNECTED,
                                         NKR_CAN_INVALID_NODE,   NKR_CAN_CLOSED,         NKR_CAN_NO_INTERFACE,
                                         NKR_CAN_PERMISSION,     NKR_CAN_TX_OVERFLOW,    NKR_CAN_TIMED_OUT,
-                                        NKR_CAN_WOULD_DEADLOCK, NKR_CAN_NO_RESOURCES,   NKR_INTERRUPTED};
+                                        NKR_CAN_WOULD_DEADLOCK, NKR_CAN_CANCELLED,      NKR_CAN_NO_RESOURCES,
+                                        NKR_INTERRUPTED};
 
 std::string text_of(std::uint32_t code) {
   return nkr_error_text(static_cast<nkr_error_t>(code));

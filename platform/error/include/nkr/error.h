@@ -34,6 +34,7 @@ typedef int32_t nkr_error_t;
 #define NKR_CAN_TX_OVERFLOW 0x107    /**< the send queue stayed full until the deadline */
 #define NKR_CAN_TIMED_OUT 0x108      /**< no frame until the deadline (a bus's receive alone) */
 #define NKR_CAN_WOULD_DEADLOCK 0x109 /**< a call that would wait for its own caller */
+#define NKR_CAN_CANCELLED 0x10A      /**< the application ended the request before it was answered */
 #define NKR_CAN_NO_RESOURCES 0x10B   /**< the system has no descriptor, thread or memory left */
 
 /* Results of the application library that are neither. */
