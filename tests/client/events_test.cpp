@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <ctime>
 #include <future>
+#include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "client/BusDouble.hpp"
 #include "client/ClientFixture.hpp"
 
 namespace tests::client {
@@ -268,6 +271,86 @@ TEST_F(Events, ASlowHandlerHoldsUpNeitherHeartbeatsNorReception) {
   client.close();
 }
 
+TEST_F(Events, AnEmptyHandlerIsRefused) {
+  EXPECT_EQ(client.subscribe(nkr::canopen::EventHandler()), 0);
+  nkr::canopen::Subscription subscription;
+  EXPECT_EQ(client.subscribe(nkr::canopen::EventHandler(), subscription), NKR_ERROR);
+}
+
+TEST_F(Events, WhatAHandlerThrowsIsCountedAndTheOthersAreCalled) {
+  nkr::canopen::Subscription first;
+  ASSERT_EQ(client.subscribe([](const Event&) { throw std::runtime_error("of the application"); }, first),
+            NKR_OK);
+  std::promise<void> called;
+  nkr::canopen::Subscription second;
+  ASSERT_EQ(client.subscribe([&](const Event&) { called.set_value(); }, second), NKR_OK);
+  node.send(0x70A, "00");
+  ASSERT_EQ(called.get_future().wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(client.getHandlerExceptions(), 1U);
+  client.close();
+}
+
+TEST_F(Events, ASubscriptionEndsWithItsOwner) {
+  std::atomic<int> calls{0};
+  {
+    nkr::canopen::Subscription moved;
+    {
+      nkr::canopen::Subscription subscription;
+      ASSERT_EQ(client.subscribe([&](const Event&) { ++calls; }, subscription), NKR_OK);
+      moved = std::move(subscription);
+    }
+    node.send(0x70A, "05");
+    wait_for(Kind::STATE_CHANGED);
+    while (calls < 1) std::this_thread::sleep_for(1ms);
+  }
+  node.send(0x70A, "04");
+  while (count(Kind::STATE_CHANGED) < 2) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(Events, ASubscriptionMayOutliveTheClient) {
+  nkr::canopen::Subscription subscription;
+  {
+    nkr::canopen::Client shorter(bus);
+    ASSERT_EQ(shorter.subscribe([](const Event&) {}, subscription), NKR_OK);
+  }
+  subscription.end();
+}
+
+/** What a handler captured may be anything: here it ends another handler's stay. */
+TEST_F(Events, AHandlersCaptureMayUnsubscribeAnotherOneWhenItIsDestroyed) {
+  struct Ends {
+    nkr::canopen::Client& client;
+    int other;
+    std::promise<void>& ended;
+    ~Ends() {
+      client.unsubscribe(other);
+      ended.set_value();
+    }
+  };
+  const int other = client.subscribe([](const Event&) {});
+  std::promise<void> ended;
+  auto self = std::make_shared<std::atomic<int>>(0);
+  *self = client.subscribe([this, self, ends = std::shared_ptr<Ends>(new Ends{client, other, ended})](
+                               const Event&) { client.unsubscribe(*self); });
+  node.send(0x70A, "00");
+  EXPECT_EQ(ended.get_future().wait_for(20s), std::future_status::ready);
+}
+
+TEST_F(Events, OfMoreThan256ErrorsTheLastOnesAreActive) {
+  const auto two_digits = [](int value) { return tests::hex_of({0, {static_cast<std::uint8_t>(value)}}); };
+  for (int high = 0x10; high < 0x20; ++high) {
+    for (int low = 0; low < 0x40; ++low)
+      node.send(0x08A, two_digits(low) + " " + two_digits(high) + " 01 00 00 00 00 00");
+  }
+  node.send(0x70A, "05");
+  wait_for(Kind::STATE_CHANGED);
+  const auto active = client.getActiveEmergencies(kNode);
+  ASSERT_EQ(active.size(), 256U);
+  EXPECT_EQ(active.front().code, 0x1C00);
+  EXPECT_EQ(active.back().code, 0x1F3F);
+}
+
 class Producers : public ClientTest {
  protected:
   std::string next() {
@@ -320,6 +403,48 @@ TEST_F(Producers, SyncCountsFrom1ToItsOverflow) {
     EXPECT_EQ(counting.sendSync(), NKR_OK);
     EXPECT_EQ(next(), frame);
   }
+}
+
+TEST_F(Producers, AHeartbeatThatTheBusHasNoRoomForHoldsUpNoSync) {
+  std::atomic<bool> full{true};
+  const auto crowded = std::make_shared<BusDouble>(
+      bus, [&full](const nkr::can::Frame& frame) { return full && frame.id == 0x701; });
+  nkr::canopen::Client host(crowded);
+  ASSERT_EQ(host.startHeartbeat(1, 60s), NKR_OK);
+  ASSERT_EQ(host.startSync(10ms), NKR_OK);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(next(), "080#");
+  full = false;
+  std::string beat = next();
+  while (beat == "080#") beat = next();
+  EXPECT_EQ(beat, "701#05") << "it is tried again, long before the next one is due";
+  host.close();
+}
+
+TEST_F(Producers, ASyncThatTheBusHasNoRoomForHoldsUpNoHeartbeat) {
+  const auto crowded =
+      std::make_shared<BusDouble>(bus, [](const nkr::can::Frame& frame) { return frame.id == 0x080; });
+  nkr::canopen::Client host(crowded);
+  ASSERT_EQ(host.startSync(60s), NKR_OK);
+  ASSERT_EQ(host.startHeartbeat(1, 10ms), NKR_OK);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(next(), "701#05");
+  host.close();
+}
+
+TEST_F(Producers, ASyncThatWasNotSentDoesNotCount) {
+  std::atomic<bool> full{false};
+  const auto crowded =
+      std::make_shared<BusDouble>(bus, [&full](const nkr::can::Frame&) { return full.load(); });
+  nkr::canopen::ClientOptions options;
+  options.sync_counter_overflow = 5;
+  options.sdo_timeout = 10ms;
+  nkr::canopen::Client counting(crowded, options);
+  EXPECT_EQ(counting.sendSync(), NKR_OK);
+  full = true;
+  EXPECT_EQ(counting.sendSync(), NKR_CAN_TX_OVERFLOW);
+  full = false;
+  EXPECT_EQ(counting.sendSync(), NKR_OK);
+  EXPECT_EQ(next(), "080#01");
+  EXPECT_EQ(next(), "080#02");
 }
 
 }  // namespace

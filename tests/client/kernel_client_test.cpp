@@ -17,9 +17,9 @@
 namespace tests::client {
 namespace {
 
-using nkr::can::test::set_up;
 using nkr::can::Clock;
 using nkr::can::Frame;
+using nkr::can::test::set_up;
 using nkr::canopen::Client;
 using nkr::canopen::Event;
 using nkr::canopen::object_value;

@@ -85,9 +85,21 @@ TEST_F(Values, AShortReplyWithoutSizeHasTheBytesThatWereSent) {
   EXPECT_EQ(read<std::int32_t>(), -2);
 }
 
-TEST_F(Values, AShortReplyWithASizeIsFilledWithZeros) {
-  object_6041_is("43 41 60 00 85");
-  EXPECT_EQ(read<std::int32_t>(), 0x85);
+TEST_F(Values, AReplyThatIsShorterThanItStatesIsNoValue) {
+  const std::string bytes[] = {"", " 85", " 85 01", " 85 01 00", " 85 01 00 00"};
+  const std::string commands[] = {"", "4F", "4B", "47", "43"};
+  for (std::size_t stated = 1; stated <= 4; ++stated) {
+    for (std::size_t sent = 0; sent <= 4; ++sent) {
+      node.change("40 41 60 00 00 00 00 00", {commands[stated] + " 41 60 00" + bytes[sent]});
+      std::uint32_t value = 7;
+      const nkr_error_t result = client.getValue(kNode, 0x60410020, value);
+      EXPECT_EQ(result, sent < stated ? NKR_SDO_LENGTH_LOW : NKR_OK) << stated << " of " << sent;
+      EXPECT_EQ(value == 7U, sent < stated);
+      if (sent < stated) {
+        EXPECT_EQ(node.requests().back(), "80 41 60 00 13 00 07 06");
+      }
+    }
+  }
 }
 
 TEST_F(Values, ABooleanIsTrueForAnyByteButZero) {

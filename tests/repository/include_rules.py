@@ -74,8 +74,8 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "pdo": {"sdo", "runtime"},
         "requests": {"sdo", "runtime"},
         "nmt": {"runtime"},
+        "sdo": {"runtime"},
         "emcy": set(),
-        "sdo": set(),
         "runtime": set(),
     },
     "drive/src": {

@@ -46,6 +46,11 @@ void ScriptedNode::on(const std::string& request, const Replies& replies) {
   script_[request].push_back(replies);
 }
 
+void ScriptedNode::change(const std::string& request, const Replies& replies) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  script_[request] = {replies};
+}
+
 void ScriptedNode::reply(const std::string& data) {
   send(0x580U + id_, data);
 }

@@ -32,6 +32,9 @@ class ScriptedNode {
    * set stays. A request that is not written down gets no answer. */
   void on(const std::string& request, const Replies& replies);
 
+  /** The answers to a request from now on, whatever was set before. */
+  void change(const std::string& request, const Replies& replies);
+
   /** Sends an SDO reply on its own. */
   void reply(const std::string& data);
   /** Sends any frame. */

@@ -10,29 +10,6 @@ namespace {
 
 constexpr std::uint8_t kAllNodes = 0;
 
-bool is_defined(canopencore::NMTCommand command) {
-  switch (command) {
-    case canopencore::NMTCommand::START_REMOTE_NODE:
-    case canopencore::NMTCommand::STOP_REMOTE_NODE:
-    case canopencore::NMTCommand::ENTER_PRE_OPERATIONAL:
-    case canopencore::NMTCommand::RESET_NODE:
-    case canopencore::NMTCommand::RESET_COMMUNICATION:
-      return true;
-  }
-  return false;
-}
-
-bool resets(canopencore::NMTCommand command) {
-  return command == canopencore::NMTCommand::RESET_NODE ||
-         command == canopencore::NMTCommand::RESET_COMMUNICATION;
-}
-
-template <class Core>
-nkr_error_t send_command(Core& core, canopencore::NMTCommand command, std::uint8_t node) {
-  if (!is_defined(command)) return NKR_ERROR;
-  return core.send_nmt(static_cast<std::uint8_t>(command), node, resets(command));
-}
-
 bool fits_in_16_bits(std::int32_t order) {
   return order >= std::numeric_limits<std::int16_t>::min() &&
          order <= std::numeric_limits<std::int16_t>::max();
@@ -67,24 +44,31 @@ void Client::setObjectTimeout(canopencore::ObjectAddress address, Duration timeo
   core_->timeouts().set_object(sdo::Multiplexer::of_address(address), timeout);
 }
 
+nkr_error_t Client::setStatedSizesIgnored(std::uint8_t nodeId, bool ignored) {
+  if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
+  core_->ignore_stated_sizes(nodeId, ignored);
+  return NKR_OK;
+}
+
+void Client::cancelRequests() {
+  core_->cancel_requests();
+}
+
 nkr_error_t Client::setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout) {
   if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
-  core_->set_heartbeat_timeout(nodeId, timeout);
-  return NKR_OK;
+  return core_->set_heartbeat_timeout(nodeId, timeout);
 }
 
 nkr_error_t Client::expectNode(std::uint8_t nodeId, Duration within) {
   const nkr_error_t refused = core_->refusal(nodeId);
-  if (refused == NKR_OK) core_->expect(nodeId, within);
-  return refused;
+  return refused == NKR_OK ? core_->expect(nodeId, within) : refused;
 }
 
 nkr_error_t Client::startNodeGuarding(std::uint8_t nodeId, Duration guardTime, unsigned lifeTimeFactor) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
   if (guardTime <= Duration::zero() || lifeTimeFactor == 0) return NKR_ERROR;
-  core_->start_guarding(nodeId, guardTime, lifeTimeFactor);
-  return NKR_OK;
+  return core_->start_guarding(nodeId, guardTime, lifeTimeFactor);
 }
 
 nkr_error_t Client::stopNodeGuarding(std::uint8_t nodeId) {
@@ -102,8 +86,7 @@ nkr_error_t Client::startHeartbeat(std::uint8_t nodeId, Duration period) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
   if (period <= Duration::zero()) return NKR_ERROR;
-  core_->heartbeat()->start(nodeId, period);
-  return NKR_OK;
+  return core_->heartbeat()->start(nodeId, period) ? NKR_OK : NKR_CAN_NO_RESOURCES;
 }
 
 void Client::stopHeartbeat() {
@@ -114,8 +97,7 @@ nkr_error_t Client::startSync(std::chrono::microseconds period) {
   const nkr_error_t refused = core_->refusal();
   if (refused != NKR_OK) return refused;
   if (period <= std::chrono::microseconds::zero()) return NKR_ERROR;
-  core_->sync()->start(period);
-  return NKR_OK;
+  return core_->sync()->start(period) ? NKR_OK : NKR_CAN_NO_RESOURCES;
 }
 
 void Client::stopSync() {
@@ -123,11 +105,23 @@ void Client::stopSync() {
 }
 
 int Client::subscribe(EventHandler handler) {
-  return core_->events().subscribe(std::move(handler));
+  int number = 0;
+  return core_->events()->subscribe(std::move(handler), number) == NKR_OK ? number : 0;
+}
+
+nkr_error_t Client::subscribe(EventHandler handler, Subscription& subscription) {
+  int number = 0;
+  const nkr_error_t result = core_->events()->subscribe(std::move(handler), number);
+  if (result == NKR_OK) subscription = Subscription(core_->events(), number);
+  return result;
 }
 
 void Client::unsubscribe(int subscription) {
-  core_->events().unsubscribe(subscription);
+  core_->events()->unsubscribe(subscription);
+}
+
+std::uint64_t Client::getHandlerExceptions() const {
+  return core_->handler_exceptions();
 }
 
 std::vector<Emergency> Client::getEmergencies(std::uint8_t nodeId) const {
@@ -168,7 +162,7 @@ nkr_error_t Client::sync(const canopenservice::TavIn& request, canopenservice::T
 }
 
 nkr_error_t Client::broadcastNMTCommand(const canopencore::NMTCommand& command) {
-  return send_command(*core_, command, kAllNodes);
+  return core_->send_nmt(command, kAllNodes);
 }
 
 nkr_error_t Client::sendSync() {
@@ -180,8 +174,7 @@ nkr_error_t Client::getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t&
   if (refused != NKR_OK) return refused;
   can::Clock::time_point heard;
   if (!core_->heard().last(nodeId, heard)) return NKR_NOT_AVAILABLE;
-  const auto age = std::chrono::duration_cast<Duration>(can::Clock::now() - heard).count();
-  milliseconds = static_cast<std::uint32_t>(age < 0 ? 0 : age);
+  milliseconds = milliseconds_between(heard, can::Clock::now());
   return NKR_OK;
 }
 
@@ -195,7 +188,7 @@ nkr_error_t Client::getNMTState(const std::uint8_t& nodeId, canopencore::NMTStat
 nkr_error_t Client::setNMTState(const std::uint8_t& nodeId, const canopencore::NMTCommand& command) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
-  return send_command(*core_, command, nodeId);
+  return core_->send_nmt(command, nodeId);
 }
 
 }  // namespace nkr::canopen

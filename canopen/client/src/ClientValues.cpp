@@ -18,24 +18,6 @@ To with_same_bits(From from) {
   return to;
 }
 
-template <class Core, class Integer>
-nkr_error_t read_integer(Core& core, std::uint8_t node, std::uint32_t address, Integer& value) {
-  sdo::NumberSink sink(sizeof(Integer));
-  const nkr_error_t result = core.upload(node, address, sink);
-  if (result != NKR_OK) return result;
-  if (sink.size() == 0) return NKR_SDO_LENGTH;
-  const std::uint64_t number = number_of(sink.bytes(), sink.size());
-  const auto width = static_cast<unsigned>(sink.size()) * kBitsPerByte;
-  value = static_cast<Integer>(std::is_signed_v<Integer> ? sign_extended(number, width) : number);
-  return NKR_OK;
-}
-
-template <class Core, class Integer>
-nkr_error_t write_integer(Core& core, std::uint8_t node, std::uint32_t address, Integer value) {
-  const auto bytes = bytes_of(static_cast<std::make_unsigned_t<Integer>>(value));
-  return core.download(node, address, bytes.data(), bytes.size());
-}
-
 }  // namespace
 
 nkr_error_t Client::getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
@@ -52,19 +34,45 @@ nkr_error_t Client::setBytes(const std::uint8_t& nodeId, const std::uint32_t& ad
 }
 
 nkr_error_t Client::readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadHandler handler) {
-  return core_->later(nodeId, [this, nodeId, address, handle = std::move(handler)] {
+  if (!handler) return NKR_ERROR;
+  return core_->later(nodeId, [this, nodeId, address, handle = std::move(handler)](bool cancelled) {
     std::vector<std::uint8_t> value;
-    const nkr_error_t result = getBytes(nodeId, address, value);
-    if (handle) handle(result, std::move(value));
+    const nkr_error_t result = cancelled ? NKR_CAN_CANCELLED : getBytes(nodeId, address, value);
+    handle(result, std::move(value));
+  });
+}
+
+nkr_error_t Client::readLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                              ReadReportHandler handler) {
+  if (!handler) return NKR_ERROR;
+  return core_->later(nodeId, [this, nodeId, address, handle = std::move(handler)](bool cancelled) {
+    std::vector<std::uint8_t> value;
+    const nkr_error_t result = cancelled ? NKR_CAN_CANCELLED : getBytes(nodeId, address, value);
+    RequestFailure failure;
+    const bool known = !cancelled && result != NKR_OK && getLastFailure(nodeId, failure) == NKR_OK;
+    handle(result, std::move(value), known ? &failure : nullptr);
   });
 }
 
 nkr_error_t Client::writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
                                std::vector<std::uint8_t> value, WriteHandler handler) {
-  return core_->later(nodeId, [this, nodeId, address, bytes = std::move(value), handle = std::move(handler)] {
-    const nkr_error_t result = setBytes(nodeId, address, bytes);
-    if (handle) handle(result);
-  });
+  if (!handler) return NKR_ERROR;
+  return core_->later(
+      nodeId, [this, nodeId, address, bytes = std::move(value), handle = std::move(handler)](bool cancelled) {
+        handle(cancelled ? NKR_CAN_CANCELLED : setBytes(nodeId, address, bytes));
+      });
+}
+
+nkr_error_t Client::writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                               std::vector<std::uint8_t> value, WriteReportHandler handler) {
+  if (!handler) return NKR_ERROR;
+  return core_->later(
+      nodeId, [this, nodeId, address, bytes = std::move(value), handle = std::move(handler)](bool cancelled) {
+        const nkr_error_t result = cancelled ? NKR_CAN_CANCELLED : setBytes(nodeId, address, bytes);
+        RequestFailure failure;
+        const bool known = !cancelled && result != NKR_OK && getLastFailure(nodeId, failure) == NKR_OK;
+        handle(result, known ? &failure : nullptr);
+      });
 }
 
 /** Of a short string whose size is not stated the zeros behind it are padding. */
@@ -85,75 +93,75 @@ nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& ad
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int64_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::int64_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int32_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::int32_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int16_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::int16_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int8_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::int8_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint64_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::uint64_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint32_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::uint32_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint16_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::uint16_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::uint8_t& value) {
-  return read_integer(*core_, nodeId, address, value);
+  return core_->read_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
                              const std::uint8_t& value) {
-  return write_integer(*core_, nodeId, address, value);
+  return core_->write_integer(nodeId, address, value);
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, float& value) {
@@ -166,7 +174,7 @@ nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& ad
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const float& value) {
-  return write_integer(*core_, nodeId, address, with_same_bits<std::uint32_t>(value));
+  return core_->write_integer(nodeId, address, with_same_bits<std::uint32_t>(value));
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, double& value) {
@@ -184,18 +192,18 @@ nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& ad
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const double& value) {
-  return write_integer(*core_, nodeId, address, with_same_bits<std::uint64_t>(value));
+  return core_->write_integer(nodeId, address, with_same_bits<std::uint64_t>(value));
 }
 
 nkr_error_t Client::getValue(const std::uint8_t& nodeId, const std::uint32_t& address, bool& value) {
   std::uint8_t byte = 0;
-  const nkr_error_t result = read_integer(*core_, nodeId, address, byte);
+  const nkr_error_t result = core_->read_integer(nodeId, address, byte);
   if (result == NKR_OK) value = byte != 0;
   return result;
 }
 
 nkr_error_t Client::setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const bool& value) {
-  return write_integer(*core_, nodeId, address, static_cast<std::uint8_t>(value ? 1 : 0));
+  return core_->write_integer(nodeId, address, static_cast<std::uint8_t>(value ? 1 : 0));
 }
 
 }  // namespace nkr::canopen

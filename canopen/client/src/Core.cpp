@@ -1,7 +1,10 @@
 #include "Core.hpp"
 
-#include <algorithm>
+#include <nkr/canopen/SdoTimeoutScope.hpp>
+#include <optional>
 #include <utility>
+
+#include "sdo/Frames.hpp"
 
 namespace nkr::canopen {
 
@@ -19,6 +22,23 @@ constexpr std::uint8_t kAllNodes = 0;
 /** How long ago "a moment ago" may be when a failure is explained. */
 constexpr std::chrono::seconds kBooting{3};
 constexpr std::chrono::seconds kRecently{10};
+
+bool is_defined(canopencore::NMTCommand command) {
+  switch (command) {
+    case canopencore::NMTCommand::START_REMOTE_NODE:
+    case canopencore::NMTCommand::STOP_REMOTE_NODE:
+    case canopencore::NMTCommand::ENTER_PRE_OPERATIONAL:
+    case canopencore::NMTCommand::RESET_NODE:
+    case canopencore::NMTCommand::RESET_COMMUNICATION:
+      return true;
+  }
+  return false;
+}
+
+bool resets(canopencore::NMTCommand command) {
+  return command == canopencore::NMTCommand::RESET_NODE ||
+         command == canopencore::NMTCommand::RESET_COMMUNICATION;
+}
 
 /** Communication and mapping parameters of RPDOs and TPDOs. */
 bool is_pdo_parameter(sdo::Multiplexer object) {
@@ -47,24 +67,25 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
       history_(make_history(options.frame_history)),
       bus_(recorded(std::move(bus), history_.get())),
       timeouts_(options.sdo_timeout, options.store_timeout),
-      nmt_(options.heartbeat_timeout) {
+      nmt_(options.heartbeat_timeout, [this](const Event& event) { happened(event); }) {
   if (!bus_) return;
   for (std::uint8_t node = 1; node <= kLastNode; ++node)
-    channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_, heard_);
+    channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_, heard_, budget_);
   const std::vector<can::Filter> filters{{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}};
   port_ = std::make_unique<DeferredPort>(*bus_, filters);
   port_->open();
   timers_.set(Timers::Slot::HEARTBEAT_CONSUMER, TimePoint::max(), [this](TimePoint /*due*/) {
-    check_heartbeats();
+    nmt_.check(Clock::now());
     return nmt_.next_check();
   });
   heartbeat_ = std::make_unique<HeartbeatProducer>(*port_, timers_);
   sync_ = std::make_unique<SyncProducer>(*port_, timers_, options_.sync_counter_overflow);
   guarding_ = std::make_unique<NodeGuarding>(*port_, timers_);
   if (is_node(options_.host_node_id))
-    heartbeat_->start(options_.host_node_id, options_.host_heartbeat_period);
-  listener_ = std::make_unique<Listener>(
+    is_complete_ = heartbeat_->start(options_.host_node_id, options_.host_heartbeat_period);
+  const bool listens = listener_.start(
       *port_, [this](nkr_error_t result, const can::Frame& frame) { received(result, frame); });
+  is_complete_ = is_complete_ && listens;
 }
 
 Client::Core::~Core() {
@@ -75,10 +96,11 @@ void Client::Core::close() {
   closed_ = true;
   recovery_.close();
   timers_.close();
-  if (port_) port_->close();
-  for (const auto& channel : channels_) {
-    if (channel) channel->close();
+  for (std::uint8_t node = 1; node <= kLastNode && port_; ++node) {
+    sdo::Multiplexer object;
+    if (channels_.at(node)->close(object)) abort_transfer(node, object);
   }
+  if (port_) port_->close();
   {
     const std::lock_guard<std::mutex> lock(process_data_mutex_);
     for (const auto& data : process_data_) {
@@ -86,13 +108,35 @@ void Client::Core::close() {
     }
   }
   // Last: handlers may wait for an answer.
-  requests_.close(!events_.is_own_thread());
-  events_.close();
+  requests_.close(!events_->is_own_thread());
+  events_->close();
+}
+
+void Client::Core::cancel_requests() {
+  ++cancellations_;
+  for (std::uint8_t node = 1; node <= kLastNode && port_; ++node) {
+    sdo::Multiplexer object;
+    if (channels_.at(node)->cancel(object)) abort_transfer(node, object);
+  }
+}
+
+/** The server shall not wait for the rest; nobody waits for the frame's way. */
+void Client::Core::abort_transfer(std::uint8_t node, sdo::Multiplexer object) {
+  port_->send(sdo::abort_frame(node, object, NKR_SDO_GENERAL), can::Deadline::passed());
+}
+
+void Client::Core::ignore_stated_sizes(std::uint8_t node, bool ignored) {
+  if (channels_.at(node)) channels_.at(node)->ignore_stated_sizes(ignored);
+}
+
+std::uint64_t Client::Core::handler_exceptions() const {
+  return events_->thrown() + requests_.thrown() + failures_.thrown();
 }
 
 nkr_error_t Client::Core::refusal() const {
   if (!port_) return NKR_CAN_NOT_CONNECTED;
-  return closed_.load() ? NKR_CAN_CLOSED : port_->open();
+  if (closed_.load()) return NKR_CAN_CLOSED;
+  return is_complete_ ? port_->open() : NKR_CAN_NO_RESOURCES;
 }
 
 nkr_error_t Client::Core::refusal(std::uint8_t node) const {
@@ -107,7 +151,7 @@ nkr_error_t Client::Core::request(std::uint8_t node, std::uint32_t address, bool
   const nkr_error_t refused = refusal();
   const TransferResult result =
       refused == NKR_OK ? transfer(*channels_[node], TransferRequest{object, timeouts_.of(node, object)})
-                        : TransferResult{refused, false, {}, {}};
+                        : TransferResult{refused, false, false, {}, {}};
   if (result.code == NKR_OK) {
     failures_.succeeded(node, object.address());
   } else if (result.code != NKR_CAN_WOULD_DEADLOCK) {
@@ -133,16 +177,17 @@ nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, con
   return result;
 }
 
-nkr_error_t Client::Core::later(std::uint8_t node, std::function<void()> request) {
+nkr_error_t Client::Core::later(std::uint8_t node, LaterRequest request) {
   if (!is_node(node)) return NKR_CAN_INVALID_NODE;
   if (!port_) return NKR_CAN_NOT_CONNECTED;
-  if (const SdoTimeoutScope* const scope = SdoTimeoutScope::innermost()) {
-    request = [timeout = scope->timeout(), inner = std::move(request)] {
-      const SdoTimeoutScope same(timeout);
-      inner();
-    };
-  }
-  return requests_.add(node, std::move(request)) ? NKR_OK : NKR_CAN_CLOSED;
+  const unsigned cancellations = cancellations_.load();
+  const SdoTimeoutScope* const scope = SdoTimeoutScope::innermost();
+  const auto timeout = scope != nullptr ? std::optional(scope->timeout()) : std::nullopt;
+  return requests_.add(node, [this, cancellations, timeout, inner = std::move(request)] {
+    std::optional<SdoTimeoutScope> same;
+    if (timeout) same.emplace(*timeout);
+    inner(cancellations != cancellations_.load());
+  });
 }
 
 void Client::Core::note_failure(std::uint8_t node, sdo::Multiplexer object, bool is_write,
@@ -177,26 +222,28 @@ Circumstances Client::Core::circumstances(std::uint8_t node, const TransferResul
   const bool booting = nmt_.is_booting(node, booted);
   Circumstances found;
   found.by_node = result.by_node;
+  found.queued = result.queued;
   found.heartbeat_lost = nmt_.is_lost(node, now);
   found.just_booted = booting && now - booted < kBooting && (!answered || result.last_answer < booted);
   found.answered_other_requests = answered && now - result.last_answer < kRecently;
   return found;
 }
 
-nkr_error_t Client::Core::send_nmt(std::uint8_t command, std::uint8_t node, bool resets) {
+nkr_error_t Client::Core::send_nmt(canopencore::NMTCommand command, std::uint8_t node) {
+  if (!is_defined(command)) return NKR_ERROR;
   const nkr_error_t refused = refusal();
   if (refused != NKR_OK) return refused;
-  if (resets) {
+  if (resets(command)) {
     for (std::uint8_t id = 1; id <= kLastNode; ++id) {
       if (node == id || node == kAllNodes) nmt_.reset_commanded(id);
     }
   }
-  return port_->send({kNmtCommandId, {command, node}}, Clock::now() + options_.sdo_timeout);
+  return port_->send({kNmtCommandId, {static_cast<std::uint8_t>(command), node}}, options_.sdo_timeout);
 }
 
 nkr_error_t Client::Core::send_sync() {
   const nkr_error_t refused = refusal();
-  return refused == NKR_OK ? sync_->send(Clock::now() + options_.sdo_timeout) : refused;
+  return refused == NKR_OK ? sync_->send(options_.sdo_timeout) : refused;
 }
 
 void Client::Core::write_frames(std::ostream& log) const {
@@ -220,22 +267,25 @@ void Client::Core::forget_pdos(std::uint8_t node) {
   if (process_data_.at(node)) process_data_.at(node)->forget();
 }
 
-void Client::Core::expect(std::uint8_t node, Duration within) {
+nkr_error_t Client::Core::expect(std::uint8_t node, Duration within) {
   TimePoint heard;
-  if (heard_.last(node, heard)) return;
-  nmt_.expect(node, Clock::now() + within);
-  watch_heartbeats();
+  if (heard_.last(node, heard)) return NKR_OK;
+  nmt_.expect(node, can::time_after(Clock::now(), within));
+  return watch_heartbeats() ? NKR_OK : NKR_CAN_NO_RESOURCES;
 }
 
-void Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
+nkr_error_t Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {
   nmt_.set_heartbeat_timeout(node, timeout);
-  watch_heartbeats();
+  return watch_heartbeats() ? NKR_OK : NKR_CAN_NO_RESOURCES;
 }
 
-void Client::Core::start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor) {
-  nmt_.start_guarding(node, guard_time * life_time_factor, Clock::now());
-  guarding_->start(node, guard_time);
-  watch_heartbeats();
+nkr_error_t Client::Core::start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor) {
+  const bool fits = guard_time <= Duration::max() / life_time_factor;
+  const Duration life_time = fits ? guard_time * life_time_factor : Duration::max();
+  nmt_.start_guarding(node, life_time, Clock::now());
+  if (guarding_->start(node, guard_time) && watch_heartbeats()) return NKR_OK;
+  nmt_.stop_guarding(node);
+  return NKR_CAN_NO_RESOURCES;
 }
 
 void Client::Core::stop_guarding(std::uint8_t node) {
@@ -249,8 +299,7 @@ nkr_error_t Client::Core::keep_configuration(std::uint8_t node, NodeConfiguratio
   for (const ObjectValue& value : configuration) {
     if (commands_motion(value.address)) return NKR_ERROR;
   }
-  recovery_.keep(node, std::move(configuration));
-  return NKR_OK;
+  return recovery_.keep(node, std::move(configuration));
 }
 
 nkr_error_t Client::Core::write(std::uint8_t node, const ObjectValue& value) {
@@ -272,24 +321,28 @@ bool Client::Core::bus_is_there() const {
   return state != can::BusState::INTERFACE_GONE && state != can::BusState::BUS_OFF;
 }
 
-/** Has the timers look at the heartbeats when the earliest may be lost. */
-void Client::Core::watch_heartbeats() {
-  timers_.wake(Timers::Slot::HEARTBEAT_CONSUMER, nmt_.next_check());
+/** Has the timers look at the heartbeats when the earliest may be lost. False without a thread for them. */
+bool Client::Core::watch_heartbeats() {
+  return timers_.wake(Timers::Slot::HEARTBEAT_CONSUMER, nmt_.next_check());
 }
 
-/** A node without heartbeat may have answered a request: that is a sign of life, too. */
-void Client::Core::check_heartbeats() {
-  NmtMonitor::Events events = nmt_.check(Clock::now());
-  const auto answered = [this](const Event& event) {
-    TimePoint heard;
-    return event.kind == Event::Kind::NEVER_HEARD && heard_.last(event.node, heard);
-  };
-  events.erase(std::remove_if(events.begin(), events.end(), answered), events.end());
-  post(events);
-}
-
-void Client::Core::post(const NmtMonitor::Events& events) {
-  for (const Event& event : events) recovery_.tell(event);
+/** In order for each node, with the monitor locked: the application is told when the client knows, too. */
+void Client::Core::happened(const Event& event) {
+  TimePoint heard;
+  switch (event.kind) {
+    case Event::Kind::BOOT_UP:
+    case Event::Kind::UNEXPECTED_BOOT_UP:
+      emergencies_.node_restarted(event.node);
+      channels_.at(event.node)->node_restarted();
+      forget_pdos(event.node);
+      break;
+    case Event::Kind::NEVER_HEARD:  // a node without heartbeat may have answered a request
+      if (heard_.last(event.node, heard)) return;
+      break;
+    default:
+      break;
+  }
+  recovery_.tell(event);
 }
 
 void Client::Core::received(nkr_error_t result, const can::Frame& frame) {
@@ -319,19 +372,12 @@ void Client::Core::arrived(const can::Frame& frame) {
   if (!emergencies_.arrived(frame, event.emergency)) return;
   event.node = event.emergency.node;
   event.state = nmt_.state(event.node, now);
-  events_.post(event);
+  events_->post(event);
 }
 
 void Client::Core::error_control_arrived(const can::Frame& frame, TimePoint now) {
-  const NmtMonitor::Events events = nmt_.arrived(frame, now);
-  for (const Event& event : events) {
-    if (event.kind != Event::Kind::BOOT_UP && event.kind != Event::Kind::UNEXPECTED_BOOT_UP) continue;
-    emergencies_.node_restarted(event.node);
-    channels_[event.node]->node_restarted();
-    forget_pdos(event.node);
-  }
-  post(events);
-  if (!events.empty()) watch_heartbeats();
+  const bool changed = nmt_.arrived(frame, now);
+  if (changed || !watches_) watches_ = watch_heartbeats();
 }
 
 }  // namespace nkr::canopen

@@ -10,6 +10,7 @@
 #include <nkr/can/trace.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <ostream>
+#include <type_traits>
 
 #include "emcy/EmergencyHistory.hpp"
 #include "nmt/HeartbeatProducer.hpp"
@@ -21,6 +22,7 @@
 #include "requests/Diagnosis.hpp"
 #include "requests/FailureRecords.hpp"
 #include "requests/NodeChannel.hpp"
+#include "requests/PortBudget.hpp"
 #include "requests/RequestPool.hpp"
 #include "requests/Timeouts.hpp"
 #include "runtime/DeferredPort.hpp"
@@ -29,6 +31,7 @@
 #include "runtime/Listener.hpp"
 #include "runtime/Timers.hpp"
 #include "sdo/UploadSink.hpp"
+#include "sdo/numbers.hpp"
 
 namespace nkr::canopen {
 
@@ -48,14 +51,23 @@ class Client::Core final : private Recovery::Access {
   /** `by_block`: the object may be long. */
   nkr_error_t upload(std::uint8_t node, std::uint32_t address, sdo::UploadSink& sink, bool by_block = false);
   nkr_error_t download(std::uint8_t node, std::uint32_t address, const std::uint8_t* bytes, std::size_t size);
+  /** Numbers as objects hold them: an object narrower than the type is extended. */
+  template <class Integer>
+  nkr_error_t read_integer(std::uint8_t node, std::uint32_t address, Integer& value);
+  template <class Integer>
+  nkr_error_t write_integer(std::uint8_t node, std::uint32_t address, Integer value);
   /** Has it done on a thread of the client, with the calling thread's time-out scope. */
-  nkr_error_t later(std::uint8_t node, std::function<void()> request);
-  nkr_error_t send_nmt(std::uint8_t command, std::uint8_t node, bool resets);
+  using LaterRequest = std::function<void(bool cancelled)>;
+  nkr_error_t later(std::uint8_t node, LaterRequest request);
+  /** Ends the requests that are there, those that nobody waits for included. */
+  void cancel_requests();
+  void ignore_stated_sizes(std::uint8_t node, bool ignored);
+  nkr_error_t send_nmt(canopencore::NMTCommand command, std::uint8_t node);
   nkr_error_t send_sync();
   /** The node shall give a sign of life within that time. */
-  void expect(std::uint8_t node, Duration within);
-  void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
-  void start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor);
+  nkr_error_t expect(std::uint8_t node, Duration within);
+  nkr_error_t set_heartbeat_timeout(std::uint8_t node, Duration timeout);
+  nkr_error_t start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor);
   void stop_guarding(std::uint8_t node);
   nkr_error_t keep_configuration(std::uint8_t node, NodeConfiguration configuration);
 
@@ -72,7 +84,9 @@ class Client::Core final : private Recovery::Access {
   NmtMonitor& nmt() { return nmt_; }
   EmergencyHistory& emergencies() { return emergencies_; }
   FailureRecords& failures() { return failures_; }
-  EventQueue& events() { return events_; }
+  std::shared_ptr<EventQueue> events() { return events_; }
+  /** How often what the application gave was called and ended by throwing. */
+  [[nodiscard]] std::uint64_t handler_exceptions() const;
   /** Null without a bus. */
   HeartbeatProducer* heartbeat() { return heartbeat_.get(); }
   /** Null without a bus. */
@@ -94,9 +108,9 @@ class Client::Core final : private Recovery::Access {
   void error_control_arrived(const can::Frame& frame, TimePoint now);
   void forget_pdos(std::uint8_t node);
   void bus_failed(nkr_error_t result);
-  void post(const NmtMonitor::Events& events);
-  void watch_heartbeats();
-  void check_heartbeats();
+  void happened(const Event& event);
+  bool watch_heartbeats();
+  void abort_transfer(std::uint8_t node, sdo::Multiplexer object);
 
   // For the recovery:
   nkr_error_t write(std::uint8_t node, const ObjectValue& value) override;
@@ -108,11 +122,15 @@ class Client::Core final : private Recovery::Access {
   const std::shared_ptr<can::Bus> bus_;
   std::atomic<bool> closed_{false};
   bool bus_failed_ = false;  ///< of the listener's thread
+  bool watches_ = true;      ///< so is this: the timers look at the heartbeats
+  bool is_complete_ = true;  ///< the system had all the threads that it needs
+  std::atomic<unsigned> cancellations_{0};
   Timeouts timeouts_;
   HeardTimes heard_;
   NmtMonitor nmt_;
   EmergencyHistory emergencies_;
   FailureRecords failures_;
+  PortBudget budget_;
   std::array<std::unique_ptr<NodeChannel>, kLastNode + 1> channels_;  ///< by node id; none for 0
   std::unique_ptr<DeferredPort> port_;  ///< for all that is no SDO; null without a bus
   std::unique_ptr<HeartbeatProducer> heartbeat_;
@@ -121,12 +139,30 @@ class Client::Core final : private Recovery::Access {
   std::mutex process_data_mutex_;
   std::array<std::unique_ptr<PdoExchange>, kLastNode + 1> process_data_;  ///< of those that were asked for
   // The threads end before what they work on.
-  EventQueue events_;
+  const std::shared_ptr<EventQueue> events_ = std::make_shared<EventQueue>();
   RequestPool requests_;
-  Recovery recovery_{*this, events_};
+  Recovery recovery_{*this, *events_};
   Timers timers_;
-  std::unique_ptr<Listener> listener_;
+  Listener listener_;
 };
+
+template <class Integer>
+nkr_error_t Client::Core::read_integer(std::uint8_t node, std::uint32_t address, Integer& value) {
+  sdo::NumberSink sink(sizeof(Integer));
+  const nkr_error_t result = upload(node, address, sink);
+  if (result != NKR_OK) return result;
+  if (sink.size() == 0) return NKR_SDO_LENGTH;
+  const std::uint64_t number = number_of(sink.bytes(), sink.size());
+  const auto width = static_cast<unsigned>(sink.size()) * kBitsPerByte;
+  value = static_cast<Integer>(std::is_signed_v<Integer> ? sign_extended(number, width) : number);
+  return NKR_OK;
+}
+
+template <class Integer>
+nkr_error_t Client::Core::write_integer(std::uint8_t node, std::uint32_t address, Integer value) {
+  const auto bytes = bytes_of(static_cast<std::make_unsigned_t<Integer>>(value));
+  return download(node, address, bytes.data(), bytes.size());
+}
 
 }  // namespace nkr::canopen
 

@@ -115,10 +115,10 @@ TEST_F(Guarding, AnAnswerWithTheToggleBitOfTheOneBeforeIsNone) {
 
 /** What the monitor makes of answers, without clock and bus. */
 TEST(GuardedNodes, AToggleBitThatStandsStillCountsUntilTheBootUp) {
-  nkr::canopen::NmtMonitor monitor(1s);
+  nkr::canopen::NmtMonitor monitor(1s, [](const Event&) {});
   const auto now = Clock::now();
   const auto answer = [&](std::uint8_t byte) {
-    return monitor.arrived({0x70A, {byte}}, now).empty() ? NMTState::UNKNOWN : monitor.state(10, now);
+    return monitor.arrived({0x70A, {byte}}, now) ? monitor.state(10, now) : NMTState::UNKNOWN;
   };
   monitor.start_guarding(10, 1s, now);
   EXPECT_EQ(answer(0x7F), NMTState::PRE_OPERATIONAL);

@@ -1,9 +1,11 @@
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "nmt/NmtMonitor.hpp"
 
 namespace tests::client {
 namespace {
@@ -126,6 +128,29 @@ TEST_F(Nmt, TheTimeSinceANodeWasHeardCountsItsReplies) {
   EXPECT_EQ(client.getTimeSinceHeard(kNode, age), NKR_OK);
   EXPECT_GE(age, 25U);
   EXPECT_LT(age, 10000U);
+}
+
+/** One thread finds that the heartbeat stayed away, another one that it is back. */
+TEST(HeartbeatEvents, OfLossAndReturnAlternateWhicheverThreadFindsThem) {
+  using Kind = nkr::canopen::Event::Kind;
+  std::vector<Kind> told;  // the monitor tells one after the other
+  nkr::canopen::NmtMonitor monitor(1ms, [&](const nkr::canopen::Event& event) {
+    if (event.kind == Kind::STATE_CHANGED) return;
+    const auto size = told.size();
+    std::this_thread::yield();
+    told.push_back(event.kind);
+    EXPECT_EQ(told.size(), size + 1) << "while one is told no other is";
+  });
+  const nkr::can::Clock::time_point begin{std::chrono::hours(1)};
+  std::atomic<bool> stop{false};
+  std::thread checker([&] {
+    for (int i = 0; !stop; ++i) monitor.check(begin + std::chrono::milliseconds(2 * i));
+  });
+  for (int i = 0; i < 20000; ++i) monitor.arrived({0x70A, {5}}, begin + std::chrono::milliseconds(2 * i));
+  stop = true;
+  checker.join();
+  for (std::size_t i = 0; i < told.size(); ++i)
+    ASSERT_EQ(told[i], i % 2 == 0 ? Kind::HEARTBEAT_LOST : Kind::HEARTBEAT_RETURNED) << i;
 }
 
 }  // namespace

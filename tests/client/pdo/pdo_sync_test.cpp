@@ -215,6 +215,27 @@ TEST_F(PdoSync, ALatePdoIsNotTakenForTheNextSyncs) {
   late.join();
 }
 
+TEST_F(PdoSync, ALostPdoHoldsUpTheNextSyncNoLongerThanThisNodesPdosTake) {
+  client.close();
+  nkr::canopen::ClientOptions options = short_times();
+  options.late_reply_grace = 60s;
+  nkr::canopen::Client patient(bus, options);
+  node.send(0x70A, "05");
+  NMTState state{};
+  while (patient.getNMTState(kNode, state) == NKR_OK && state != NMTState::OPERATIONAL)
+    std::this_thread::sleep_for(1ms);
+  const TavIn request{kNode, 0x60410010, 0x60640020, 0x60440010, 0, false};
+  on_sync([this] { node.send(0x18A, "37 02 9C FF"); });
+  ASSERT_EQ(patient.sync(request, out), NKR_OK);
+  on_sync({});
+  ASSERT_EQ(patient.sync(request, out), NKR_SDO_TIMED_OUT);
+  on_sync([this] { node.send(0x18A, "38 02 9C FF"); });
+  const auto start = Clock::now();
+  EXPECT_EQ(patient.sync(request, out), NKR_OK);
+  EXPECT_LT(Clock::now() - start, 30s);
+  EXPECT_EQ(out.statusWord, 0x0238);
+}
+
 TEST_F(PdoSync, PdosThatCameBeforeTheSyncAreNotTaken) {
   on_sync([this] { node.send(0x18A, "37 02 9C FF"); });
   ASSERT_EQ(sync(), NKR_OK);

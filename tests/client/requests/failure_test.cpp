@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -198,6 +199,38 @@ TEST_F(Failure, NoFramesAreKeptWhenNotWanted) {
   std::ostringstream log;
   forgetful.writeFrames(log);
   EXPECT_EQ(log.str(), "");
+}
+
+TEST_F(Failure, IsThatOfTheCallingThread) {
+  node.on("40 41 60 00 00 00 00 00", {"80 41 60 00 00 00 02 06"});
+  node.on("40 42 60 00 00 00 00 00", {"80 42 60 00 22 00 00 08"});
+  read_fails();
+  std::thread other([this] {
+    RequestFailure failure;
+    EXPECT_EQ(client.getLastFailure(kNode, failure), NKR_NOT_AVAILABLE) << "nothing has failed here";
+    std::uint16_t value = 0;
+    EXPECT_EQ(client.getValue(kNode, 0x60420010, value), NKR_SDO_DEVICE_STATE);
+    ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
+    EXPECT_EQ(failure.address, 0x60420000U);
+  });
+  other.join();
+  RequestFailure failure;
+  ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
+  EXPECT_EQ(failure.address, 0x60410000U);
+}
+
+TEST_F(Failure, IsThatOfTheClientThatIsAsked) {
+  read_fails();
+  nkr::canopen::Client other(bus, short_times());
+  RequestFailure failure;
+  EXPECT_EQ(other.getLastFailure(kNode, failure), NKR_NOT_AVAILABLE);
+}
+
+TEST_F(Failure, AResolverThatThrowsLeavesTheObjectWithoutAName) {
+  client.setObjectNameResolver(
+      [](std::uint8_t, std::uint32_t) -> std::string { throw std::runtime_error("of the application"); });
+  EXPECT_EQ(read_fails().object_name, "");
+  EXPECT_EQ(client.getHandlerExceptions(), 1U);
 }
 
 TEST(LikelyCause, WhatExplainsMostComesFirst) {

@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <future>
 #include <memory>
-#include <mutex>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
@@ -76,9 +77,7 @@ TEST_F(Later, ThoseToOneNodeAreMadeInOrder) {
     node.on(wanted.back(), {"60 42 60 00 00 00 00 00"});
     ASSERT_EQ(client.writeLater(kNode, {0x6042, 0}, {byte}, [&](nkr_error_t) { ++told; }), NKR_OK);
   }
-  ASSERT_TRUE(node.wait_for_requests(9));
-  client.close();
-  EXPECT_EQ(told.load(), 9);
+  while (told < 9) std::this_thread::sleep_for(1ms);
   EXPECT_EQ(node.requests(), wanted);
 }
 
@@ -156,7 +155,7 @@ TEST_F(Later, ClosingAnswersAllThatIsQueuedOnce) {
   ASSERT_TRUE(node.wait_for_requests(1));
   client.close();
   EXPECT_EQ(told.load(), 50);
-  EXPECT_EQ(client.readLater(kNode, kStatusWord, nullptr), NKR_CAN_CLOSED);
+  EXPECT_EQ(client.readLater(kNode, kStatusWord, [](nkr_error_t, const Bytes&) {}), NKR_CAN_CLOSED);
 }
 
 TEST_F(Later, TheCallersTimeOutScopeHolds) {
@@ -167,10 +166,65 @@ TEST_F(Later, TheCallersTimeOutScopeHolds) {
 }
 
 TEST_F(Later, ArgumentsAreChecked) {
-  EXPECT_EQ(client.readLater(0, kStatusWord, nullptr), NKR_CAN_INVALID_NODE);
-  EXPECT_EQ(client.writeLater(128, kStatusWord, {1}, nullptr), NKR_CAN_INVALID_NODE);
+  const auto read = [](nkr_error_t, const Bytes&) {};
+  const auto written = [](nkr_error_t) {};
+  EXPECT_EQ(client.readLater(0, kStatusWord, read), NKR_CAN_INVALID_NODE);
+  EXPECT_EQ(client.writeLater(128, kStatusWord, {1}, written), NKR_CAN_INVALID_NODE);
   nkr::canopen::Client lonely(nullptr);
-  EXPECT_EQ(lonely.readLater(kNode, kStatusWord, nullptr), NKR_CAN_NOT_CONNECTED);
+  EXPECT_EQ(lonely.readLater(kNode, kStatusWord, read), NKR_CAN_NOT_CONNECTED);
+}
+
+TEST_F(Later, EmptyHandlersAreRefused) {
+  using nkr::canopen::Client;
+  EXPECT_EQ(client.readLater(kNode, kStatusWord, Client::ReadHandler()), NKR_ERROR);
+  EXPECT_EQ(client.readLater(kNode, kStatusWord, Client::ReadReportHandler()), NKR_ERROR);
+  EXPECT_EQ(client.writeLater(kNode, kStatusWord, {1}, Client::WriteHandler()), NKR_ERROR);
+  EXPECT_EQ(client.writeLater(kNode, kStatusWord, {1}, Client::WriteReportHandler()), NKR_ERROR);
+  EXPECT_EQ(node.requests(), Requests{});
+}
+
+TEST_F(Later, WhatAHandlerThrowsIsCountedAndEndsNothing) {
+  node.on(kRead, {kReply});
+  ASSERT_EQ(
+      client.readLater(kNode, kStatusWord,
+                       [](nkr_error_t, const Bytes&) { throw std::runtime_error("of the application"); }),
+      NKR_OK);
+  auto answer = read(kNode);
+  EXPECT_EQ(of(answer).result, NKR_OK);
+  EXPECT_EQ(client.getHandlerExceptions(), 1U);
+}
+
+TEST_F(Later, AHandlerCanGetWhatIsKnownOfAFailure) {
+  node.on(kRead, {"80 41 60 00 00 00 02 06"});
+  std::promise<nkr::canopen::RequestFailure> told;
+  ASSERT_EQ(client.readLater(kNode, kStatusWord,
+                             [&](nkr_error_t, const Bytes&, const nkr::canopen::RequestFailure* failure) {
+                               told.set_value(failure != nullptr ? *failure : nkr::canopen::RequestFailure());
+                             }),
+            NKR_OK);
+  auto failure = told.get_future();
+  ASSERT_EQ(failure.wait_for(20s), std::future_status::ready);
+  EXPECT_EQ(failure.get().code, NKR_SDO_NO_OBJECT);
+  node.on("2B 42 60 00 64 00 00 00", {"60 42 60 00 00 00 00 00"});
+  std::promise<bool> written;
+  ASSERT_EQ(client.writeLater(kNode, {0x6042, 0}, {0x64, 0},
+                              [&](nkr_error_t result, const nkr::canopen::RequestFailure* none) {
+                                written.set_value(result == NKR_OK && none == nullptr);
+                              }),
+            NKR_OK);
+  EXPECT_TRUE(written.get_future().get());
+}
+
+TEST_F(Later, NoMoreThan1024WaitForANodeThatIsSilent) {
+  client.setTimeout(60s);
+  nkr_error_t result = NKR_OK;
+  int taken = 0;
+  for (; result == NKR_OK && taken < 5000; ++taken)
+    result = client.readLater(kNode, kStatusWord, [](nkr_error_t, const Bytes&) {});
+  EXPECT_EQ(result, NKR_CAN_TX_OVERFLOW);
+  EXPECT_EQ(taken - 1, 1024) << "the one under way included";
+  EXPECT_EQ(client.readLater(11, kStatusWord, [](nkr_error_t, const Bytes&) {}), NKR_OK)
+      << "another node's requests are not held up";
 }
 
 }  // namespace

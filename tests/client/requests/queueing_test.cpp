@@ -40,6 +40,70 @@ TEST_F(Threads, RequestsToOneNodeAreMadeInTheOrderInWhichTheyCame) {
   for (std::thread& caller : callers) caller.join();
 }
 
+TEST_F(Threads, ATimeOutCoversTheWaitForOthers) {
+  auto slow = std::async(std::launch::async, [this] {
+    const nkr::canopen::SdoTimeoutScope patient(60s);
+    std::uint16_t value = 0;
+    return client.getValue(kNode, 0x20000000, value);
+  });
+  ASSERT_TRUE(node.wait_for_requests(1));
+  std::uint16_t value = 0;
+  const auto start = Clock::now();
+  EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
+  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_EQ(node.requests().size(), 1U) << "it was not sent";
+  nkr::canopen::RequestFailure failure;
+  ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
+  EXPECT_EQ(failure.cause, nkr::canopen::FailureCause::WAITED_FOR_OTHERS);
+  EXPECT_GE(failure.elapsed, 60ms);
+  node.reply("4B 00 20 00 01 00 00 00");
+  EXPECT_EQ(slow.get(), NKR_OK);
+}
+
+TEST_F(Threads, WhoGoesAwayUnservedLeavesTheQueueInOrder) {
+  client.setTimeout(60s);
+  const auto read = [this](std::uint32_t object, std::chrono::milliseconds timeout) {
+    return std::async(std::launch::async, [this, object, timeout] {
+      const nkr::canopen::SdoTimeoutScope scope(timeout);
+      std::uint8_t value = 0;
+      return client.getValue(kNode, object << 8, value);
+    });
+  };
+  for (int round = 0; round < 3; ++round) {
+    auto first = read(0x200001, 60s);
+    ASSERT_TRUE(node.wait_for_requests(2U * static_cast<unsigned>(round) + 1));
+    auto impatient = read(0x200002, 30ms);
+    std::this_thread::sleep_for(10ms);
+    auto last = read(0x200003, 60s);
+    auto impatient_too = read(0x200004, 30ms);
+    EXPECT_EQ(impatient.get(), NKR_SDO_TIMED_OUT);
+    EXPECT_EQ(impatient_too.get(), NKR_SDO_TIMED_OUT);
+    node.reply("4F 00 20 01 01 00 00 00");
+    EXPECT_EQ(first.get(), NKR_OK);
+    ASSERT_TRUE(node.wait_for_requests(2U * static_cast<unsigned>(round) + 2));
+    node.reply("4F 00 20 03 01 00 00 00");
+    EXPECT_EQ(last.get(), NKR_OK);
+  }
+}
+
+TEST_F(Threads, WhenNoMoreLateAnswersCanBeRememberedTheNodeIsHeldUp) {
+  nkr::canopen::ClientOptions options = short_times();
+  options.sdo_timeout = 20ms;
+  options.late_reply_grace = 60s;
+  Client patient(bus, options);
+  std::uint8_t value = 0;
+  for (std::uint32_t object = 0; object < 16; ++object)
+    ASSERT_EQ(patient.getValue(kNode, 0x20000000U | object << 8, value), NKR_SDO_TIMED_OUT);
+  auto next = std::async(std::launch::async, [&] {
+    std::uint8_t read = 0;
+    return patient.getValue(kNode, 0x20001100, read);
+  });
+  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(node.requests().size(), 32U) << "16 requests and their aborts";
+  patient.cancelRequests();
+  EXPECT_EQ(next.get(), NKR_CAN_CANCELLED);
+}
+
 TEST_F(Threads, ANodeThatIsSilentDoesNotHoldUpOthers) {
   client.setNodeTimeout(11, 30s);
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});

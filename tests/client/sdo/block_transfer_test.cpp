@@ -6,6 +6,7 @@
 #include <numeric>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
@@ -57,6 +58,7 @@ class Block : public ClientTest {
 constexpr std::uint32_t kAddress = 0x1F500100;
 const std::string kUpload = "A4 50 1F 01 7F 07 00 00";
 const std::string kStart = "A3 00 00 00 00 00 00 00";
+const std::string kInSegments = "40 50 1F 01 00 00 00 00";
 const std::string kEnd = "A1 00 00 00 00 00 00 00";
 
 std::string acknowledge(const std::string& sequence) {
@@ -94,9 +96,10 @@ TEST_F(Block, AWrongChecksumIsAborted) {
   node.on(kUpload, {"C6 50 1F 01 07 00 00 00"});
   node.on(kStart, {"81 01 02 03 04 05 06 07"});
   node.on(acknowledge("01"), {"C1 00 00 00 00 00 00 00"});
-  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_BLOCK_CRC);
+  node.on(kInSegments, {"80 50 1F 01 00 00 06 06"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_HARDWARE);
   EXPECT_EQ(bytes, Bytes{});
-  EXPECT_EQ(node.requests().back(), "80 50 1F 01 04 00 04 05");
+  EXPECT_EQ(node.requests().at(3), "80 50 1F 01 04 00 04 05");
 }
 
 TEST_F(Block, LostSegmentsAreAskedForAndComeFromSequence1) {
@@ -133,14 +136,16 @@ TEST_F(Block, AServerThatNeverSendsInSequenceIsGivenUp) {
   node.on(kUpload, {"C6 50 1F 01 0E 00 00 00"});
   node.on(kStart, {"82 08 09 0A 0B 0C 0D 0E"});
   node.on(acknowledge("00"), {"82 08 09 0A 0B 0C 0D 0E"});
-  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_BLOCK_SEQUENCE);
-  EXPECT_EQ(node.requests().back(), "80 50 1F 01 03 00 04 05");
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_TIMED_OUT) << "nor does it answer in segments";
+  const Requests requests = node.requests();
+  EXPECT_EQ(std::count(requests.begin(), requests.end(), "80 50 1F 01 03 00 04 05"), 1);
 }
 
 TEST_F(Block, AServerThatFallsSilentAmidSegmentsTimesOut) {
   node.on(kUpload, {"C6 50 1F 01 0E 00 00 00"});
   EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_TIMED_OUT);
-  EXPECT_EQ(node.requests(), (Requests{kUpload, kStart, "80 50 1F 01 00 00 04 05"}));
+  EXPECT_EQ(node.requests(),
+            (Requests{kUpload, kStart, "80 50 1F 01 00 00 04 05", kInSegments, "80 50 1F 01 00 00 04 05"}));
 }
 
 TEST_F(Block, AnAbortAmidSegmentsEndsTheUpload) {
@@ -206,11 +211,133 @@ TEST_F(Block, OtherAbortsOfAnUploadAreReturned) {
   EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_NO_OBJECT);
 }
 
-TEST_F(Block, AServerThatDoesNotAnswerToBlocksIsAskedInSegmentsTheNextTime) {
-  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_TIMED_OUT);
-  node.on("40 50 1F 01 00 00 00 00", {"4B 50 1F 01 01 02 00 00"});
+TEST_F(Block, AServerThatDoesNotAnswerToBlocksIsAskedInSegments) {
+  node.on(kInSegments, {"4B 50 1F 01 01 02 00 00"});
   EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
   EXPECT_EQ(bytes, counting(2));
+  EXPECT_EQ(node.requests(), (Requests{kUpload, "80 50 1F 01 00 00 04 05", kInSegments}));
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(node.requests().size(), 4U) << "the second time without the detour";
+}
+
+TEST_F(Block, TheLateAnswerToAnUnansweredBlockIsNotTakenForThatInSegments) {
+  node.on(kInSegments, {"C6 50 1F 01 11 00 00 00", "4B 50 1F 01 01 02 00 00"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(2));
+}
+
+TEST_F(Block, WhateverABlockIsRefusedWithTheObjectIsReadInSegments) {
+  for (const char* const code : {"01 00 04 05", "02 00 04 05", "00 00 01 06", "47 00 04 06", "00 00 00 08"}) {
+    tests::ScriptedNode server(*bus, 11);
+    nkr::canopen::Client fresh(bus, by_block());
+    server.on(kUpload, {"80 50 1F 01 " + std::string(code)});
+    server.on(kInSegments, {"41 50 1F 01 05 00 00 00"});
+    server.on("60 00 00 00 00 00 00 00", {"05 01 02 03 04 05 00 00"});
+    EXPECT_EQ(fresh.getBytes(11, kAddress, bytes), NKR_OK) << code;
+    EXPECT_EQ(bytes, counting(5)) << code;
+    EXPECT_EQ(fresh.getBytes(11, kAddress, bytes), NKR_OK) << code;
+    EXPECT_EQ(server.requests().size(), 5U) << code << ": the second time without the detour";
+  }
+}
+
+TEST_F(Block, ARefusalOfTheObjectItselfSaysNothingAboutBlocks) {
+  node.on(kUpload, {"80 50 1F 01 00 00 01 06"});
+  node.on(kInSegments, {"80 50 1F 01 00 00 01 06"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_UNSUPPORTED_ACCESS);
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_UNSUPPORTED_ACCESS);
+  const Requests requests = node.requests();
+  EXPECT_EQ(std::count(requests.begin(), requests.end(), kUpload), 2);
+}
+
+/** 17 segments: the second sub-block begins with the eighth. */
+class SecondSubBlock : public Block {
+ protected:
+  SecondSubBlock() {
+    node.on(kUpload, {"C2 50 1F 01 11 00 00 00"});
+    node.on(kStart, {"01 01 02 03 04 05 06 07"});
+    node.on(kInSegments, {"41 50 1F 01 05 00 00 00"});
+    node.on("60 00 00 00 00 00 00 00", {"05 01 02 03 04 05 00 00"});
+  }
+  std::ptrdiff_t asked_by_block() const {
+    const Requests requests = node.requests();
+    return std::count(requests.begin(), requests.end(), kUpload);
+  }
+};
+
+TEST_F(SecondSubBlock, ThatDoesNotComeIsNoEndOfTheUpload) {
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(5));
+}
+
+TEST_F(SecondSubBlock, ThatIsAbortedIsNoEndOfTheUpload) {
+  node.on(acknowledge("01"), {"80 50 1F 01 01 00 04 05"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(5));
+}
+
+TEST_F(SecondSubBlock, ThatFailsTwiceIsTheLastThatIsAskedFor) {
+  node.on(acknowledge("01"), {"80 50 1F 01 01 00 04 05"});
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(asked_by_block(), 2);
+}
+
+TEST_F(Block, SegmentsShorterThanTheirFrameAreNoData) {
+  node.on(kUpload, {"C2 50 1F 01 0E 00 00 00"});
+  node.on(kStart, {"01 01 02 03", "82 08 09 0A 0B 0C 0D 0E"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_LENGTH_LOW);
+  EXPECT_EQ(node.requests().back(), "80 50 1F 01 13 00 07 06");
+}
+
+TEST_F(Block, ALastSegmentMayBeAsShortAsItsData) {
+  node.on(kUpload, {"C2 50 1F 01 03 00 00 00"});
+  node.on(kStart, {"81 01 02 03"});
+  node.on(acknowledge("01"), {"D1 00 00 00 00 00 00 00"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(3));
+  node.change(kStart, {"81 01 02"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_LENGTH_LOW);
+}
+
+TEST_F(Block, AnEndTooShortForItsChecksumHasNone) {
+  node.on(kUpload, {"C6 50 1F 01 07 00 00 00"});
+  node.on(kStart, {"81 00 00 00 00 00 00 00"});  // whose checksum is 0
+  node.on(acknowledge("01"), {"C1 00"});
+  node.on(kInSegments, {"80 50 1F 01 00 00 06 06"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_HARDWARE) << "asked again in segments";
+}
+
+TEST_F(Block, MoreBytesThanStatedAreAborted) {
+  node.on(kUpload, {"C2 50 1F 01 08 00 00 00"});
+  node.on(kStart, {"01 01 02 03 04 05 06 07", "02 08 09 0A 0B 0C 0D 0E", "83 0F 10 11 12 13 14 15"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_LENGTH_HIGH);
+  EXPECT_EQ(node.requests().back(), "80 50 1F 01 12 00 07 06");
+}
+
+TEST_F(Block, FewerBytesThanStatedAreAborted) {
+  node.on(kUpload, {"C2 50 1F 01 C8 00 00 00"});
+  node.on(kStart, {"81 01 02 03 04 05 06 07"});
+  node.on(acknowledge("01"), {"C1 00 00 00 00 00 00 00"});
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_SDO_LENGTH_LOW);
+  EXPECT_EQ(node.requests().back(), "80 50 1F 01 13 00 07 06");
+  ASSERT_EQ(blocks.setStatedSizesIgnored(kNode, true), NKR_OK);
+  EXPECT_EQ(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_EQ(bytes, counting(7));
+}
+
+TEST_F(Block, SegmentsOutOfSequenceDoNotProlongTheUpload) {
+  node.on(kUpload, {"C2 50 1F 01 15 00 00 00"});
+  std::atomic<bool> stop{false};
+  std::thread babbler([&] {
+    while (!stop) {
+      node.reply("05 01 02 03 04 05 06 07");
+      std::this_thread::sleep_for(1ms);
+    }
+  });
+  const auto start = Clock::now();
+  EXPECT_NE(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
+  EXPECT_LT(Clock::now() - start, 10s) << "with time-outs of 60 ms";
+  stop = true;
+  babbler.join();
 }
 
 const std::string kDownload = "C6 50 1F 01 11 00 00 00";
@@ -293,6 +420,25 @@ TEST_F(Block, ARefusedDownloadIsMadeInSegments) {
   node.on("00 01 02 03 04 05 06 07", {"20 00 00 00 00 00 00 00"});
   node.on("1D 08 00 00 00 00 00 00", {"30 00 00 00 00 00 00 00"});
   EXPECT_EQ(blocks.setBytes(kNode, kAddress, counting(8)), NKR_OK);
+}
+
+TEST_F(Block, ADownloadIsMadeInSegmentsAfterAnyRefusalOfItsOpening) {
+  for (const char* const code : {"01 00 04 05", "00 00 01 06", "47 00 04 06", "00 00 00 08"}) {
+    tests::ScriptedNode server(*bus, 11);
+    nkr::canopen::Client fresh(bus, by_block());
+    server.on("C6 50 1F 01 08 00 00 00", {"80 50 1F 01 " + std::string(code)});
+    server.on("21 50 1F 01 08 00 00 00", {"60 50 1F 01 00 00 00 00"});
+    server.on("00 01 02 03 04 05 06 07", {"20 00 00 00 00 00 00 00"});
+    server.on("1D 08 00 00 00 00 00 00", {"30 00 00 00 00 00 00 00"});
+    EXPECT_EQ(fresh.setBytes(11, kAddress, counting(8)), NKR_OK) << code;
+  }
+}
+
+TEST_F(Block, ADownloadThatIsAbortedAfterItsOpeningIsNotMadeAgain) {
+  node.on(kDownload, {"A4 50 1F 01 02 00 00 00"});
+  node.on("02 08 09 0A 0B 0C 0D 0E", {"80 50 1F 01 01 00 04 05"});
+  EXPECT_EQ(blocks.setBytes(kNode, kAddress, counting(17)), NKR_SDO_UNKNOWN_COMMAND);
+  EXPECT_EQ(node.requests().size(), 3U) << "something may have been written";
 }
 
 TEST_F(Block, ADownloadThatTimedOutIsNotMadeInSegmentsOnItsOwn) {

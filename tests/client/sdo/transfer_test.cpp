@@ -146,29 +146,12 @@ TEST_F(Sdo, AWrongToggleInADownloadIsAborted) {
   EXPECT_EQ(node.requests().back(), "80 41 60 00 00 00 03 05");
 }
 
-TEST_F(Sdo, AWrongSizeInTheFirstReplyOfASegmentedUploadIsNotReliedOn) {
-  node.on(kRead, {"41 41 60 00 FF 00 00 00"});
-  node.on("60 00 00 00 00 00 00 00", {"0B 76 65 00 00 00 00 00"});
-  std::string text;
-  EXPECT_EQ(client.getValue(kNode, 0x60410000, text), NKR_OK);
-  EXPECT_EQ(text, "ve");
-}
-
 TEST_F(Sdo, ASegmentedUploadMayStateNoSize) {
   node.on(kRead, {"40 41 60 00 00 00 00 00"});
   node.on("60 00 00 00 00 00 00 00", {"0B 76 65 00 00 00 00 00"});
   std::string text;
   EXPECT_EQ(client.getValue(kNode, 0x60410000, text), NKR_OK);
   EXPECT_EQ(text, "ve");
-}
-
-TEST_F(Sdo, ShortSegmentsHaveTheBytesThatWereSent) {
-  node.on(kRead, {"41 41 60 00 09"});
-  node.on("60 00 00 00 00 00 00 00", {"00 54 61 76 20 64 72 69"});
-  node.on("70 00 00 00 00 00 00 00", {"11 76 65"});
-  std::string text;
-  EXPECT_EQ(client.getValue(kNode, 0x60410000, text), NKR_OK);
-  EXPECT_EQ(text, "Tav drive");
 }
 
 TEST_F(Sdo, ADoubledFirstReplyDoesNotDisturbTheSegments) {

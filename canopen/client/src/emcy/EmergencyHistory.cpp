@@ -35,7 +35,11 @@ void EmergencyHistory::note_active(Node& node, const Emergency& emergency) {
   }
   const auto same = std::find_if(node.active.begin(), node.active.end(),
                                  [&](const Emergency& known) { return known.code == emergency.code; });
-  if (same != node.active.end()) node.active.erase(same);
+  if (same != node.active.end()) {
+    node.active.erase(same);
+  } else if (node.active.size() == kMostActive) {
+    node.active.erase(node.active.begin());
+  }
   node.active.push_back(emergency);
 }
 

@@ -19,13 +19,15 @@ class EmergencyHistory {
   bool arrived(const can::Frame& frame, Emergency& emergency);
   /** Oldest first; the last 256 of a node are kept. */
   [[nodiscard]] std::vector<Emergency> of(std::uint8_t node) const;
-  /** Those since whose arrival the node did not say that it has no error left, each code once. */
+  /** Those since whose arrival the node did not say that it has no error left, each code once; of more than
+   * 256 codes the last ones. */
   [[nodiscard]] std::vector<Emergency> active(std::uint8_t node) const;
   /** The node restarted: what was active is not known to be so any more. */
   void node_restarted(std::uint8_t node);
 
  private:
   static constexpr std::size_t kKept = 256;
+  static constexpr std::size_t kMostActive = 256;
   struct Node {
     std::deque<Emergency> history;
     std::vector<Emergency> active;

@@ -12,11 +12,11 @@ constexpr std::uint8_t kOperational = 5;
 }  // namespace
 
 /** A beat that the bus cannot take before the next one is due is given up: late beats help nobody. */
-void HeartbeatProducer::start(std::uint8_t node, std::chrono::milliseconds period) {
-  timers_.set(Timers::Slot::HOST_HEARTBEAT, Clock::now(), [this, node, period](Clock::time_point due) {
-    port_.send({kErrorControlId + node, {kOperational}}, due + period);
-    return next_turn(due, period);
-  });
+bool HeartbeatProducer::start(std::uint8_t node, std::chrono::milliseconds period) {
+  const can::Frame beat{kErrorControlId + node, {kOperational}};
+  return timers_.set(
+      Timers::Slot::HOST_HEARTBEAT, Clock::now(),
+      periodic(can::saturated(period), [this, beat] { return port_.send(beat, Clock::time_point{}); }));
 }
 
 void HeartbeatProducer::stop() {

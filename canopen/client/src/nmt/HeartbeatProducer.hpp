@@ -14,8 +14,8 @@ class HeartbeatProducer {
  public:
   HeartbeatProducer(can::Port& port, Timers& timers) : port_(port), timers_(timers) {}
 
-  /** The host is node `node`, operational, and says so every period. */
-  void start(std::uint8_t node, std::chrono::milliseconds period);
+  /** The host is node `node`, operational, and says so every period. False without a thread. */
+  bool start(std::uint8_t node, std::chrono::milliseconds period);
   void stop();
 
  private:

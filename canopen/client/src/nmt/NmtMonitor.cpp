@@ -28,7 +28,7 @@ NMTState state_of(std::uint8_t code) {
 
 NmtMonitor::TimePoint NmtMonitor::Node::lost_at() const {
   const Duration allowed = life_time != Duration::zero() ? life_time : timeout;
-  return monitored && allowed != Duration::zero() ? last + allowed : TimePoint::max();
+  return monitored && allowed > Duration::zero() ? can::time_after(last, allowed) : TimePoint::max();
 }
 
 NmtMonitor::TimePoint NmtMonitor::Node::due() const {
@@ -40,56 +40,57 @@ bool NmtMonitor::Node::is_repeated(std::uint8_t toggle) {
   return life_time != Duration::zero() && std::exchange(last_toggle, toggle) == toggle;
 }
 
-NmtMonitor::NmtMonitor(Duration heartbeat_timeout) {
+NmtMonitor::NmtMonitor(Duration heartbeat_timeout, Tell tell) : tell_(std::move(tell)) {
   for (Node& node : nodes_) node.timeout = heartbeat_timeout;
 }
 
-NmtMonitor::Events NmtMonitor::arrived(const can::Frame& frame, TimePoint now) {
-  Events events;
-  if (frame.size == 0) return events;
+bool NmtMonitor::arrived(const can::Frame& frame, TimePoint now) {
+  if (frame.size == 0) return false;
   const auto code = static_cast<std::uint8_t>(frame.data[0] & kStateMask);
   Event event;
   event.node = frame.id & kNodeMask;
   const std::lock_guard<std::mutex> lock(mutex_);
   Node& node = nodes_.at(event.node);
-  if (code != kBootUp && node.is_repeated(static_cast<std::uint8_t>(frame.data[0] & kToggle))) return events;
+  if (code != kBootUp && node.is_repeated(static_cast<std::uint8_t>(frame.data[0] & kToggle))) return false;
   node.last = now;
+  bool changed = true;
   if (code == kBootUp) {
-    boot_up(node, event, events);
+    boot_up(node, event);
   } else {
-    heartbeat(node, state_of(code), event, events);
+    changed = heartbeat(node, state_of(code), event);
   }
   node.heard = true;
-  return events;
+  return changed;
 }
 
 /** A loss that was told lasts until the next heartbeat: a boot-up alone does not bring the heartbeat back. */
-void NmtMonitor::boot_up(Node& node, Event event, Events& events) {
+void NmtMonitor::boot_up(Node& node, Event event) {
   const bool surprising = !std::exchange(node.reset_commanded, false) && node.heard;
   node.state = event.state = NMTState::PRE_OPERATIONAL;
   node.booting = true;
   node.last_toggle = kNoToggle;
   event.kind = surprising ? Event::Kind::UNEXPECTED_BOOT_UP : Event::Kind::BOOT_UP;
-  events.push_back(event);
+  tell_(event);
 }
 
-void NmtMonitor::heartbeat(Node& node, NMTState state, Event event, Events& events) {
+bool NmtMonitor::heartbeat(Node& node, NMTState state, Event event) {
   const bool changed = !node.heard || node.state != state;
   node.state = event.state = state;
   node.monitored = true;
   node.booting = false;
-  if (std::exchange(node.lost, false)) {
+  const bool returned = std::exchange(node.lost, false);
+  if (returned) {
     event.kind = Event::Kind::HEARTBEAT_RETURNED;
-    events.push_back(event);
+    tell_(event);
   }
   if (changed) {
     event.kind = Event::Kind::STATE_CHANGED;
-    events.push_back(event);
+    tell_(event);
   }
+  return changed || returned;
 }
 
-NmtMonitor::Events NmtMonitor::check(TimePoint now) {
-  Events events;
+void NmtMonitor::check(TimePoint now) {
   const std::lock_guard<std::mutex> lock(mutex_);
   for (std::size_t id = 1; id < nodes_.size(); ++id) {
     Node& node = nodes_.at(id);
@@ -97,11 +98,10 @@ NmtMonitor::Events NmtMonitor::check(TimePoint now) {
     Event event;
     event.node = static_cast<std::uint8_t>(id);
     event.kind = node.heard ? Event::Kind::HEARTBEAT_LOST : Event::Kind::NEVER_HEARD;
-    events.push_back(event);
     node.lost = node.heard;
     node.expected_until = TimePoint::max();
+    tell_(event);
   }
-  return events;
 }
 
 NmtMonitor::TimePoint NmtMonitor::next_check() const {
@@ -142,7 +142,7 @@ void NmtMonitor::start_guarding(std::uint8_t id, Duration life_time, TimePoint n
     node.monitored = true;
     node.last = now;
   } else {
-    node.expected_until = now + life_time;
+    node.expected_until = can::time_after(now, life_time);
   }
 }
 

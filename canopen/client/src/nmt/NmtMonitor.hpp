@@ -4,12 +4,12 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/Frame.hpp>
 #include <nkr/canopen/Event.hpp>
 #include <nkr/canopencore/NMT.hpp>
-#include <vector>
 
 namespace nkr::canopen {
 
@@ -18,19 +18,23 @@ namespace nkr::canopen {
  * heartbeat starts with the first one, not before: so that it never comes has a time of its own (`expect`). A
  * node that is guarded instead (7.2.8.2.2) answers with its state and a toggle bit; it is monitored the same
  * way.
+ *
+ * What happens to a node is told while the monitor is locked, so in the order in which it happened, whichever
+ * thread found it.
  */
 class NmtMonitor {
  public:
   using Duration = std::chrono::milliseconds;
   using TimePoint = can::Clock::time_point;
-  using Events = std::vector<Event>;
+  /** Must not call the monitor. */
+  using Tell = std::function<void(const Event&)>;
 
-  explicit NmtMonitor(Duration heartbeat_timeout);
+  NmtMonitor(Duration heartbeat_timeout, Tell tell);
 
-  /** A frame with identifier 701h to 77Fh arrived. */
-  [[nodiscard]] Events arrived(const can::Frame& frame, TimePoint now);
-  /** What the time that passed has brought about. */
-  [[nodiscard]] Events check(TimePoint now);
+  /** A frame with identifier 701h to 77Fh arrived. True when that changed anything. */
+  bool arrived(const can::Frame& frame, TimePoint now);
+  /** Tells what the time that passed has brought about. */
+  void check(TimePoint now);
   /** When `check` has something to tell at the earliest; TimePoint::max(): never. */
   [[nodiscard]] TimePoint next_check() const;
 
@@ -70,9 +74,10 @@ class NmtMonitor {
     [[nodiscard]] TimePoint due() const;
     [[nodiscard]] bool is_repeated(std::uint8_t toggle);
   };
-  static void boot_up(Node& node, Event event, Events& events);
-  static void heartbeat(Node& node, canopencore::NMTState state, Event event, Events& events);
+  void boot_up(Node& node, Event event);
+  bool heartbeat(Node& node, canopencore::NMTState state, Event event);
 
+  const Tell tell_;
   mutable std::mutex mutex_;
   std::array<Node, 128> nodes_;
 };

@@ -20,13 +20,16 @@ can::Frame question(std::uint32_t node) {
 
 }  // namespace
 
-void NodeGuarding::start(std::uint8_t node, Duration guard_time) {
+bool NodeGuarding::start(std::uint8_t node, Duration guard_time) {
   const TimePoint now = Clock::now();
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     nodes_.at(node) = {guard_time, now};
   }
-  timers_.set(Timers::Slot::NODE_GUARDING, now, [this](TimePoint /*due*/) { return ask_who_is_due(); });
+  const bool started =
+      timers_.set(Timers::Slot::NODE_GUARDING, now, [this](TimePoint /*due*/) { return ask_who_is_due(); });
+  if (!started) stop(node);
+  return started;
 }
 
 void NodeGuarding::stop(std::uint8_t node) {
@@ -44,10 +47,10 @@ NodeGuarding::TimePoint NodeGuarding::ask_who_is_due() {
       const std::lock_guard<std::mutex> lock(mutex_);
       Node& node = nodes_.at(id);
       is_due = node.due <= now;
-      if (is_due) node.due = next_turn(node.due, node.guard_time);
+      if (is_due) node.due = next_turn(node.due, can::saturated(node.guard_time));
       next = std::min(next, node.due);
     }
-    if (is_due) port_.send(question(static_cast<std::uint32_t>(id)), now);
+    if (is_due) port_.send(question(static_cast<std::uint32_t>(id)), Clock::time_point{});
   }
   return next;
 }

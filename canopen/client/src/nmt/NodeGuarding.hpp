@@ -18,8 +18,8 @@ class NodeGuarding {
 
   NodeGuarding(can::Port& port, Timers& timers) : port_(port), timers_(timers) {}
 
-  /** The node is asked now, and from then on once every guard time. */
-  void start(std::uint8_t node, Duration guard_time);
+  /** The node is asked now, and from then on once every guard time. False without a thread. */
+  bool start(std::uint8_t node, Duration guard_time);
   void stop(std::uint8_t node);
 
  private:

@@ -56,7 +56,7 @@ bool commands_motion(canopencore::ObjectAddress address) {
 
 Recovery::~Recovery() {
   close();
-  for (std::thread& thread : threads_) thread.join();
+  for (can::Thread& thread : threads_) thread.end();
 }
 
 void Recovery::close() {
@@ -65,24 +65,29 @@ void Recovery::close() {
   changed_.notify_all();
 }
 
-void Recovery::keep(std::uint8_t id, NodeConfiguration configuration) {
+nkr_error_t Recovery::keep(std::uint8_t id, NodeConfiguration configuration) {
   Shared kept;
   if (!configuration.empty()) kept = std::make_shared<const NodeConfiguration>(std::move(configuration));
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (closed_) return;
+  if (closed_) return NKR_CAN_CLOSED;
   Node& node = nodes_.at(id);
-  node.configuration = std::move(kept);
+  if (kept && !has_thread_for(node)) return NKR_CAN_NO_RESOURCES;
+  node.configuration.swap(kept);
   node.was_settled = node.restarted = false;
   disturb(node, node.configuration ? Clock::now() : TimePoint::max());
-  have_threads();
+  return NKR_OK;
 }
 
-/** One for each node, up to a few. */
-void Recovery::have_threads() {
-  const auto wanted = std::count_if(nodes_.begin(), nodes_.end(),
-                                    [](const Node& node) { return node.configuration != nullptr; });
-  if (threads_.size() < std::min(static_cast<std::size_t>(wanted), kMostThreads))
-    threads_.emplace_back([this] { run(); });
+/** One for each node, up to a few; those that there are will do when the system has no more. */
+bool Recovery::has_thread_for(const Node& node) {
+  const auto others = std::count_if(nodes_.begin(), nodes_.end(), [&](const Node& other) {
+    return &other != &node && other.configuration != nullptr;
+  });
+  if (threads_.size() > std::min(static_cast<std::size_t>(others), kMostThreads - 1)) return true;
+  threads_.emplace_back();
+  if (threads_.back().start([this] { run(); })) return true;
+  threads_.pop_back();
+  return !threads_.empty();
 }
 
 void Recovery::disturb(Node& node, TimePoint due) {

@@ -11,9 +11,9 @@
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/can/Thread.hpp>
 #include <nkr/canopen/Event.hpp>
 #include <nkr/canopen/NodeConfiguration.hpp>
-#include <thread>
 #include <vector>
 
 #include "runtime/EventQueue.hpp"
@@ -53,8 +53,9 @@ class Recovery {
   Recovery(const Recovery&) = delete;
   Recovery& operator=(const Recovery&) = delete;
 
-  /** Brings the configuration into the node, now and from now on; an empty one ends that. */
-  void keep(std::uint8_t node, NodeConfiguration configuration);
+  /** Brings the configuration into the node, now and from now on; an empty one ends that. NKR_OK;
+   * NKR_CAN_CLOSED; NKR_CAN_NO_RESOURCES, and nothing is kept, without a thread. */
+  nkr_error_t keep(std::uint8_t node, NodeConfiguration configuration);
   /** Something happened: the application is told, in order with what is told here. */
   void tell(const Event& event);
   /** Ends the work; its requests must be ended, too. Does not wait. */
@@ -89,7 +90,7 @@ class Recovery {
   void succeeded(std::uint8_t id, Node& node);
   void failed(std::uint8_t id, Node& node, const Outcome& outcome);
   [[nodiscard]] std::size_t earliest() const;
-  void have_threads();
+  bool has_thread_for(const Node& node);
 
   Access& access_;
   EventQueue& events_;
@@ -97,7 +98,7 @@ class Recovery {
   std::condition_variable changed_;
   std::array<Node, 128> nodes_;
   bool closed_ = false;
-  std::vector<std::thread> threads_;
+  std::vector<can::Thread> threads_;
 };
 
 }  // namespace nkr::canopen

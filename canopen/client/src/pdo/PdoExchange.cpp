@@ -42,7 +42,7 @@ struct PdoExchange::Collection {
 };
 
 PdoExchange::PdoExchange(can::Bus& bus, can::Port& port, SyncProducer& sync, Duration late_grace)
-    : bus_(bus), port_(port), sync_(sync), late_grace_(late_grace) {}
+    : bus_(bus), port_(port), sync_(sync), late_grace_(can::saturated(late_grace)) {}
 
 nkr_error_t PdoExchange::pdos(PdoDirection direction, const ObjectReader& read, Pdos& pdos) {
   const auto slot = static_cast<std::size_t>(direction);
@@ -70,19 +70,30 @@ void PdoExchange::forget() {
 
 nkr_error_t PdoExchange::exchange(const can::Frame* rpdo, const std::vector<const Pdo*>& pdos,
                                   Duration timeout, std::vector<can::Frame>& frames) {
-  const GateStay stay(gate_);
-  if (stay.result() != NKR_OK) return stay.result();
+  const Clock::time_point deadline = can::time_after(Clock::now(), timeout);
+  const GateStay stay(gate_, deadline);
+  if (stay.result() != NKR_OK) return stay.result() == NKR_CAN_TIMED_OUT ? NKR_SDO_TIMED_OUT : stay.result();
   nkr_error_t result = listen_to(pdos);
-  if (result == NKR_OK) result = settle();
-  const Clock::time_point deadline = Clock::now() + timeout;
+  if (result == NKR_OK) result = settle(deadline);
   if (result == NKR_OK && rpdo != nullptr) result = port_.send(*rpdo, deadline);
+  const Clock::time_point begin = Clock::now();
   if (result == NKR_OK) result = sync_.send(deadline);
   if (result != NKR_OK) return result;
   Collection collection(pdos, frames);
-  result = collect(collection, deadline);
+  result = collect(collection, can::time_after(begin, timeout));
+  const Clock::time_point end = Clock::now();
   late_count_ = result == NKR_OK ? 0 : collection.missing();
-  late_until_ = Clock::now() + late_grace_;
+  late_until_ = can::time_after(end, grace());
+  if (result == NKR_OK && !pdos.empty()) longest_ = std::max(longest_, end - begin);
   return result;
+}
+
+/** A PDO that is later than this by far was lost, or is one of a node that nobody can count on. */
+Clock::duration PdoExchange::grace() const {
+  constexpr int kFactor = 8;
+  constexpr std::chrono::milliseconds kLeast{10};
+  if (longest_ == Clock::duration::zero() || longest_ > late_grace_ / kFactor) return late_grace_;
+  return std::min<Clock::duration>(std::max<Clock::duration>(kFactor * longest_, kLeast), late_grace_);
 }
 
 nkr_error_t PdoExchange::listen_to(const std::vector<const Pdo*>& pdos) {
@@ -102,22 +113,27 @@ nkr_error_t PdoExchange::listen_to(const std::vector<const Pdo*>& pdos) {
 }
 
 /** Drops what came before; waits for what an earlier SYNC still owes. */
-nkr_error_t PdoExchange::settle() {
+nkr_error_t PdoExchange::settle(const can::Deadline& deadline) {
+  nkr_error_t result = listener_->drain(
+      [this](const can::Frame& frame) {
+        if (frame.id != kSyncId && late_count_ > 0) --late_count_;
+      },
+      deadline);
   can::Frame frame;
-  nkr_error_t result = NKR_OK;
-  while (result != NKR_CAN_TIMED_OUT) {
-    const Clock::time_point until = late_count_ > 0 ? late_until_ : Clock::time_point{};
-    result = listener_->receive(frame, until);
-    if (result == NKR_CAN_CLOSED) return result;
+  while (result == NKR_OK && late_count_ > 0) {
+    result = listener_->receive(frame, late_until_);
+    if (result == NKR_CAN_TIMED_OUT || Clock::now() >= late_until_) late_count_ = 0;
     if (result == NKR_OK && frame.id != kSyncId && late_count_ > 0) --late_count_;
+    if (result != NKR_CAN_CLOSED) result = NKR_OK;
   }
-  return NKR_OK;
+  return result == NKR_CAN_TIMED_OUT ? NKR_SDO_TIMED_OUT : result;
 }
 
+/** Frames that bring nothing new do not prolong the wait. */
 nkr_error_t PdoExchange::collect(Collection& collection, Clock::time_point deadline) {
   can::Frame frame;
-  while (collection.missing() > 0) {
-    const nkr_error_t result = listener_->receive(frame, deadline);
+  for (bool in_time = true; collection.missing() > 0; in_time = Clock::now() < deadline) {
+    const nkr_error_t result = in_time ? listener_->receive(frame, deadline) : NKR_CAN_TIMED_OUT;
     if (result == NKR_CAN_TIMED_OUT) return NKR_SDO_TIMED_OUT;
     if (result != NKR_OK) return result;
     collection.take(frame);

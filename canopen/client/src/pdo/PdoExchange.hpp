@@ -33,7 +33,8 @@ class PdoExchange {
    * Sends the RPDO (none when null), then SYNC, and waits for one frame of each of the PDOs. All of them
    * follow one SYNC: when another one is seen meanwhile, they are collected anew from there.
    * @param frames as many as PDOs, in their order
-   * @return NKR_SDO_TIMED_OUT when one of them does not come; then it is waited for before the next SYNC
+   * @return NKR_SDO_TIMED_OUT when one of them does not come; then it is waited for before the next SYNC, for
+   * several times the longest that this node's PDOs have taken so far
    */
   nkr_error_t exchange(const can::Frame* rpdo, const std::vector<const Pdo*>& pdos, Duration timeout,
                        std::vector<can::Frame>& frames);
@@ -42,13 +43,14 @@ class PdoExchange {
  private:
   struct Collection;
   nkr_error_t listen_to(const std::vector<const Pdo*>& pdos);
-  nkr_error_t settle();
+  nkr_error_t settle(const can::Deadline& deadline);
   nkr_error_t collect(Collection& collection, can::Clock::time_point deadline);
+  [[nodiscard]] can::Clock::duration grace() const;
 
   can::Bus& bus_;
   can::Port& port_;
   SyncProducer& sync_;
-  const Duration late_grace_;
+  const can::Clock::duration late_grace_;
 
   std::mutex mutex_;  ///< of what is known of the PDOs, and of opening against closing
   Pdos known_[2];
@@ -60,6 +62,7 @@ class PdoExchange {
   std::vector<std::uint32_t> listened_;
   can::Clock::time_point late_until_;  ///< PDOs of a SYNC that timed out may come until then
   std::size_t late_count_ = 0;         ///< how many of them
+  can::Clock::duration longest_{};     ///< that a whole set of PDOs took after its SYNC; 0: none came
 };
 
 }  // namespace nkr::canopen

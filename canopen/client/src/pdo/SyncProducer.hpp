@@ -3,9 +3,9 @@
 
 #include <nkr/error.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <nkr/can/Bus.hpp>
 
 #include "runtime/Timers.hpp"
@@ -18,19 +18,18 @@ class SyncProducer {
   /** `counter_overflow`: 2 to 240 puts a counter from 1 to there into SYNC (object 1019h); else none. */
   SyncProducer(can::Port& port, Timers& timers, std::uint8_t counter_overflow);
 
-  void start(std::chrono::microseconds period);
+  /** False without a thread. */
+  bool start(std::chrono::microseconds period);
   void stop();
-  /** One SYNC; waits until the deadline at most when the bus cannot take it at once. */
-  nkr_error_t send(can::Clock::time_point deadline);
+  /** One SYNC; waits until the deadline at most when the bus cannot take it at once. One that was not sent
+   * does not count. */
+  nkr_error_t send(const can::Deadline& deadline);
 
  private:
-  [[nodiscard]] can::Frame next();
-
   can::Port& port_;
   Timers& timers_;
   const std::uint8_t counter_overflow_;
-  std::mutex mutex_;
-  std::uint8_t counter_ = 0;
+  std::atomic<std::uint8_t> counter_{0};
 };
 
 }  // namespace nkr::canopen

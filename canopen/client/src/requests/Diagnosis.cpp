@@ -33,8 +33,10 @@ FailureCause cause_of_silence(const RequestFailure& failure, const Circumstances
 FailureCause likely_cause(const RequestFailure& failure, const Circumstances& circumstances) {
   if (circumstances.by_node) return FailureCause::REFUSED_BY_NODE;
   if (failure.code == NKR_CAN_CLOSED) return FailureCause::CLOSED;
+  if (failure.code == NKR_CAN_CANCELLED) return FailureCause::CANCELLED;
   if (has_no_interface(failure)) return FailureCause::NO_INTERFACE;
   if (is_bus_off(failure)) return FailureCause::BUS_OFF;
+  if (circumstances.queued) return FailureCause::WAITED_FOR_OTHERS;
   if (failure.code == NKR_CAN_TX_OVERFLOW) return FailureCause::SEND_QUEUE_FULL;
   return failure.code == NKR_SDO_TIMED_OUT ? cause_of_silence(failure, circumstances)
                                            : FailureCause::WRONG_ANSWER;

@@ -8,6 +8,7 @@ namespace nkr::canopen {
 /** What the likely cause of a failure is judged by, beside the record itself. */
 struct Circumstances {
   bool by_node = false;                  ///< the code came from the node, as an abort
+  bool queued = false;                   ///< it was not sent: other requests to the node took its time
   bool heartbeat_lost = false;           ///< a heartbeat was heard and stays away
   bool just_booted = false;              ///< the node's last sign of life but SDO was a boot-up, a moment ago
   bool answered_other_requests = false;  ///< the node answered another request a moment ago

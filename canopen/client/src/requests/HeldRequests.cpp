@@ -22,17 +22,19 @@ void HeldRequests::Place::join() {
   ++requests_.count_;
 }
 
-nkr_error_t HeldRequests::Place::await_turn(bool may_wait) {
+nkr_error_t HeldRequests::Place::await_turn(bool may_wait, can::Clock::time_point until) {
   std::unique_lock<std::mutex> lock(requests_.mutex_);
-  const auto is_first = [this] { return requests_.closed_ || requests_.first_of(object_) == this; };
+  const auto is_first = [this] {
+    return requests_.closed_ || cancelled_ || requests_.first_of(object_) == this;
+  };
   if (!may_wait && !is_first()) return NKR_CAN_WOULD_DEADLOCK;
-  requests_.changed_.wait(lock, is_first);
-  return requests_.closed_ ? NKR_CAN_CLOSED : NKR_OK;
+  if (!requests_.changed_.wait_until(lock, until, is_first)) return NKR_CAN_TIMED_OUT;
+  return requests_.closed_ || cancelled_ ? NKR_CAN_CLOSED : NKR_OK;
 }
 
 nkr_error_t HeldRequests::Place::listen(std::unique_ptr<can::Port> port) {
   const std::lock_guard<std::mutex> lock(requests_.mutex_);
-  if (requests_.closed_) return NKR_CAN_CLOSED;
+  if (requests_.closed_ || cancelled_) return NKR_CAN_CLOSED;
   port_ = std::move(port);
   return NKR_OK;
 }
@@ -52,13 +54,21 @@ bool HeldRequests::finds(sdo::Multiplexer object) {
   return first_of(object) != nullptr;
 }
 
-void HeldRequests::close() {
+void HeldRequests::cancel() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  closed_ = true;
   for (Place* place = first_; place != nullptr; place = place->next_) {
+    place->cancelled_ = true;
     if (place->port_) place->port_->close();
   }
   changed_.notify_all();
+}
+
+void HeldRequests::close() {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+  }
+  cancel();
 }
 
 }  // namespace nkr::canopen

@@ -31,10 +31,12 @@ class HeldRequests {
 
     /** Takes its place behind those that are there. */
     void join();
-    /** Waits until no earlier request for the object is left. NKR_OK; NKR_CAN_CLOSED; NKR_CAN_WOULD_DEADLOCK
-     * when it would have to wait and may not. */
-    nkr_error_t await_turn(bool may_wait);
-    /** The port on which it waits for the answer; closed with the channel. NKR_OK or NKR_CAN_CLOSED. */
+    /** Waits until no earlier request for the object is left. NKR_OK; NKR_CAN_TIMED_OUT; NKR_CAN_CLOSED when
+     * the channel was closed or its requests were cancelled; NKR_CAN_WOULD_DEADLOCK when it would have to
+     * wait and may not. */
+    nkr_error_t await_turn(bool may_wait, can::Clock::time_point until);
+    /** The port on which it waits for the answer; closed with the channel and when requests are cancelled.
+     * NKR_OK or NKR_CAN_CLOSED. */
     nkr_error_t listen(std::unique_ptr<can::Port> port);
     /** Waits for a frame that may be the answer; results as of Port::receive. */
     nkr_error_t receive(can::Frame& frame, can::Clock::time_point deadline);
@@ -47,6 +49,7 @@ class HeldRequests {
     const sdo::Multiplexer object_;
     std::unique_ptr<can::Port> port_;
     bool joined_ = false;
+    bool cancelled_ = false;
     Place* next_ = nullptr;
   };
 
@@ -54,7 +57,9 @@ class HeldRequests {
   [[nodiscard]] bool holds(sdo::Multiplexer object) {
     return count_.load(std::memory_order_relaxed) != 0 && finds(object);
   }
-  /** Wakes and refuses everybody. */
+  /** Wakes and refuses everybody who is there. */
+  void cancel();
+  /** The same, and whoever comes later. */
   void close();
 
  private:

@@ -3,184 +3,212 @@
 #include <algorithm>
 #include <utility>
 
-#include "runtime/coarse_clock.hpp"
-#include "sdo/Download.hpp"
-#include "sdo/DownloadByBlock.hpp"
-#include "sdo/Upload.hpp"
-#include "sdo/UploadByBlock.hpp"
+#include "sdo/ObjectTransfer.hpp"
 
 namespace nkr::canopen {
 
 using can::Clock;
 
-namespace {
-
-TransferResult failure(nkr_error_t code, Clock::time_point waiting_since) {
-  return {code, false, {}, waiting_since};
-}
-
-}  // namespace
-
-NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard)
+NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard,
+                         PortBudget& budget)
     : bus_(bus),
-      node_(node),
-      late_reply_grace_(options.late_reply_grace),
+      budget_(budget),
+      late_reply_grace_(can::saturated(options.late_reply_grace)),
       block_threshold_(options.block_threshold),
-      heard_(heard) {}
-
-template <class Transfer>
-TransferResult NodeChannel::transfer(const TransferRequest& request, const Transfer& run) {
-  HeldRequests::Place place(held_, request.object);
-  {
-    const GateStay stay(gate_);
-    if (stay.result() != NKR_OK) return failure(stay.result(), stay.waiting_since());
-    const nkr_error_t prepared = prepare();
-    if (prepared != NKR_OK) return failure(prepared, stay.waiting_since());
-    Clock::time_point until;
-    if (!held_.holds(request.object) && !is_late_reply_expected(request.object, until))
-      return perform(request, stay.waiting_since(), run);
-    place.join();
-  }
-  return transfer_later(request, place, run);
-}
-
-template <class Transfer>
-TransferResult NodeChannel::transfer_later(const TransferRequest& request, HeldRequests::Place& place,
-                                           const Transfer& run) {
-  const Clock::time_point since = Clock::now();
-  nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside());
-  if (result == NKR_OK) result = listen(place);
-  for (bool came = false; result == NKR_OK;) {
-    Clock::time_point until;
-    {
-      const GateStay stay(gate_);
-      result = stay.result();
-      if (result == NKR_OK) result = prepare();
-      if (result != NKR_OK) break;
-      if (came) take_late_reply(request.object);
-      if (!is_late_reply_expected(request.object, until)) return perform(request, since, run);
-    }
-    result = await_late_reply(place, request.object, until);
-    came = result == NKR_OK;
-    if (result != NKR_CAN_CLOSED) result = NKR_OK;
-  }
-  return failure(result, since);
-}
-
-/** Inside the gate. */
-template <class Transfer>
-TransferResult NodeChannel::perform(const TransferRequest& request, Clock::time_point waiting_since,
-                                    const Transfer& run) {
-  timeout_ = request.timeout;
-  waiting_since_ = waiting_since;
-  deadline_ = can::Deadline(timeout_);
-  answer_owed_ = false;
-  within_ = false;
-  if (restarted_.load(std::memory_order_relaxed) && restarted_.exchange(false)) knows_no_block_ = false;
-  last_reply_ = sdo::Reply::UNKNOWN;
-  return finish(request.object, run());
-}
-
-TransferResult NodeChannel::finish(sdo::Multiplexer object, nkr_error_t code) {
-  note_wait();
-  TransferResult result{code, false, last_answer_, waiting_since_};
-  if (answer_owed_) {
-    const Clock::time_point until = Clock::now() + late_reply_grace_;
-    late_replies_.expect(object, until);
-    if (within_) nameless_until_ = until;
-  } else {
-    result.by_node = code != NKR_OK && last_reply_ == sdo::Reply::ABORT;
-    last_answer_ = last_heard_;
-  }
-  return result;
+      server_(node, heard),
+      drop_([this](const can::Frame& frame) { server_.arrived(frame); }) {
+  budget.join(*this);
 }
 
 TransferResult NodeChannel::upload(const TransferRequest& request, sdo::UploadSink& sink, bool by_block) {
-  return transfer(request, [&] {
-    const bool try_block = by_block && block_threshold_ > 0 && !knows_no_block_;
-    return try_block ? upload_by_block(request.object, sink) : sdo::upload(*this, request.object, sink);
+  return transfer(request, [&](sdo::Link& link) {
+    return sdo::read_object(link, request.object, sink, by_block ? block_threshold_ : 0);
   });
 }
 
 TransferResult NodeChannel::download(const TransferRequest& request, const std::uint8_t* bytes,
                                      std::size_t size) {
-  return transfer(request, [&] {
-    const bool try_block = block_threshold_ > 0 && size >= block_threshold_ && !knows_no_block_;
-    return try_block ? download_by_block(request.object, bytes, size)
-                     : sdo::download(*this, request.object, bytes, size);
+  return transfer(request, [&](sdo::Link& link) {
+    return sdo::write_object(link, request.object, bytes, size, block_threshold_);
   });
 }
 
-/** A server that knows no block transfer says so, or does not answer. */
-nkr_error_t NodeChannel::upload_by_block(sdo::Multiplexer object, sdo::UploadSink& sink) {
-  constexpr std::size_t kMostThreshold = 255;
-  const auto threshold = static_cast<std::uint8_t>(std::min(block_threshold_ - 1, kMostThreshold));
-  const nkr_error_t result = sdo::block_upload(*this, object, threshold, sink, knows_no_block_);
-  if (knows_no_block_) return sdo::upload(*this, object, sink);
-  knows_no_block_ = answer_owed_ && !within_;
+template <class Transfer>
+TransferResult NodeChannel::transfer(const TransferRequest& request, const Transfer& run) {
+  const unsigned cancellations = cancellations_.load();
+  const can::Deadline deadline(request.timeout);
+  HeldRequests::Place place(held_, request.object);
+  TimePoint since;
+  {
+    const GateStay stay(gate_, deadline);
+    since = stay.waiting_since();
+    if (stay.result() != NKR_OK) return not_sent(stay.result(), since);
+    if (cancellations != cancellations_.load()) return not_sent(NKR_CAN_CANCELLED, since);
+    const nkr_error_t prepared = prepare(deadline);
+    if (prepared != NKR_OK) return not_sent(prepared, since);
+    TimePoint until;
+    if (!held_.holds(request.object) && !has_to_wait(request.object, until))
+      return perform(request, deadline, since, run);
+    place.join();
+    if (cancellations != cancellations_.load()) return not_sent(NKR_CAN_CANCELLED, since);
+  }
+  return transfer_later(request, since == TimePoint{} ? Clock::now() : since, place, run);
+}
+
+template <class Transfer>
+TransferResult NodeChannel::transfer_later(const TransferRequest& request, TimePoint since,
+                                           HeldRequests::Place& place, const Transfer& run) {
+  const TimePoint end = can::time_after(can::time_after(since, request.timeout), late_reply_grace_);
+  nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside(), end);
+  if (result == NKR_OK) result = listen(place);
+  can::Frame late;
+  while (result == NKR_OK) {
+    TimePoint until;
+    {
+      const GateStay stay(gate_, end);
+      result = stay.result();
+      if (result == NKR_OK) result = prepare(end);
+      if (result != NKR_OK) break;
+      if (late.size > 0) server_.arrived(late);
+      if (!has_to_wait(request.object, until))
+        return perform(request, std::min(can::time_after(Clock::now(), request.timeout), end), since, run);
+    }
+    result = await_late_reply(place, request.object, until, late);
+  }
+  return not_sent(result, since);
+}
+
+/** Inside the gate. */
+template <class Transfer>
+TransferResult NodeChannel::perform(const TransferRequest& request, const can::Deadline& first,
+                                    TimePoint waiting_since, const Transfer& run) {
+  under_way_.store(request.object.address(), std::memory_order_relaxed);
+  if (restarted_.load(std::memory_order_relaxed) && restarted_.exchange(false)) {
+    server_.knows_no_block = false;
+    server_.spoiled_blocks = 0;
+  }
+  const sdo::Timing timing{first, can::saturated(request.timeout), late_reply_grace_,
+                           !ignores_sizes_.load(std::memory_order_relaxed)};
+  sdo::Link link(*port_, server_, timing);
+  const nkr_error_t code = run(link);
+  return finish(link, request.object, code, waiting_since);
+}
+
+TransferResult NodeChannel::finish(sdo::Link& link, sdo::Multiplexer object, nkr_error_t code,
+                                   TimePoint waiting_since) {
+  under_way_.store(0, std::memory_order_relaxed);
+  TransferResult result;
+  result.code = code;
+  result.last_answer = last_answer_;
+  result.waiting_since = waiting_since == TimePoint{} ? link.waiting_since() : waiting_since;
+  if (link.answer_is_owed()) {
+    const TimePoint until = can::time_after(Clock::now(), late_reply_grace_);
+    server_.late_replies.expect(object, until);
+    if (link.is_opened()) server_.nameless_until = until;
+  } else {
+    if (link.earlier_answer_until() != TimePoint{})
+      server_.late_replies.expect(object, link.earlier_answer_until());
+    result.by_node = code != NKR_OK && link.is_aborted();
+    last_answer_ = server_.last_heard();
+  }
+  if (code != NKR_OK && port_is_spent_.load()) result.code = closed_ ? NKR_CAN_CLOSED : NKR_CAN_CANCELLED;
+  if (budget_.is_exceeded()) drop_port();
   return result;
 }
 
-/** Refused when it was opened, nothing has been written: only then is it made again, in segments. */
-nkr_error_t NodeChannel::download_by_block(sdo::Multiplexer object, const std::uint8_t* bytes,
-                                           std::size_t size) {
-  const nkr_error_t result = sdo::block_download(*this, object, bytes, size, knows_no_block_);
-  if (knows_no_block_) return sdo::download(*this, object, bytes, size);
-  knows_no_block_ = answer_owed_ && !within_;
+TransferResult NodeChannel::not_sent(nkr_error_t code, TimePoint waiting_since) const {
+  TransferResult result;
+  result.queued = code == NKR_CAN_TIMED_OUT;
+  result.code = result.queued ? NKR_SDO_TIMED_OUT : code;
+  if (code == NKR_CAN_CLOSED || code == NKR_CAN_CANCELLED)
+    result.code = closed_ ? NKR_CAN_CLOSED : NKR_CAN_CANCELLED;
+  result.waiting_since = waiting_since;
   return result;
 }
 
-nkr_error_t NodeChannel::prepare() {
-  const nkr_error_t result = open_port();
-  if (result == NKR_OK) drop_what_is_left();
-  return result;
+/** Answers that nobody waits for, and what the port still has to tell of the past, are gone afterwards. */
+nkr_error_t NodeChannel::prepare(const can::Deadline& deadline) {
+  nkr_error_t result = open_port();
+  if (result == NKR_OK) result = port_->drain(drop_, deadline);
+  return result == NKR_CAN_TIMED_OUT ? NKR_SDO_TIMED_OUT : result;
 }
 
 std::unique_ptr<can::Port> NodeChannel::new_port(nkr_error_t& result) {
   result = NKR_CAN_NOT_CONNECTED;
-  auto port = bus_.open({{sdo::kReplyId + node_, 0x7FF}}, result);
-  if (port) result = NKR_OK;
+  auto port = bus_.open({{sdo::kReplyId + server_.node(), 0x7FF}}, result);
+  if (port) {
+    result = NKR_OK;
+  } else if (result == NKR_OK) {
+    result = NKR_CAN_NOT_CONNECTED;
+  }
   return port;
 }
 
 nkr_error_t NodeChannel::open_port() {
-  if (port_) return NKR_OK;
+  if (port_ && !port_is_spent_.load(std::memory_order_relaxed)) return NKR_OK;
+  if (closed_) return NKR_CAN_CLOSED;
+  drop_port();
+  budget_.take();
   nkr_error_t result = NKR_OK;
   auto port = new_port(result);
   const std::lock_guard<std::mutex> lock(port_mutex_);
-  if (closed_) return NKR_CAN_CLOSED;
-  port_ = std::move(port);
+  if (closed_) result = NKR_CAN_CLOSED;
+  if (result == NKR_OK) {
+    port_ = std::move(port);
+  } else {
+    budget_.give_back();
+  }
   return result;
 }
 
-void NodeChannel::close() {
+void NodeChannel::drop_port() {
+  std::unique_ptr<can::Port> dropped;  // ends without the lock
+  const std::lock_guard<std::mutex> lock(port_mutex_);
+  if (!port_) return;
+  dropped = std::move(port_);
+  port_is_spent_ = closed_.load();
+  budget_.give_back();
+}
+
+void NodeChannel::give_up_idle_port() {
+  if (!gate_.try_enter()) return;
+  drop_port();
+  gate_.leave();
+}
+
+bool NodeChannel::end_requests(sdo::Multiplexer& object) {
+  ++cancellations_;
+  held_.cancel();
+  if (!gate_.is_entered()) return false;
+  const std::lock_guard<std::mutex> lock(port_mutex_);
+  if (!port_) return false;
+  const std::uint32_t address = under_way_.load();  // before the transfer learns of its end
+  port_is_spent_ = true;
+  port_->close();
+  object = sdo::Multiplexer::of_address(address);
+  return address != 0;
+}
+
+bool NodeChannel::cancel(sdo::Multiplexer& object) {
+  return end_requests(object);
+}
+
+bool NodeChannel::close(sdo::Multiplexer& object) {
+  {
+    const std::lock_guard<std::mutex> lock(port_mutex_);
+    closed_ = true;
+  }
+  const bool was_under_way = end_requests(object);
   gate_.close();
   held_.close();
   const std::lock_guard<std::mutex> lock(port_mutex_);
-  closed_ = true;
+  port_is_spent_ = true;
   if (port_) port_->close();
+  return was_under_way;
 }
 
-nkr_error_t NodeChannel::receive_until(can::Frame& frame, Clock::time_point deadline) {
-  const nkr_error_t result = port_->receive(frame, deadline);
-  if (result == NKR_OK) note(frame);
-  return result;
-}
-
-void NodeChannel::note(const can::Frame& frame) {
-  last_heard_ = coarse_now();
-  last_reply_ = sdo::reply_kind(frame);
-  heard_.heard(node_, last_heard_);
-  if (!late_replies_.empty()) late_replies_.arrived(frame);
-}
-
-/** Answers that nobody waits for, and what the port still has to tell of the past. */
-void NodeChannel::drop_what_is_left() {
-  can::Frame frame;
-  nkr_error_t result = NKR_OK;
-  while (result != NKR_CAN_TIMED_OUT && result != NKR_CAN_CLOSED) {
-    result = receive_until(frame, Clock::time_point{});
-  }
+bool NodeChannel::has_to_wait(sdo::Multiplexer object, TimePoint& until) {
+  return !server_.late_replies.empty() && server_.late_replies.holds_up(object, Clock::now(), until);
 }
 
 nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
@@ -189,76 +217,19 @@ nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
   return port ? place.listen(std::move(port)) : result;
 }
 
-/** Outside the gate: others go on meanwhile. */
+/** Outside the gate: others go on meanwhile. The answer that is seen here is on the channel's own port, too,
+ * and gone when that is prepared. */
 nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Multiplexer object,
-                                          Clock::time_point until) {
+                                          TimePoint until, can::Frame& late) {
   can::Frame frame;
   nkr_error_t result = NKR_OK;
-  do {
+  while (result == NKR_OK && Clock::now() < until) {
     result = place.receive(frame, until);
-  } while (result == NKR_OK && !sdo::LateReplies::answers(frame, object));
-  return result;
-}
-
-bool NodeChannel::is_late_reply_expected(sdo::Multiplexer object, Clock::time_point& until) {
-  return !late_replies_.empty() && late_replies_.is_expected(object, Clock::now(), until);
-}
-
-/** The late answer was seen on another port of the bus: it is on this one, or about to be. */
-void NodeChannel::take_late_reply(sdo::Multiplexer object) {
-  constexpr std::chrono::milliseconds kAbout{50};
-  const Clock::time_point bound = Clock::now() + kAbout;
-  can::Frame frame;
-  Clock::time_point until;
-  while (is_late_reply_expected(object, until) && receive_until(frame, bound) == NKR_OK) continue;
-}
-
-/** Another transfer's answer that names no object would be taken for one of this transfer. */
-nkr_error_t NodeChannel::await_nameless_reply() {
-  can::Frame frame;
-  nkr_error_t result = NKR_OK;
-  while (result != NKR_CAN_TIMED_OUT) {
-    result = receive_until(frame, nameless_until_);
-    if (result == NKR_CAN_CLOSED) return result;
+    if (result != NKR_OK || !sdo::LateReplies::answers(frame, object)) continue;
+    late = frame;
+    return NKR_OK;
   }
-  nameless_until_ = {};
-  return NKR_OK;
-}
-
-nkr_error_t NodeChannel::send_within(const can::Frame& frame) {
-  const nkr_error_t result = nameless_until_ == Clock::time_point{} ? NKR_OK : await_nameless_reply();
-  within_ = true;
-  return result == NKR_OK ? send(frame) : result;
-}
-
-nkr_error_t NodeChannel::send(const can::Frame& frame) {
-  wait_anew();
-  return port_->send(frame, deadline_);
-}
-
-/** Frames that are no answer do not prolong the wait. */
-nkr_error_t NodeChannel::receive(can::Frame& frame) {
-  nkr_error_t result = NKR_CAN_TIMED_OUT;
-  if (!answered_ || Clock::now() <= deadline_.time()) result = port_->receive(frame, deadline_);
-  if (result == NKR_OK) note(frame);
-  answered_ = true;
-  if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;
-  answer_owed_ = result != NKR_OK;
-  return result;
-}
-
-void NodeChannel::wait_anew() {
-  note_wait();
-  deadline_ = can::Deadline(timeout_);
-  answered_ = false;
-}
-
-void NodeChannel::note_wait() {
-  if (waiting_since_ == Clock::time_point{} && deadline_.is_fixed()) waiting_since_ = deadline_.begin();
-}
-
-void NodeChannel::send_abort(const can::Frame& frame) {
-  port_->send(frame, Clock::now());
+  return result == NKR_CAN_CLOSED ? result : NKR_OK;
 }
 
 }  // namespace nkr::canopen

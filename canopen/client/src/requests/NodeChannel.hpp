@@ -13,11 +13,12 @@
 #include <nkr/canopen/ClientOptions.hpp>
 
 #include "requests/HeldRequests.hpp"
+#include "requests/PortBudget.hpp"
 #include "runtime/FifoGate.hpp"
 #include "runtime/HeardTimes.hpp"
-#include "sdo/Frames.hpp"
-#include "sdo/LateReplies.hpp"
 #include "sdo/Link.hpp"
+#include "sdo/Multiplexer.hpp"
+#include "sdo/Server.hpp"
 #include "sdo/UploadSink.hpp"
 
 namespace nkr::canopen {
@@ -32,92 +33,87 @@ struct TransferRequest {
 struct TransferResult {
   nkr_error_t code = NKR_OK;
   bool by_node = false;                    ///< the code is that of the node's abort
+  bool queued = false;                     ///< its time was over before it was sent: others were at work
   can::Clock::time_point last_answer{};    ///< of the node, to any request; the epoch: it never answered
   can::Clock::time_point waiting_since{};  ///< when it first had to wait; the epoch: it never had to
 };
 
 /**
- * The SDO channel to one node: one transfer at a time, in the order in which callers came. The caller's own
- * thread sends and takes the answers, from a port that only hears this node's server. A request for an object
- * to which an answer is owed steps aside until that came or its time is over; the others go on.
+ * The queue of the requests to one node's SDO server: one transfer at a time, in the order in which callers
+ * came, on the caller's own thread, from a port that only hears this server. A request for an object to which
+ * an answer is owed steps aside until that came or its time is over; the others go on. What a transfer needs
+ * to know of itself is in the sdo::Link on its stack.
+ *
+ * A request's time-out covers its wait here; where an answer about its object is owed, the grace time is
+ * added.
  */
-class NodeChannel final : private sdo::Link {
+class NodeChannel final {
  public:
-  using Duration = std::chrono::milliseconds;
-
-  NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard);
+  NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard,
+              PortBudget& budget);
 
   /** `by_block`: the object may be long, so that a block transfer is worth trying. */
   TransferResult upload(const TransferRequest& request, sdo::UploadSink& sink, bool by_block);
   TransferResult download(const TransferRequest& request, const std::uint8_t* bytes, std::size_t size);
 
+  /** The sizes that this server states are wrong. Any thread. */
+  void ignore_stated_sizes(bool ignored) { ignores_sizes_ = ignored; }
   /** The node restarted: what is known of its server may not hold any more. Any thread. */
   void node_restarted() { restarted_ = true; }
 
-  /** Wakes and refuses everybody. */
-  void close();
+  /** Ends the requests that are there with NKR_CAN_CANCELLED. True when one was under way: its object. Any
+   * thread. */
+  bool cancel(sdo::Multiplexer& object);
+  /** The same with NKR_CAN_CLOSED, and so end all that come later. */
+  bool close(sdo::Multiplexer& object);
+  /** Closes the port when no transfer is under way. */
+  void give_up_idle_port();
 
  private:
+  using TimePoint = can::Clock::time_point;
+
   template <class Transfer>
   TransferResult transfer(const TransferRequest& request, const Transfer& run);
   template <class Transfer>
-  TransferResult transfer_later(const TransferRequest& request, HeldRequests::Place& place,
+  TransferResult transfer_later(const TransferRequest& request, TimePoint since, HeldRequests::Place& place,
                                 const Transfer& run);
   template <class Transfer>
-  TransferResult perform(const TransferRequest& request, can::Clock::time_point waiting_since,
+  TransferResult perform(const TransferRequest& request, const can::Deadline& first, TimePoint waiting_since,
                          const Transfer& run);
-  nkr_error_t upload_by_block(sdo::Multiplexer object, sdo::UploadSink& sink);
-  nkr_error_t download_by_block(sdo::Multiplexer object, const std::uint8_t* bytes, std::size_t size);
-  TransferResult finish(sdo::Multiplexer object, nkr_error_t code);
-  nkr_error_t prepare();
+  TransferResult finish(sdo::Link& link, sdo::Multiplexer object, nkr_error_t code, TimePoint waiting_since);
+  [[nodiscard]] TransferResult not_sent(nkr_error_t code, TimePoint waiting_since) const;
+
+  nkr_error_t prepare(const can::Deadline& deadline);
   nkr_error_t open_port();
   std::unique_ptr<can::Port> new_port(nkr_error_t& result);
-  void drop_what_is_left();
+  void drop_port();
+  bool end_requests(sdo::Multiplexer& object);
+  [[nodiscard]] bool has_to_wait(sdo::Multiplexer object, TimePoint& until);
   nkr_error_t listen(HeldRequests::Place& place);
-  static nkr_error_t await_late_reply(HeldRequests::Place& place, sdo::Multiplexer object,
-                                      can::Clock::time_point until);
-  bool is_late_reply_expected(sdo::Multiplexer object, can::Clock::time_point& until);
-  void take_late_reply(sdo::Multiplexer object);
-  nkr_error_t await_nameless_reply();
-  nkr_error_t receive_until(can::Frame& frame, can::Clock::time_point deadline);
-  void note(const can::Frame& frame);
-  void note_wait();
-
-  [[nodiscard]] std::uint8_t node() const override { return node_; }
-  nkr_error_t send(const can::Frame& frame) override;
-  nkr_error_t send_within(const can::Frame& frame) override;
-  nkr_error_t receive(can::Frame& frame) override;
-  void wait_anew() override;
-  void send_abort(const can::Frame& frame) override;
+  static nkr_error_t await_late_reply(HeldRequests::Place& place, sdo::Multiplexer object, TimePoint until,
+                                      can::Frame& late);
 
   can::Bus& bus_;
-  const std::uint8_t node_;
-  const Duration late_reply_grace_;
+  PortBudget& budget_;
+  const can::Clock::duration late_reply_grace_;
   const std::size_t block_threshold_;
-  HeardTimes& heard_;
   FifoGate gate_;
   HeldRequests held_;
 
   std::mutex port_mutex_;  ///< opening against closing; whoever is inside the gate reads port_ without it
   std::unique_ptr<can::Port> port_;
-  bool closed_ = false;
+  std::atomic<bool> port_is_spent_{false};  ///< it was closed to end a transfer
+  std::atomic<bool> closed_{false};
+  std::atomic<std::uint32_t> under_way_{0};  ///< the object of the transfer inside the gate; 0: none
+  std::atomic<unsigned> cancellations_{0};
 
+  std::atomic<bool> ignores_sizes_{false};
   std::atomic<bool> restarted_{false};
 
-  // Of the transfer that is inside the gate.
-  Duration timeout_{};
-  can::Deadline deadline_{Duration::zero()};  ///< of the last request's answer
-  can::Clock::time_point waiting_since_;
-  bool answered_ = false;        ///< a frame came since the last request
-  bool answer_owed_ = false;     ///< the wait for the last answer ended without one
-  bool knows_no_block_ = false;  ///< the node's server refuses block transfers, or does not answer to them
-  sdo::Reply last_reply_ = sdo::Reply::UNKNOWN;
-  can::Clock::time_point last_heard_;
-  can::Clock::time_point last_answer_;
-  sdo::LateReplies late_replies_;
-  bool within_ = false;  ///< the transfer is opened: its answers name no object
-  /** An answer that names no object may still come until then. */
-  can::Clock::time_point nameless_until_;
+  // Of whoever is inside the gate:
+  sdo::Server server_;
+  const can::FrameHandler drop_;
+  TimePoint last_answer_;
 };
 
 }  // namespace nkr::canopen

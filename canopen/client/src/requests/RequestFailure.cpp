@@ -75,6 +75,10 @@ const char* to_string(FailureCause cause) {
              "wiring, power of the node).";
     case FailureCause::CLOSED:
       return "The client was closed.";
+    case FailureCause::CANCELLED:
+      return "The request was cancelled by the application.";
+    case FailureCause::WAITED_FOR_OTHERS:
+      return "The request was not sent: other requests to the node, one after the other, took all its time.";
     case FailureCause::NEVER_HEARD:
       return "Nobody was ever heard on this bus: check the power of the node, wiring and bit rate.";
     case FailureCause::OTHER_ID_HEARD:

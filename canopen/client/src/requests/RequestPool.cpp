@@ -7,20 +7,30 @@ namespace nkr::canopen {
 
 RequestPool::~RequestPool() {
   close(false);
-  for (std::thread& thread : threads_) thread.join();
+  for (can::Thread& thread : threads_) thread.end();
 }
 
-bool RequestPool::add(std::uint8_t node, Request request) {
+nkr_error_t RequestPool::add(std::uint8_t node, Request request) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (closed_) return false;
+  if (closed_) return NKR_CAN_CLOSED;
   std::deque<Request>& queue = requests_.at(node);
+  if (queue.size() >= kMostOfANode) return NKR_CAN_TX_OVERFLOW;
+  if (queue.empty() && !has_thread()) return NKR_CAN_NO_RESOURCES;
   queue.push_back(std::move(request));
   ++pending_;
-  if (queue.size() > 1) return true;
+  if (queue.size() > 1) return NKR_OK;
   ready_.push_back(node);
-  if (ready_.size() > waiting_ && threads_.size() < kMostThreads) threads_.emplace_back([this] { run(); });
   changed_.notify_one();
-  return true;
+  return NKR_OK;
+}
+
+/** One more where all have work; those that there are will do when the system has no more. */
+bool RequestPool::has_thread() {
+  if (ready_.size() < waiting_ || threads_.size() == kMostThreads) return true;
+  threads_.emplace_back();
+  if (threads_.back().start([this] { run(); })) return true;
+  threads_.pop_back();
+  return !threads_.empty();
 }
 
 void RequestPool::run() {
@@ -34,8 +44,7 @@ void RequestPool::run() {
     ready_.pop_front();
     Request request = std::move(requests_.at(node).front());
     lock.unlock();
-    request();
-    request = nullptr;  // what it holds ends without the lock
+    make(request);
     lock.lock();
     requests_.at(node).pop_front();
     if (!requests_.at(node).empty()) ready_.push_back(node);
@@ -43,9 +52,19 @@ void RequestPool::run() {
   }
 }
 
+/** Without the lock, and so ends what the request holds. */
+void RequestPool::make(Request& request) {
+  try {
+    request();
+  } catch (...) {
+    ++thrown_;
+  }
+  request = nullptr;
+}
+
 bool RequestPool::is_own_thread() const {
   return std::any_of(threads_.begin(), threads_.end(),
-                     [](const std::thread& thread) { return thread.get_id() == std::this_thread::get_id(); });
+                     [](const can::Thread& thread) { return thread.is_caller(); });
 }
 
 void RequestPool::close(bool waits) {

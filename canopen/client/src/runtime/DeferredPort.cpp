@@ -39,7 +39,8 @@ nkr_error_t DeferredPort::try_to_open(Clock::time_point now) {
 }
 
 nkr_error_t DeferredPort::send(const can::Frame& frame, const can::Deadline& deadline) {
-  const nkr_error_t result = open();
+  const bool may_open = !deadline.only_looks() || open_.load(std::memory_order_acquire) != nullptr;
+  const nkr_error_t result = may_open ? open() : NKR_CAN_NOT_CONNECTED;
   return result == NKR_OK ? open_.load(std::memory_order_acquire)->send(frame, deadline) : result;
 }
 

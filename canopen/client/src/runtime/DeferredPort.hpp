@@ -13,7 +13,8 @@ namespace nkr::canopen {
 
 /**
  * A port of a bus whose interface may be missing: opened when the interface is there, at once or later. Until
- * then sending answers why there is none; a receiver is told it once and then waits, as on a silent bus.
+ * then sending answers why there is none; a receiver is told it once and then waits, as on a silent bus. A
+ * send that may not wait does not try to open it.
  */
 class DeferredPort final : public can::Port {
  public:

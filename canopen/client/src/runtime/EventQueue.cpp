@@ -6,25 +6,27 @@ namespace nkr::canopen {
 
 EventQueue::~EventQueue() {
   close();
-  if (thread_.joinable()) thread_.join();
 }
 
-int EventQueue::subscribe(EventHandler handler) {
+nkr_error_t EventQueue::subscribe(EventHandler handler, int& subscription) {
+  if (!handler) return NKR_ERROR;
+  auto shared = std::make_shared<const EventHandler>(std::move(handler));
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (closed_) return 0;
-  handlers_.emplace(++last_subscription_, std::move(handler));
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
-  return last_subscription_;
+  if (closed_) return NKR_CAN_CLOSED;
+  if (!thread_.is_started() && !thread_.start([this] { run(); })) return NKR_CAN_NO_RESOURCES;
+  subscription = ++last_subscription_;
+  handlers_.emplace(subscription, std::move(shared));
+  return NKR_OK;
 }
 
 void EventQueue::unsubscribe(int subscription) {
-  EventHandler removed;  // what it captured is destroyed without the lock
+  Shared removed;  // what it captured is destroyed without the lock
   std::unique_lock<std::mutex> lock(mutex_);
   const auto found = handlers_.find(subscription);
   if (found == handlers_.end()) return;
   removed = std::move(found->second);
   handlers_.erase(found);
-  if (std::this_thread::get_id() == thread_.get_id()) return;
+  if (thread_.is_caller()) return;
   idle_.wait(lock, [&] { return running_ != subscription; });
 }
 
@@ -39,7 +41,7 @@ void EventQueue::post(const Event& event) {
 
 bool EventQueue::is_own_thread() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return std::this_thread::get_id() == thread_.get_id();
+  return thread_.is_caller();
 }
 
 void EventQueue::close() {
@@ -47,7 +49,7 @@ void EventQueue::close() {
   closed_ = true;
   events_.clear();
   changed_.notify_one();
-  if (std::this_thread::get_id() == thread_.get_id()) return;
+  if (thread_.is_caller()) return;
   idle_.wait(lock, [this] { return running_ == 0; });
 }
 
@@ -65,12 +67,21 @@ void EventQueue::run() {
 void EventQueue::hand_out(const Event& event, std::unique_lock<std::mutex>& lock) {
   for (auto next = handlers_.begin(); next != handlers_.end() && !closed_;) {
     running_ = next->first;
-    const EventHandler handler = next->second;
+    Shared handler = next->second;
     lock.unlock();
-    handler(event);
+    call(*handler, event);
+    handler.reset();  // perhaps the last that holds what it captured
     lock.lock();
     next = handlers_.upper_bound(std::exchange(running_, 0));
     idle_.notify_all();
+  }
+}
+
+void EventQueue::call(const EventHandler& handler, const Event& event) {
+  try {
+    handler(event);
+  } catch (...) {
+    ++thrown_;
   }
 }
 

@@ -1,14 +1,15 @@
 #include "runtime/FifoGate.hpp"
 
 namespace nkr::canopen {
-nkr_error_t FifoGate::queue(can::Clock::time_point& since) {
+nkr_error_t FifoGate::queue(const can::Deadline& deadline, can::Clock::time_point& since) {
+  static_cast<void>(deadline.time());  // a wait of its own length begins now
   since = can::Clock::now();
-  const nkr_error_t result = wait();
+  const nkr_error_t result = wait(deadline);
   if (result == NKR_OK) ++gates_entered_;
   return result;
 }
 
-nkr_error_t FifoGate::wait() {
+nkr_error_t FifoGate::wait(const can::Deadline& deadline) {
   std::unique_lock<std::mutex> lock(mutex_);
   while (true) {
     State state = state_;
@@ -23,13 +24,34 @@ nkr_error_t FifoGate::wait() {
   Waiter self;
   (last_ == nullptr ? first_ : last_->next) = &self;
   last_ = &self;
-  self.turn.wait(lock, [&] { return self.called; });
+  return await_turn(self, deadline, lock);
+}
+
+nkr_error_t FifoGate::await_turn(Waiter& self, const can::Deadline& deadline,
+                                 std::unique_lock<std::mutex>& lock) {
+  const auto is_called = [&] { return self.called; };
+  if (!self.turn.wait_until(lock, deadline.time(), is_called)) {
+    remove(self);
+    return NKR_CAN_TIMED_OUT;
+  }
   return state_ == State::CLOSED ? NKR_CAN_CLOSED : NKR_OK;
+}
+
+void FifoGate::remove(Waiter& waiter) {
+  Waiter* before = nullptr;
+  for (Waiter* at = first_; at != &waiter; at = at->next) before = at;
+  (before == nullptr ? first_ : before->next) = waiter.next;
+  if (last_ == &waiter) last_ = before;
+  if (first_ == nullptr) state_ = State::BUSY;
 }
 
 void FifoGate::let_next_in() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (first_ == nullptr) return;  // closed
+  if (first_ == nullptr) {  // closed, or whoever waited went away
+    State busy = State::BUSY;
+    state_.compare_exchange_strong(busy, State::FREE);
+    return;
+  }
   call_first();
   if (first_ == nullptr) state_ = State::BUSY;
 }

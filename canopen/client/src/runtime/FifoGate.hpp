@@ -17,14 +17,18 @@ class FifoGate {
    * Waits for its turn. A thread that is already inside a gate, of this or another node, does not wait: two
    * such threads could wait for each other.
    * @param since when it began to wait; left as it is when it was let in at once
-   * @return NKR_OK; NKR_CAN_CLOSED; NKR_CAN_WOULD_DEADLOCK when the caller may not wait and would have to
+   * @return NKR_OK; NKR_CAN_TIMED_OUT; NKR_CAN_CLOSED; NKR_CAN_WOULD_DEADLOCK when the caller may not wait
+   * and would have to
    */
-  nkr_error_t enter(can::Clock::time_point& since) {
+  nkr_error_t enter(const can::Deadline& deadline, can::Clock::time_point& since) {
+    return try_enter() ? NKR_OK : queue(deadline, since);
+  }
+  /** Enters when that is possible at once. */
+  bool try_enter() {
     State expected = State::FREE;
-    if (!state_.compare_exchange_strong(expected, State::BUSY, std::memory_order_acquire))
-      return queue(since);
+    if (!state_.compare_exchange_strong(expected, State::BUSY)) return false;
     ++gates_entered_;
-    return NKR_OK;
+    return true;
   }
   /** Lets the next one in. */
   void leave() {
@@ -34,6 +38,11 @@ class FifoGate {
   }
   /** Wakes and refuses everybody who waits or comes later. */
   void close();
+  /** Whether somebody is inside. */
+  [[nodiscard]] bool is_entered() const {
+    const State state = state_;
+    return state == State::BUSY || state == State::CONTENDED;
+  }
   /** Whether the calling thread is inside any gate: then it may not wait for another request. */
   [[nodiscard]] static bool caller_is_inside() { return gates_entered_ > 0; }
 
@@ -52,8 +61,10 @@ class FifoGate {
     Waiter* next = nullptr;
   };
 
-  nkr_error_t queue(can::Clock::time_point& since);
-  nkr_error_t wait();
+  nkr_error_t queue(const can::Deadline& deadline, can::Clock::time_point& since);
+  nkr_error_t wait(const can::Deadline& deadline);
+  nkr_error_t await_turn(Waiter& self, const can::Deadline& deadline, std::unique_lock<std::mutex>& lock);
+  void remove(Waiter& waiter);
   void let_next_in();
   void call_first();
 
@@ -70,7 +81,9 @@ class FifoGate {
 /** One stay inside a gate. */
 class GateStay {
  public:
-  explicit GateStay(FifoGate& gate) : gate_(gate), result_(gate.enter(waiting_since_)) {}
+  /** The gate is not waited for beyond the deadline, which is looked at only when it is not free. */
+  GateStay(FifoGate& gate, const can::Deadline& deadline)
+      : gate_(gate), result_(gate.enter(deadline, waiting_since_)) {}
   ~GateStay() {
     if (result_ == NKR_OK) gate_.leave();
   }

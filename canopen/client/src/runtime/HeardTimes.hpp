@@ -1,9 +1,12 @@
 #ifndef NKR_CANOPEN_RUNTIME_HEARDTIMES_HPP
 #define NKR_CANOPEN_RUNTIME_HEARDTIMES_HPP
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <limits>
 #include <nkr/can/Bus.hpp>
 
 namespace nkr::canopen {
@@ -34,6 +37,14 @@ class HeardTimes {
   static constexpr Ticks kNever = 0;
   std::array<std::atomic<Ticks>, 128> times_{};
 };
+
+/** The whole milliseconds from one time to another: none when it lies before, and the most that the number
+ * holds after 49 days. */
+inline std::uint32_t milliseconds_between(can::Clock::time_point from, can::Clock::time_point to) {
+  constexpr std::chrono::milliseconds::rep kMost = std::numeric_limits<std::uint32_t>::max();
+  const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(to - from).count();
+  return static_cast<std::uint32_t>(std::clamp<std::chrono::milliseconds::rep>(age, 0, kMost));
+}
 
 }  // namespace nkr::canopen
 

@@ -16,11 +16,8 @@ void listen(can::Port& port, const Listener::Handler& handler) {
 
 }  // namespace
 
-Listener::Listener(can::Port& port, Handler handler)
-    : thread_([&port, handle = std::move(handler)] { listen(port, handle); }) {}
-
-Listener::~Listener() {
-  thread_.join();
+bool Listener::start(can::Port& port, Handler handler) {
+  return thread_.start([&port, handle = std::move(handler)] { listen(port, handle); });
 }
 
 }  // namespace nkr::canopen

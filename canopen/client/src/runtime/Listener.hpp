@@ -3,24 +3,26 @@
 
 #include <functional>
 #include <nkr/can/Bus.hpp>
-#include <thread>
+#include <nkr/can/Thread.hpp>
 
 namespace nkr::canopen {
 
 /** A thread that hands what a port receives, frames and failures of the bus, to a function until the port is
- * closed. */
+ * closed. The port must be closed before it ends. */
 class Listener {
  public:
   using Handler = std::function<void(nkr_error_t result, const can::Frame& frame)>;
 
-  Listener(can::Port& port, Handler handler);
-  /** The port must have been closed. */
-  ~Listener();
+  Listener() = default;
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;
 
+  /** False when there is no thread for it. */
+  bool start(can::Port& port, Handler handler);
+  [[nodiscard]] bool is_started() const { return thread_.is_started(); }
+
  private:
-  std::thread thread_;
+  can::Thread thread_;
 };
 
 }  // namespace nkr::canopen

@@ -7,36 +7,45 @@ namespace nkr::canopen {
 
 using can::Clock;
 
+namespace {
+
+/** After a send that the bus could not take. */
+constexpr std::chrono::microseconds kRetry{200};
+
+}  // namespace
+
 Timers::~Timers() {
   close();
-  if (thread_.joinable()) thread_.join();
 }
 
-void Timers::set(Slot slot, Clock::time_point first, Task task) {
+bool Timers::set(Slot slot, Clock::time_point first, Task task) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (closed_) return;
+  if (closed_) return true;
+  if (first != Clock::time_point::max() && !has_thread()) return false;
   Entry& entry = entries_.at(static_cast<std::size_t>(slot));
-  entry = {std::move(task), first, entry.generation + 1};
-  if (first != Clock::time_point::max()) changed();
+  entry = {std::make_shared<const Task>(std::move(task)), first, entry.generation + 1};
+  changed_.notify_one();
+  return true;
 }
 
-void Timers::changed() {
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
-  changed_.notify_one();
+bool Timers::has_thread() {
+  return thread_.is_started() || thread_.start([this] { run(); });
 }
 
 void Timers::cancel(Slot slot) {
   const std::lock_guard<std::mutex> lock(mutex_);
   Entry& entry = entries_.at(static_cast<std::size_t>(slot));
-  entry = {Task(), Clock::time_point::max(), entry.generation + 1};
+  entry = {nullptr, Clock::time_point::max(), entry.generation + 1};
 }
 
-void Timers::wake(Slot slot, Clock::time_point when) {
+bool Timers::wake(Slot slot, Clock::time_point when) {
   const std::lock_guard<std::mutex> lock(mutex_);
   Entry& entry = entries_.at(static_cast<std::size_t>(slot));
-  if (closed_ || entry.due <= when) return;
+  if (closed_ || entry.due <= when) return true;
+  if (!has_thread()) return false;
   entry.due = when;
-  changed();
+  changed_.notify_one();
+  return true;
 }
 
 void Timers::close() {
@@ -70,18 +79,30 @@ void Timers::run() {
 void Timers::run_task(Entry& entry, std::unique_lock<std::mutex>& lock) {
   const unsigned generation = entry.generation;
   const Clock::time_point due = std::exchange(entry.due, Clock::time_point::max());
-  const Task task = entry.task;
+  const std::shared_ptr<const Task> task = entry.task;
   if (!task) return;
   lock.unlock();
-  const Clock::time_point again = task(due);
+  const Clock::time_point again = (*task)(due);
   lock.lock();
   if (entry.generation == generation) entry.due = std::min(entry.due, again);
 }
 
 Clock::time_point next_turn(Clock::time_point due, Clock::duration period) {
   const Clock::time_point now = Clock::now();
-  const Clock::time_point next = due + period;
-  return next > now ? next : now + period;
+  const Clock::time_point next = can::time_after(due, period);
+  return next > now ? next : can::time_after(now, period);
+}
+
+Timers::Task periodic(Clock::duration period, std::function<nkr_error_t()> send) {
+  auto turn = std::make_shared<Clock::time_point>();
+  return [period, send = std::move(send), turn = std::move(turn)](Clock::time_point due) {
+    if (*turn == Clock::time_point{}) *turn = due;
+    const Clock::time_point next = next_turn(*turn, period);
+    const Clock::time_point again = Clock::now() + kRetry;
+    if (send() == NKR_CAN_TX_OVERFLOW && again < next) return again;
+    *turn = next;
+    return next;
+  };
 }
 
 }  // namespace nkr::canopen

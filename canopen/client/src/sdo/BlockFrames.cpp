@@ -14,6 +14,7 @@ constexpr std::uint8_t kUploadEnd = 0xA1;
 constexpr std::uint8_t kUploadAcknowledge = 0xA2;
 constexpr std::uint8_t kUploadStart = 0xA3;
 constexpr std::uint8_t kChecksum = 0x04;
+constexpr std::uint8_t kSizeStated = 0x02;
 constexpr std::uint8_t kLastSegment = 0x80;
 constexpr std::uint8_t kSubcommand = 0x03;
 
@@ -76,6 +77,16 @@ std::uint8_t first_block_size(const can::Frame& frame) {
   return frame.data[4];
 }
 
+std::optional<std::size_t> stated_size(const can::Frame& initiate_reply) {
+  const bool is_stated = (initiate_reply.data[0] & kSizeStated) != 0;
+  if (!is_stated || sent_after(initiate_reply, kDataOffset) < kExpeditedBytes) return std::nullopt;
+  return long_word(initiate_reply);
+}
+
+std::size_t sent_in(const can::Frame& segment) {
+  return sent_after(segment, 1);
+}
+
 can::Frame block_upload_request(std::uint8_t node, Multiplexer object, std::uint8_t block_size,
                                 std::uint8_t threshold) {
   can::Frame frame = request(node, kUploadRequest, object);
@@ -107,7 +118,9 @@ std::size_t unused_in_last(const can::Frame& end) {
   return end.data[0] >> 2 & 7U;
 }
 
-std::uint16_t checksum_of(const can::Frame& end) {
+std::optional<std::uint16_t> checksum_of(const can::Frame& end) {
+  constexpr std::size_t kWithChecksum = 3;
+  if (end.size < kWithChecksum) return std::nullopt;
   return static_cast<std::uint16_t>(end.data[1] | end.data[2] << 8);
 }
 

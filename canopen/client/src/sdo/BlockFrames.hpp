@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <nkr/can/Frame.hpp>
+#include <optional>
 
 #include "sdo/Multiplexer.hpp"
 
@@ -39,6 +40,10 @@ std::uint8_t first_block_size(const can::Frame& frame);
 
 /** @name Block upload
  * @{ */
+/** The size that the reply to the request states; none when it states none, or is too short for one. */
+std::optional<std::size_t> stated_size(const can::Frame& initiate_reply);
+/** Bytes of data in a segment. */
+std::size_t sent_in(const can::Frame& segment);
 /** `threshold`: the server may answer as to an ordinary upload when the object has no more bytes. */
 can::Frame block_upload_request(std::uint8_t node, Multiplexer object, std::uint8_t block_size,
                                 std::uint8_t threshold);
@@ -47,7 +52,8 @@ can::Frame block_upload_acknowledge(std::uint8_t node, std::uint8_t sequence, st
 can::Frame block_upload_end(std::uint8_t node);
 bool is_block_upload_end(const can::Frame& frame);
 std::size_t unused_in_last(const can::Frame& end);
-std::uint16_t checksum_of(const can::Frame& end);
+/** None when the frame is too short for one. */
+std::optional<std::uint16_t> checksum_of(const can::Frame& end);
 /** @} */
 
 }  // namespace nkr::canopen::sdo

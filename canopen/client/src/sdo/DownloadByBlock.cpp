@@ -82,13 +82,11 @@ class Sender {
 
 }  // namespace
 
-nkr_error_t block_download(Link& link, Multiplexer object, const std::uint8_t* bytes, std::size_t size,
-                           bool& refused) {
+nkr_error_t block_download(Link& link, Multiplexer object, const std::uint8_t* bytes, std::size_t size) {
   Exchange exchange(link, object);
   can::Frame reply;
   const nkr_error_t result =
       exchange.initiate(block_download_request(link.node(), object, size), {Reply::BLOCK_DOWNLOAD}, reply);
-  refused = result == NKR_SDO_UNKNOWN_COMMAND;
   return result == NKR_OK ? Sender(exchange, bytes, size).run(reply) : result;
 }
 

@@ -17,11 +17,9 @@ namespace nkr::canopen::sdo {
  * from sequence number 1.
  *
  * @param size at least 1
- * @param refused set when the server knows no block download; nothing was transferred then
  * @return NKR_OK; NKR_SDO_BLOCK_SIZE, NKR_SDO_BLOCK_SEQUENCE and what an ordinary download answers
  */
-nkr_error_t block_download(Link& link, Multiplexer object, const std::uint8_t* bytes, std::size_t size,
-                           bool& refused);
+nkr_error_t block_download(Link& link, Multiplexer object, const std::uint8_t* bytes, std::size_t size);
 
 }  // namespace nkr::canopen::sdo
 

@@ -74,7 +74,8 @@ UploadSegment upload_segment(const can::Frame& frame) {
   UploadSegment segment;
   segment.toggle = toggle_of(frame);
   segment.last = (command & kLast) != 0;
-  segment.size = std::min(kSegmentBytes - ((command >> 1) & 7U), sent_after(frame, kSegmentOffset));
+  segment.size = kSegmentBytes - ((command >> 1) & 7U);
+  segment.whole = sent_after(frame, kSegmentOffset) >= segment.size;
   return segment;
 }
 

@@ -95,29 +95,41 @@ inline std::size_t sent_after(const can::Frame& frame, std::size_t offset) {
   return size > offset ? size - offset : 0;
 }
 
-/** The first byte of an upload's initiate reply. */
+/** An upload's initiate reply. */
 struct UploadInitiate {
   bool expedited = false;
   bool size_stated = false;
-  std::size_t size = 0;  ///< bytes of data in an expedited reply: as stated, else as many as were sent
+  /** Bytes of data in an expedited reply, as stated, else as many as were sent; of the whole object in any
+   * other, when it is stated. */
+  std::size_t size = 0;
+  bool whole = true;  ///< the frame holds all that it states
 };
 inline UploadInitiate upload_initiate(const can::Frame& frame) {
   constexpr std::uint8_t kExpedited = 0x02;
   constexpr std::uint8_t kSizeStated = 0x01;
   const std::uint8_t command = frame.data[0];
+  const std::size_t sent = std::min(kExpeditedBytes, sent_after(frame, kDataOffset));
   UploadInitiate reply;
   reply.expedited = (command & kExpedited) != 0;
   reply.size_stated = (command & kSizeStated) != 0;
-  reply.size = reply.size_stated ? kExpeditedBytes - ((command >> 2) & 3U)
-                                 : std::min(kExpeditedBytes, sent_after(frame, kDataOffset));
+  if (!reply.size_stated) {
+    reply.size = sent;
+  } else if (reply.expedited) {
+    reply.size = kExpeditedBytes - ((command >> 2) & 3U);
+    reply.whole = sent >= reply.size;
+  } else {
+    reply.size = long_word(frame);
+    reply.whole = sent == kExpeditedBytes;
+  }
   return reply;
 }
 
-/** The first byte of a segment of an upload. */
+/** A segment of an upload. */
 struct UploadSegment {
   bool toggle = false;
   bool last = false;
-  std::size_t size = 0;  ///< bytes of data, those that were not sent left out
+  std::size_t size = 0;  ///< bytes of data, as stated
+  bool whole = true;     ///< the frame holds them
 };
 UploadSegment upload_segment(const can::Frame& frame);
 

@@ -30,13 +30,16 @@ bool LateReplies::answers(const can::Frame& frame, Multiplexer object) {
   return kind != Reply::UPLOAD_SEGMENT && kind != Reply::DOWNLOAD_SEGMENT && names_object(frame, object);
 }
 
-void LateReplies::arrived(const can::Frame& frame) {
+bool LateReplies::arrived(const can::Frame& frame) {
   for (std::size_t i = 0; i < count_; ++i) {
-    if (answers(frame, entries_[i].object)) return remove(i);
+    if (!answers(frame, entries_[i].object)) continue;
+    remove(i);
+    return true;
   }
+  return false;
 }
 
-bool LateReplies::is_expected(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until) {
+bool LateReplies::holds_up(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until) {
   for (std::size_t i = 0; i < count_;) {
     if (entries_[i].until <= now) {
       remove(i);
@@ -48,7 +51,9 @@ bool LateReplies::is_expected(Multiplexer object, can::Clock::time_point now, ca
     }
     ++i;
   }
-  return false;
+  if (count_ < kCapacity) return false;
+  until = entries_[0].until;
+  return true;
 }
 
 }  // namespace nkr::canopen::sdo

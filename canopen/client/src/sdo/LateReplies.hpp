@@ -12,19 +12,21 @@ namespace nkr::canopen::sdo {
 
 /**
  * The answers that a node still owes: to requests that timed out. A reply names its object but not its
- * request, so an object is not asked again while an answer about it is under way.
+ * request, so an object is not asked again while an answer about it is under way. When so many are owed that
+ * no more can be remembered, nothing is asked at all until one of them came or its time is over.
  */
 class LateReplies {
  public:
   [[nodiscard]] bool empty() const { return count_ == 0; }
-  /** An answer about the object may come until then. */
+  /** An answer about the object may come until then. Only for what `holds_up` has let pass. */
   void expect(Multiplexer object, can::Clock::time_point until);
   /** Whether the frame may be the answer to a request about the object. */
   static bool answers(const can::Frame& frame, Multiplexer object);
-  /** A frame of the node's server arrived. */
-  void arrived(const can::Frame& frame);
-  /** Whether an answer about the object may still come, and until when. */
-  bool is_expected(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until);
+  /** A frame of the node's server arrived. True when it was one of these answers. */
+  bool arrived(const can::Frame& frame);
+  /** Whether a request for the object has to wait, and until when: an answer about it may still come, or too
+   * many are owed. */
+  bool holds_up(Multiplexer object, can::Clock::time_point now, can::Clock::time_point& until);
 
  private:
   struct Entry {

@@ -13,9 +13,11 @@ namespace nkr::canopen::sdo {
 /**
  * Reads an object: expedited or in segments, as the server decides (CiA 301, 7.2.4.3.5 and .6). A server that
  * does not understand the request may be stuck in an earlier transfer: that is aborted, and the request is
- * made once more.
- * @return NKR_OK; NKR_SDO_LENGTH when the object is larger than the sink; NKR_SDO_TOGGLE_BIT,
- * NKR_SDO_TIMED_OUT; what the server aborted with; what the bus refused with
+ * made once more. An upload that another client of the server disturbs is made again after a random pause, as
+ * long as one answer may take.
+ * @return NKR_OK; NKR_SDO_LENGTH when the object is larger than the sink; NKR_SDO_LENGTH_HIGH or
+ * NKR_SDO_LENGTH_LOW when more or less came than was stated; NKR_SDO_TOGGLE_BIT, NKR_SDO_TIMED_OUT; what the
+ * server aborted with; what the bus refused with
  */
 nkr_error_t upload(Link& link, Multiplexer object, UploadSink& sink);
 

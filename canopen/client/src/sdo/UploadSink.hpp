@@ -67,7 +67,10 @@ class BytesSink final : public UploadSink {
     append(bytes, size);
     size_stated_ = false;
   }
-  void clear() override { bytes_.clear(); }
+  void clear() override {
+    bytes_.clear();
+    size_stated_ = true;
+  }
 
   [[nodiscard]] bool size_stated() const { return size_stated_; }
   std::vector<std::uint8_t>& bytes() { return bytes_; }

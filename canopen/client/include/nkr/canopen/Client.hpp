@@ -14,6 +14,7 @@
 #include <nkr/canopen/NodeConfiguration.hpp>
 #include <nkr/canopen/RequestFailure.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
+#include <nkr/canopen/Subscription.hpp>
 #include <nkr/canopencore/IService.hpp>
 #include <nkr/canopencore/ObjectAddress.hpp>
 #include <ostream>
@@ -32,7 +33,9 @@ namespace nkr::canopen {
  *
  * Results: NKR_OK; an SDO abort code of the node, or of the client itself (NKR_SDO_TIMED_OUT,
  * NKR_SDO_TOGGLE_BIT, NKR_SDO_UNKNOWN_COMMAND, NKR_SDO_LENGTH); NKR_CAN_... for what the bus refused. An
- * abort with a code below 0x05000000 is reported as NKR_SDO_GENERAL.
+ * abort with a code below 0x05000000 is reported as NKR_SDO_GENERAL. NKR_CAN_NO_RESOURCES where the system
+ * had no thread, descriptor or memory for it: nothing has happened then. No operation throws for what a
+ * device, a bus or the system does.
  *
  * A request that timed out is aborted on the bus, and the same object is asked again only when the late
  * answer came or the grace time passed: a late answer is never taken for that of another request. The client
@@ -57,14 +60,28 @@ class NKR_EXPORT Client final : public canopencore::IService {
 
   /** @name Time-outs of SDO requests
    * What holds, first to last: the calling thread's SdoTimeoutScope, the object's, the node's, the client's.
-   * 0 takes back what was set for a node or object.
+   * 0 takes back what was set for a node or object; of the client's, 0 or less takes only what is there at
+   * once. A time-out covers the wait for other requests to the node, and then each answer anew.
    * @{ */
   void setTimeout(Duration timeout);
   nkr_error_t setNodeTimeout(std::uint8_t nodeId, Duration timeout);
   void setObjectTimeout(canopencore::ObjectAddress address, Duration timeout);
   /** @} */
 
-  /** The silence after which a node whose heartbeat was heard counts as lost; 0: it never does. */
+  /**
+   * An upload that brings more or fewer bytes than the node stated is aborted with NKR_SDO_LENGTH_HIGH or
+   * NKR_SDO_LENGTH_LOW. For a node that is known to state wrong sizes: they are not looked at.
+   */
+  nkr_error_t setStatedSizesIgnored(std::uint8_t nodeId, bool ignored);
+
+  /**
+   * Ends all requests that are there, running and waiting, those that nobody waits for included: they answer
+   * NKR_CAN_CANCELLED. The nodes that are at work on one are sent an SDO abort with code 0x08000000. Later
+   * requests are made as usual. From any thread, but not from a signal handler; waits for nothing.
+   */
+  void cancelRequests();
+
+  /** The silence after which a node whose heartbeat was heard counts as lost; 0 or less: it never does. */
   nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
 
   /** When the node gives no sign of life within that time, the event NEVER_HEARD tells. */
@@ -94,7 +111,8 @@ class NKR_EXPORT Client final : public canopencore::IService {
 
   /** @name What the host sends by the clock
    * The host's heartbeat lets a drive notice that the host died (object 1016h). It also starts by the
-   * options. All of it ends with close(). NKR_ERROR for a period that is not positive.
+   * options. All of it ends with close(). What the bus cannot take at once is tried again until the next
+   * turn; neither waits for the other. NKR_ERROR for a period that is not positive.
    * @{ */
   nkr_error_t startHeartbeat(std::uint8_t nodeId, Duration period);
   void stopHeartbeat();
@@ -105,21 +123,26 @@ class NKR_EXPORT Client final : public canopencore::IService {
   /** @name Events
    * Handlers run one after the other on a thread of their own and may call the client, unsubscribe and
    * close() included. They must not destroy it. Up to 16,384 events wait for a slow handler; what comes then
-   * is lost.
+   * is lost. What a handler throws is caught and counted.
    * @{ */
-  /** A number for unsubscribe; 0 when the client is closed. */
+  /** A number for unsubscribe; 0 when the client is closed, for an empty handler and without a thread. */
   int subscribe(EventHandler handler);
+  /** The same, and it ends with `subscription`. NKR_OK; NKR_CAN_CLOSED; NKR_ERROR for an empty handler. */
+  nkr_error_t subscribe(EventHandler handler, Subscription& subscription);
   /** When it returns the handler runs no more, unless it is called from inside a handler. */
   void unsubscribe(int subscription);
   /** @} */
 
+  /** How often a handler, of events or of a request, or the resolver of names ended by throwing. */
+  [[nodiscard]] std::uint64_t getHandlerExceptions() const;
+
   /** The node's emergency messages, oldest first; the last 256 are kept. */
   [[nodiscard]] std::vector<Emergency> getEmergencies(std::uint8_t nodeId) const;
   /** The errors that the node told and did not take back: it does so for all of them with code 00xxh and an
-   * error register of 0, and by restarting. */
+   * error register of 0, and by restarting. Of more than 256 codes the last ones. */
   [[nodiscard]] std::vector<Emergency> getActiveEmergencies(std::uint8_t nodeId) const;
 
-  /** The last request to the node that failed; NKR_NOT_AVAILABLE when none did. */
+  /** The calling thread's last request to the node that failed; NKR_NOT_AVAILABLE when none did. */
   nkr_error_t getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const;
   nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) override;
   /** Writes the last frames that this client sent and received as a candump log. */
@@ -136,16 +159,25 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * They are made on threads of the client, a few in all: those to one node one after the other, in the order
    * of the calls, those to several nodes at once. The handler is called there, once, with what getBytes or
    * setBytes would have answered (NKR_CAN_CLOSED when the client is closed before); it may call the client,
-   * but not destroy it. The calling thread's SdoTimeoutScope holds. When close() returns no handler runs any
-   * more, unless close() is called from inside a handler.
+   * but not destroy it; what it throws is caught and counted. The calling thread's SdoTimeoutScope holds.
+   * When close() returns no handler runs any more, unless close() is called from inside a handler.
+   *
+   * A handler that takes a third, or second, argument gets what is known of a failure; null when there was
+   * none, or the request was not made at all.
    * @return NKR_OK; else the handler is not called: NKR_CAN_INVALID_NODE, NKR_CAN_NOT_CONNECTED,
-   * NKR_CAN_CLOSED
+   * NKR_CAN_CLOSED; NKR_CAN_TX_OVERFLOW when 1,024 requests to the node wait; NKR_ERROR for an empty handler
    * @{ */
   using ReadHandler = std::function<void(nkr_error_t result, std::vector<std::uint8_t> value)>;
   using WriteHandler = std::function<void(nkr_error_t result)>;
+  using ReadReportHandler =
+      std::function<void(nkr_error_t result, std::vector<std::uint8_t> value, const RequestFailure* failure)>;
+  using WriteReportHandler = std::function<void(nkr_error_t result, const RequestFailure* failure)>;
   nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadHandler handler);
+  nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadReportHandler handler);
   nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
                          std::vector<std::uint8_t> value, WriteHandler handler);
+  nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                         std::vector<std::uint8_t> value, WriteReportHandler handler);
   /** @} */
 
   /**
@@ -164,7 +196,7 @@ class NKR_EXPORT Client final : public canopencore::IService {
   nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) override;
   nkr_error_t broadcastNMTCommand(const canopencore::NMTCommand& command) override;
   nkr_error_t sendSync() override;
-  /** NKR_NOT_AVAILABLE for a node never heard. */
+  /** NKR_NOT_AVAILABLE for a node never heard; the most that the number holds after 49 days. */
   nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t& milliseconds) override;
 
   nkr_error_t getNMTState(const std::uint8_t& nodeId, canopencore::NMTState& state) override;

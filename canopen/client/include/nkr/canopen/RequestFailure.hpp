@@ -26,6 +26,8 @@ enum class FailureCause {
   BUS_OFF,                ///< the CAN controller is off the bus
   SEND_QUEUE_FULL,        ///< frames could not be sent in time
   CLOSED,                 ///< the client was closed
+  CANCELLED,              ///< the application cancelled it
+  WAITED_FOR_OTHERS,      ///< it was not sent: other requests to the node took all its time
   NEVER_HEARD,            ///< this node was never heard, nor any other
   OTHER_ID_HEARD,         ///< this node was never heard, but another one is there
   HEARD_THEN_LOST,        ///< the node was heard and then fell silent
