@@ -2,8 +2,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <nkr/can/Thread.hpp>
 #include <tav/drive/Runner.hpp>
-#include <thread>
 #include <utility>
 
 namespace tav::drive {
@@ -34,7 +34,7 @@ struct Runner::Impl {
 
   VirtualDrive& drive;
   std::unique_ptr<nkr::can::Port> port;
-  std::thread timer;
+  nkr::can::Thread timer;
   std::atomic<nkr_error_t> status{NKR_CAN_NOT_CONNECTED};
 
   // When the timer is wanted.
@@ -62,8 +62,9 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
       },
       std::move(events));
   drive.power_on(Clock::now());
-  timer = std::thread([this] { run_timer(); });
-  return NKR_OK;
+  if (timer.start([this] { run_timer(); })) return NKR_OK;
+  stop();
+  return NKR_CAN_NO_RESOURCES;
 }
 
 void Runner::Impl::stop() {
@@ -74,7 +75,7 @@ void Runner::Impl::stop() {
   }
   wake.notify_one();
   port->close();
-  timer.join();
+  timer.end();
   drive.connect({});
   port.reset();
   status = NKR_CAN_NOT_CONNECTED;

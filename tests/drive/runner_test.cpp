@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <nkr/can/InProcessBus.hpp>
+#include <nkr/can/Thread.hpp>
 #include <sstream>
 #include <string>
 #include <tav/drive/Runner.hpp>
@@ -199,6 +200,17 @@ TEST(Runner, SaysWhyABusGivesNoPlace) {
   EXPECT_EQ(runner.start(bus), NKR_CAN_PERMISSION);
   EXPECT_NE(runner.status(), NKR_OK);
   runner.stop();
+}
+
+TEST(Runner, SaysWhenTheSystemHasNoThreadAndStartsWhenItHas) {
+  nkr::can::InProcessBus bus;
+  auto drive = make_drive();
+  Runner runner(*drive);
+  nkr::can::Thread::allow(0);
+  EXPECT_EQ(runner.start(bus), NKR_CAN_NO_RESOURCES);
+  nkr::can::Thread::allow(-1);
+  EXPECT_NE(runner.status(), NKR_OK);
+  EXPECT_EQ(runner.start(bus), NKR_OK);
 }
 
 TEST(Runner, LeavesTheBusWhenItIsDestroyed) {

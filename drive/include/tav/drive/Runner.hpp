@@ -22,7 +22,7 @@ class NKR_EXPORT Runner {
   Runner(const Runner&) = delete;
   Runner& operator=(const Runner&) = delete;
 
-  /** Opens a port and switches the drive on. @return NKR_OK, or why the bus gives no port */
+  /** Opens a port and switches the drive on. @return NKR_OK, or why there is no port or thread */
   [[nodiscard]] nkr_error_t start(nkr::can::Bus& bus);
   /** Leaves the bus. No frame is handed over when this has returned. */
   void stop();

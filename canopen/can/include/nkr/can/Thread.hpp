@@ -22,7 +22,7 @@ class NKR_EXPORT Thread {
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
 
-  /** False when the system has no thread for it; nothing has happened then. Once only. */
+  /** False when the system has no thread for it; nothing has happened then. Once, and again after end(). */
   [[nodiscard]] bool start(std::function<void()> body);
   [[nodiscard]] bool is_started() const { return thread_.joinable(); }
   /** Whether the caller is this thread. */
