@@ -1,32 +1,34 @@
-// Commands a velocity to the virtual drive, in one process. With open_bus("can0", ...) it is a real drive.
-#include <cstdio>
-#include <nkr/can/InProcessBus.hpp>
-#include <nkr/canopen/Client.hpp>
-#include <tav/drive/Runner.hpp>
-#include <tavcore/CANOpenDispatcher.hpp>
-#include <tavcore/Controller.hpp>
+// Turns a motor for two seconds.
+#include <chrono>
+#include <exception>
+#include <iostream>
+#include <nkr/can/open_bus.hpp>
+#include <tav/host/Unit.hpp>
+#include <tav/host/text.hpp>
 
-int main() {
+#include "VirtualNode.hpp"
+
+int main() try {
   // README: begin
-  const auto bus = std::make_shared<nkr::can::InProcessBus>();
-  const auto config = std::make_shared<nkr::tavcore::Config>();
-  if (config->load("share/tav/tav.ini") != NKR_OK) return 1;
+  const auto bus = nkr::can::make_bus("virtual");          // or "can0", with a drive on the wire
+  const VirtualNode drive(*bus, "share/tav/tav.eds", 10);  // the other end: a drive made of software
 
-  std::string problem;  // the other end of the wire: a drive made of software
-  const auto drive = tav::drive::VirtualDrive::from_file("share/tav/tav.eds", {10, {}, {}, {}}, problem);
-  if (drive == nullptr) return 1;
-  tav::drive::Runner runner(*drive);
-  if (runner.start(*bus) != NKR_OK) return 1;
-
-  const auto client = std::make_shared<nkr::canopen::Client>(bus);
-  const auto dispatcher = std::make_shared<nkr::tavcore::CANOpenDispatcher>(config, client);
-  nkr::tavcore::Controller controller;
-  short velocity = 0;
-  nkr_error_t result = dispatcher->init();
-  if (result == NKR_OK) result = controller.init(config, dispatcher);
-  if (result == NKR_OK) result = controller.setTargetVelocity(120);
-  if (result == NKR_OK) result = controller.getTargetVelocity(velocity);
-  std::printf("%s target velocity: %d\n", nkr_error_text(result), velocity);
+  tav::host::Settings settings;
+  settings.configuration = "share/tav/tav.ini";
+  settings.parts.bus = bus;
+  tav::host::Result result;
+  const auto unit = tav::host::Unit::open(settings, result);
+  if (result.ok()) result = unit->enable();
+  if (result.ok()) result = unit->set_velocity(300);
+  if (result.ok()) {
+    result = unit->follow(std::chrono::seconds(2), [](const tav::host::Look& look) {
+      std::cout << "velocity " << look.velocity << '\n';
+    });
+  }
+  std::cout << text(result) << '\n';  // what failed, and why; the end of the unit stops the drive
   // README: end
-  return result == NKR_OK ? 0 : 1;
+  return result.ok() ? 0 : 1;
+} catch (const std::exception& exception) {
+  std::cerr << exception.what() << '\n';
+  return 1;
 }
