@@ -13,7 +13,7 @@ int main() try {
   const auto bus = nkr::can::make_bus("virtual");          // or "can0", with a drive on the wire
   const VirtualNode drive(*bus, "share/tav/tav.eds", 10);  // the other end: a drive made of software
 
-  tav::host::Settings settings;
+  tav::host::UnitSettings settings;
   settings.configuration = "share/tav/tav.ini";
   settings.parts.bus = bus;
   tav::host::Result result;

@@ -30,7 +30,7 @@ Result turn(tav::host::Unit& unit) {
 int main(int argc, char** argv) try {
   const tav::host::SignalInterrupt interrupt;
   const std::string name = argc > 1 ? argv[1] : "virtual";
-  tav::host::Settings settings;
+  tav::host::UnitSettings settings;
   settings.configuration = "share/tav/tav.ini";
   settings.parts.bus = nkr::can::make_bus(name);
   settings.interrupt = &interrupt;

@@ -44,8 +44,8 @@ DriveBeside::DriveBeside(const std::string& bus_name) {
 
 DriveBeside::~DriveBeside() = default;
 
-tav::host::Settings DriveBeside::settings() const {
-  tav::host::Settings settings;
+tav::host::UnitSettings DriveBeside::settings() const {
+  tav::host::UnitSettings settings;
   settings.configuration = "share/tav/tav.ini";
   settings.parts.bus = bus_;
   return settings;

@@ -10,8 +10,8 @@
 #include <string>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
-#include <tav/host/Settings.hpp>
 #include <tav/host/Unit.hpp>
+#include <tav/host/UnitSettings.hpp>
 #include <vector>
 
 namespace tests::host {
@@ -30,7 +30,7 @@ class DriveBeside {
   ~DriveBeside();
 
   /** How a unit is opened that works on it. */
-  [[nodiscard]] tav::host::Settings settings() const;
+  [[nodiscard]] tav::host::UnitSettings settings() const;
 
   /** Sends "77F#05" from a port of its own. */
   void send(std::uint32_t id, const std::vector<std::uint8_t>& data);

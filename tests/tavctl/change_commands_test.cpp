@@ -3,7 +3,9 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <memory>
 #include <nkr/canopen/Client.hpp>
 #include <string>
 #include <thread>
@@ -104,7 +106,7 @@ TEST(Nmt, WaitsForTheStateThatFollows) {
   EXPECT_EQ(drive.tavctl({"nmt", "start", "--json"}).json()["nmt_state"], "operational");
   EXPECT_EQ(drive.tavctl({"nmt", "pre-operational", "--json"}).json()["nmt_state"], "pre-operational");
   EXPECT_EQ(drive.tavctl({"nmt", "stop", "--json"}).json()["nmt_state"], "stopped");
-  EXPECT_EQ(drive.tavctl({"nmt", "reset", "--json"}).json()["nmt_state"], "pre-operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "reset", "--discard", "--json"}).json()["nmt_state"], "pre-operational");
   EXPECT_EQ(drive.tavctl({"nmt", "sideways"}).code, 2);
 }
 
@@ -281,6 +283,142 @@ TEST(QuickStop, IsTheFirstThingThatIsSent) {
   const std::size_t first_write = result.err.find("  write ");
   ASSERT_NE(first_write, std::string::npos) << result.err;
   EXPECT_EQ(result.err.find("  write \"controlword\""), first_write) << result.err;
+}
+
+TEST(Velocity, IsRefusedInFaultAndNamesTheError) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  drive.drive().raise_fault(0x3220);
+  ASSERT_TRUE(observer.sees([&] { return observer.state_bits() == 0x08; }));
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"velocity", "100", "--for", "1"}, {"enable"}, {"move", "10", "forward"}}) {
+    const auto refused = drive.tavctl(command);
+    EXPECT_EQ(refused.code, 7) << command[0];
+    EXPECT_NE(refused.err.find("0x3220"), std::string::npos) << refused.err;
+    EXPECT_NE(refused.err.find("fault-reset"), std::string::npos) << refused.err;
+  }
+  EXPECT_EQ(observer.state_bits(), 0x08u) << "nothing was reset";
+  const auto reset = drive.tavctl({"velocity", "100", "--for", "0.2", "--fault-reset"});
+  EXPECT_EQ(reset.code, 0) << reset.err;
+}
+
+/** Runs a long velocity and meddles with it when the drive turns; what the tool then says. */
+template <class Meddle>
+tool::Result meddled(DriveOnBus& drive, Meddle meddle) {
+  Observer observer(drive);
+  std::thread somebody([&] {
+    EXPECT_TRUE(observer.sees([&] { return observer.velocity() > 100; }));
+    meddle();
+  });
+  const auto result = drive.tavctl({"velocity", "300"});
+  somebody.join();
+  EXPECT_EQ(observer.velocity(), 0) << "it was stopped";
+  return result;
+}
+
+TEST(Velocity, SaysThatAnotherHostSetTheTarget) {
+  DriveOnBus drive;
+  const auto result = meddled(drive, [&] {
+    EXPECT_EQ(drive.tavctl({"write", "vl_target_velocity", "200"}).code, 0);
+  });
+  EXPECT_EQ(result.code, 7) << result.err;
+  EXPECT_NE(result.err.find("somebody else set the target velocity to 200"), std::string::npos) << result.err;
+}
+
+TEST(Velocity, SaysThatAnotherHostSetTheHaltBit) {
+  DriveOnBus drive;
+  const auto result = meddled(drive, [&] {
+    EXPECT_EQ(drive.tavctl({"write", "controlword", "0x17F"}).code, 0);
+  });
+  EXPECT_EQ(result.code, 7) << result.err;
+  EXPECT_NE(result.err.find("halt bit"), std::string::npos) << result.err;
+}
+
+TEST(Velocity, SaysThatTheDriveRestarted) {
+  DriveOnBus drive;
+  const auto result = meddled(drive, [&] {
+    nkr_error_t opened = NKR_OK;
+    const auto master = drive.bus().open({{0x7FF, 0x7FF}}, opened);
+    EXPECT_EQ(master->send({0x000, {0x81, kNode}}, nkr::can::Clock::now() + std::chrono::seconds(5)), NKR_OK);
+  });
+  EXPECT_EQ(result.code, 7) << result.err;
+  EXPECT_NE(result.err.find("restarted"), std::string::npos) << result.err;
+}
+
+TEST(Velocity, SaysAfterAPauseOfTheHostThatTheDriveMissedIt) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 100; }));
+  process.send(SIGSTOP);
+  EXPECT_TRUE(observer.sees([&] { return observer.state_bits() == 0x08 || observer.velocity() == 0; }));
+  process.send(SIGCONT);
+  EXPECT_EQ(process.wait(), 7);
+}
+
+TEST(Velocity, SaysThatTheLimitsKeptTheDriveFromItsTarget) {
+  DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"write", "0x6046:2", "150"}).code, 0);
+  const auto result = drive.tavctl({"velocity", "300", "--for", "0.5"});
+  EXPECT_EQ(result.code, 1) << result.err;
+  EXPECT_NE(result.err.find("limits"), std::string::npos) << result.err;
+}
+
+/** Somebody who sends heartbeats as a node until it is destroyed. */
+class Beating {
+ public:
+  Beating(DriveOnBus& drive, std::uint8_t node) {
+    nkr_error_t opened = NKR_OK;
+    port_ = drive.bus().open({{0x7FF, 0x7FF}}, opened);
+    thread_ = std::thread([this, node] {
+      const nkr::can::Frame beat(0x700U + node, {0x05});
+      while (!ended_) {
+        static_cast<void>(port_->send(beat, nkr::can::Clock::now() + std::chrono::seconds(1)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      }
+    });
+  }
+  ~Beating() {
+    ended_ = true;
+    thread_.join();
+  }
+  Beating(const Beating&) = delete;
+  Beating& operator=(const Beating&) = delete;
+
+ private:
+  std::unique_ptr<nkr::can::Port> port_;
+  std::atomic<bool> ended_{false};
+  std::thread thread_;
+};
+
+TEST(HostNode, IsAnotherOneThanThatOfAHostWhoIsThere) {
+  DriveOnBus drive;
+  Observer observer(drive);
+  const Beating other(drive, 127);
+  Process process({"--bus", drive.bus_name(), "velocity", "300"});
+  ASSERT_TRUE(observer.sees([&] { return observer.velocity() > 100; }));
+  EXPECT_EQ(observer.consumer_heartbeat() >> 16, 126u);
+  process.send(SIGKILL);
+  process.wait();
+  EXPECT_TRUE(observer.sees([&] { return observer.velocity() == 0; })) << "though the other one beats on";
+}
+
+TEST(HostNode, ThatIsHeardIsRefusedAndFreeOnesAreNamed) {
+  DriveOnBus drive;
+  const Beating other(drive, 126);
+  const auto refused = drive.tavctl({"--host-node", "126", "velocity", "100", "--for", "1"});
+  EXPECT_EQ(refused.code, 6) << refused.err;
+  EXPECT_NE(refused.err.find("127, 125, 124"), std::string::npos) << refused.err;
+  const auto doctor = drive.tavctl({"doctor"});
+  EXPECT_NE(doctor.out.find("10, 126"), std::string::npos) << doctor.out;
+}
+
+TEST(HostNode, ThatSomebodyElseTakesStopsTheDrive) {
+  DriveOnBus drive;
+  std::unique_ptr<Beating> other;
+  const auto result = meddled(drive, [&] { other = std::make_unique<Beating>(drive, 127); });
+  EXPECT_EQ(result.code, 7) << result.err;
+  EXPECT_NE(result.err.find("somebody else sends heartbeats as node 127"), std::string::npos) << result.err;
 }
 
 }  // namespace

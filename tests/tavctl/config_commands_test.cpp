@@ -57,7 +57,7 @@ TEST(Config, IdentifiersFollowTheNodeIdOfTheDriveThatTakesThem) {
   }
   EXPECT_NE(content(file.path()).find("ParameterValue=$NODEID+0x200"), std::string::npos);
   const DriveOnBus other;
-  ASSERT_EQ(other.tavctl({"network", "set", "--node-id", "20"}).code, 0);
+  ASSERT_EQ(other.tavctl({"network", "set", "--node-id", "20", "--discard"}).code, 0);
   const auto loaded = other.tavctl({"config", "load", file.path(), "--node", "20"});
   EXPECT_EQ(loaded.code, 0) << loaded.out << loaded.err;
   EXPECT_EQ(other.tavctl({"pdo", "show", "--node", "20", "--json"}).json()["pdos"][0]["cob_id"], 0x200 + 20);
@@ -136,6 +136,40 @@ TEST(Config, IsNotLoadedUnderAnEnabledMotor) {
   EXPECT_EQ(result.code, 7) << result.out;
   EXPECT_NE(result.err.find("tavctl disable"), std::string::npos) << result.err;
   EXPECT_EQ(drive.downloads(), before);
+}
+
+TEST(Config, APartIsLoadedOnlyWhenTold) {
+  const tavtest::TemporaryFile file("");
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"config", "save", file.path()}).code, 0);
+  std::string part = content(file.path());
+  part.erase(part.find("ParameterValue"),
+             part.find('\n', part.find("ParameterValue")) - part.find("ParameterValue"));
+  std::ofstream(file.path()) << part;
+  const auto refused = drive.tavctl({"config", "load", file.path()});
+  EXPECT_EQ(refused.code, 3);
+  EXPECT_NE(refused.err.find("--partial"), std::string::npos) << refused.err;
+  EXPECT_EQ(drive.downloads(), 0);
+  const auto loaded = drive.tavctl({"config", "load", file.path(), "--partial"});
+  EXPECT_EQ(loaded.code, 0) << loaded.err;
+}
+
+TEST(Config, SaysAfterLoadingThatSignaturesDoNotFit) {
+  const tavtest::TemporaryFile file("");
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"config", "save", file.path()}).code, 0);
+  std::string wrong = content(file.path());
+  const std::size_t limit = wrong.find("ParameterValue=", wrong.find("[6693sub1]"));
+  ASSERT_NE(limit, std::string::npos);
+  wrong.replace(limit, wrong.find('\n', limit) - limit, "ParameterValue=0x000000C8");
+  std::ofstream(file.path()) << wrong;
+  const auto loaded = drive.tavctl({"config", "load", file.path()});
+  EXPECT_EQ(loaded.code, 1) << loaded.out;
+  EXPECT_NE(loaded.out.find("SLS 1"), std::string::npos) << loaded.out;
+  EXPECT_NE(loaded.err.find("no torque"), std::string::npos) << loaded.err;
+  const auto doctor = drive.tavctl({"doctor"});
+  EXPECT_EQ(doctor.code, 1);
+  EXPECT_NE(doctor.out.find("do not fit: SLS 1"), std::string::npos) << doctor.out;
 }
 
 }  // namespace

@@ -74,8 +74,8 @@ TEST(Json, IsTheAnswerOfEveryCommand) {
       {"system-errors", "show"},
       {"system-errors", "states"},
       {"store"},
-      {"restore"},
-      {"network", "set", "--termination", "true"},
+      {"restore", "--discard"},
+      {"network", "set", "--termination", "true", "--discard"},
       {"safety", "show"},
       {"safety", "verify"},
       {"safety", "mapping", "show"},
@@ -274,8 +274,8 @@ TEST(Doctor, LooksAtEverythingOnTheWayToATurningMotor) {
     EXPECT_EQ(check["verdict"] == "ok", check["cure"] == "") << check;
   }
   EXPECT_EQ(checks,
-            "interface;bit rate;node;vendor id;product code;revision;drive's heartbeat;host's heartbeat;"
-            "death of the host;state;safe torque off;errors;");
+            "interface;bit rate;node;vendor id;product code;revision;nodes heard;this host;drive's heartbeat;"
+            "host's heartbeat;death of the host;state;safe torque off;errors;safety signatures;");
 }
 
 TEST(Doctor, FindsAnInterfaceThatIsNotThere) {

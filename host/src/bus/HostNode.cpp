@@ -151,7 +151,7 @@ Result HostNode::begin(std::uint8_t drive, const Interrupt* interrupt, Lost lost
     return impl_->users.empty();
   }();
   if (first) {
-    if (!wait_until(impl_->listening_since + kListening, interrupt)) {
+    if (!listen(interrupt)) {
       Explanation explanation;
       explanation.cause = Cause::INTERRUPTED;
       explanation.code = NKR_INTERRUPTED;
@@ -190,6 +190,14 @@ bool HostNode::is_contested() const {
   std::uint32_t age = 0;
   return impl_->client->getTimeSinceHeard(impl_->id, age) == NKR_OK &&
          milliseconds(age) < steady_clock::now() - impl_->begun;
+}
+
+bool HostNode::listen(const Interrupt* interrupt) const {
+  return wait_until(impl_->listening_since + kListening, interrupt);
+}
+
+std::vector<std::uint8_t> HostNode::free_nodes(std::uint8_t drive, std::size_t most) const {
+  return impl_->free_nodes(drive, most);
 }
 
 std::vector<std::uint8_t> HostNode::heard() const {

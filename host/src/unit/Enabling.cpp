@@ -23,6 +23,7 @@ Result Unit::Impl::enable(const Enabling& enabling) {
   if (result.ok()) result = adopt();
   if (result.ok() && lost_) result = protection_lost();
   is_enabled = result.ok();
+  if (is_enabled) link.events->begin_work();
   return result;
 }
 

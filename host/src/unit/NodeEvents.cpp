@@ -34,15 +34,22 @@ NodeEvents::~NodeEvents() {
 
 void NodeEvents::begin_operation() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  boot_up_ = false;
+  boot_up_ = is_working_ = false;
   emergencies_.clear();
+}
+
+void NodeEvents::begin_work() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  is_working_ = true;
 }
 
 void NodeEvents::note(const Event& event) {
   if (event.node != node_) return;
   const std::lock_guard<std::mutex> lock(mutex_);
   switch (event.kind) {
-    case Event::Kind::BOOT_UP:
+    case Event::Kind::BOOT_UP:  // the one of its power-on, as long as it is not at work
+      boot_up_ = boot_up_ || is_working_;
+      break;
     case Event::Kind::UNEXPECTED_BOOT_UP:
       boot_up_ = true;
       break;

@@ -20,6 +20,8 @@ class NodeEvents {
 
   /** What is noted from now on is of a new operation. */
   void begin_operation();
+  /** The node is at work from now on: whatever boot-up comes is a restart. */
+  void begin_work();
   /** What was heard since the operation began, and what the client knows at this moment. */
   [[nodiscard]] Heard heard() const;
 
@@ -30,6 +32,7 @@ class NodeEvents {
   std::uint8_t node_;
   int subscription_ = 0;
   mutable std::mutex mutex_;
+  bool is_working_ = false;
   bool boot_up_ = false;
   bool heartbeat_lost_ = false;
   std::vector<std::uint16_t> emergencies_;

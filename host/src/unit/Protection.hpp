@@ -6,7 +6,7 @@
 #include <string>
 #include <tav/host/HostMonitoring.hpp>
 
-#include "Link.hpp"
+#include "DriveLink.hpp"
 
 namespace tav::host {
 
@@ -16,7 +16,7 @@ namespace tav::host {
  */
 class Protection {
  public:
-  explicit Protection(Link& link) : link_(link) {}
+  explicit Protection(DriveLink& link) : link_(link) {}
   ~Protection();
   Protection(const Protection&) = delete;
   Protection& operator=(const Protection&) = delete;
@@ -42,7 +42,7 @@ class Protection {
   [[nodiscard]] Result read(HostMonitoring& monitoring);
   [[nodiscard]] nkr_error_t write_entry(std::uint8_t subindex, std::uint8_t node, std::uint16_t time_ms);
 
-  Link& link_;
+  DriveLink& link_;
   HostMonitoring before_;
   int user_ = 0;                                      ///< of the host node; 0: none
   std::optional<HostMonitoring::Consumer> replaced_;  ///< the entry as it was before

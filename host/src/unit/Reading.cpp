@@ -8,6 +8,18 @@ namespace tav::host {
 using nkr::canopen::Emergency;
 using nkr::tavcore::CANOpenDispatcher;
 
+nkr::canopencore::NMTState Unit::Impl::wait_for_nmt_state(std::chrono::milliseconds patience) {
+  using nkr::canopencore::NMTState;
+  constexpr std::chrono::milliseconds kLook{10};
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  NMTState state = NMTState::UNKNOWN;
+  while (true) {
+    const bool known = link.dispatcher->getNMTState(state) == NKR_OK && state != NMTState::UNKNOWN;
+    const auto now = std::chrono::steady_clock::now();
+    if (known || now >= deadline || !link.wait_until(now + kLook)) return state;
+  }
+}
+
 Result Unit::Impl::read_state(Snapshot& now) {
   const CANOpenDispatcher& drive = *link.dispatcher;
   std::int16_t target = 0;

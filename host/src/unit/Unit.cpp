@@ -5,7 +5,7 @@
 
 namespace tav::host {
 
-std::unique_ptr<Unit> Unit::open(const Settings& settings, Result& result) {
+std::unique_ptr<Unit> Unit::open(const UnitSettings& settings, Result& result) {
   auto impl = std::make_unique<Impl>();
   result = impl->link.open(settings);
   return result.ok() ? std::unique_ptr<Unit>(new Unit(std::move(impl))) : nullptr;
@@ -41,6 +41,12 @@ Result Unit::disable() {
 Result Unit::leave() {
   return impl_->leave();
 }
+Result Unit::reset(std::uint8_t after, nkr::canopencore::NMTCommand command) {
+  return impl_->reset(after, command);
+}
+nkr::canopencore::NMTState Unit::wait_for_nmt_state(std::chrono::milliseconds patience) {
+  return impl_->wait_for_nmt_state(patience);
+}
 Result Unit::read_state(Snapshot& state) {
   return impl_->read_state(state);
 }
@@ -52,6 +58,10 @@ Result Unit::read_errors(std::vector<nkr::canopen::Emergency>& errors) {
 }
 Heard Unit::heard() const {
   return impl_->link.events->heard();
+}
+void Unit::forget_heard() {
+  impl_->link.events->begin_operation();
+  impl_->link.events->begin_work();
 }
 bool Unit::is_protected() const {
   return impl_->protection.is_active() && !impl_->link.host->is_contested();
@@ -76,6 +86,9 @@ const std::shared_ptr<nkr::tavcore::Config>& Unit::config() const {
 }
 const nkr::tools::EDSParser& Unit::description() const {
   return *impl_->link.description;
+}
+const std::shared_ptr<const nkr::tools::EDSParser>& Unit::shared_description() const {
+  return impl_->link.description;
 }
 nkr::can::Bus& Unit::bus() const {
   return *impl_->link.bus;

@@ -8,7 +8,7 @@
 #include <tav/host/Unit.hpp>
 #include <tavcore/Controller.hpp>
 
-#include "Link.hpp"
+#include "DriveLink.hpp"
 #include "Protection.hpp"
 
 namespace tav::host {
@@ -32,12 +32,16 @@ class Unit::Impl {
   Result disable();
   Result leave();
 
+  // Resetting.cpp
+  Result reset(std::uint8_t after, nkr::canopencore::NMTCommand command);
+
   // Reading.cpp
+  nkr::canopencore::NMTState wait_for_nmt_state(std::chrono::milliseconds patience);
   Result read_state(Snapshot& state);
   Result read_power(PowerFacts& facts);
   Result read_errors(std::vector<nkr::canopen::Emergency>& errors);
 
-  Link link;
+  DriveLink link;
   Protection protection{link};
   std::atomic<bool> is_enabled{false};  ///< enable() succeeded, and nothing was seen to end it
 

@@ -151,6 +151,10 @@ std::string headline(const Explanation& explanation) {
     case Cause::CONFIGURATION:
     case Cause::DESCRIPTION:
       return "cannot " + explanation.action + ' ' + explanation.detail;
+    case Cause::FILE:
+    case Cause::UNKNOWN_OBJECT:
+    case Cause::REFUSED:
+      return explanation.action;
     case Cause::BUS:
       return "cannot " + explanation.action + ' ' + explanation.bus;
     case Cause::NODE_ID:
@@ -192,6 +196,8 @@ std::string headline(const Explanation& explanation) {
       return "another master stopped the node" + at;
     case Cause::FELL_SILENT:
       return "the drive fell silent" + at;
+    case Cause::NO_BOOT_UP:
+      return "the drive was reset, but no boot-up message came from node " + number(explanation.expected);
     case Cause::STILL_TURNING:
       return "the drive still turns at " + number(explanation.found) + at;
     case Cause::MAY_STILL_MOVE:
@@ -257,6 +263,9 @@ std::string details(const Explanation& explanation) {
       add_line(text, explanation.detail);
       return text;
     case Cause::BUS:
+    case Cause::FILE:
+    case Cause::UNKNOWN_OBJECT:
+    case Cause::REFUSED:
       return explanation.detail;
     default:
       return text;

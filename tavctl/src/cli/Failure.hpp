@@ -8,12 +8,10 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/ExitCode.hpp"
-
-namespace nkr::canopen {
-struct RequestFailure;
-}
+#include "cli/Json.hpp"
 
 namespace tavctl {
 
@@ -29,18 +27,21 @@ class Failure : public std::exception {
   [[nodiscard]] const std::string& hint() const { return hint_; }
   [[nodiscard]] std::optional<nkr_error_t> code() const { return code_; }
 
-  /** The request on the bus that failed; null when it was none. */
-  [[nodiscard]] const nkr::canopen::RequestFailure* request() const { return request_.get(); }
-  void set_request(std::shared_ptr<const nkr::canopen::RequestFailure> request) {
-    request_ = std::move(request);
-  }
+  /** What is known besides: a label and a text a line for people, and the same for programs. */
+  struct Facts {
+    std::vector<std::pair<std::string, std::string>> lines;
+    Json json;
+  };
+  /** Null when nothing is. */
+  [[nodiscard]] const Facts* facts() const { return facts_.get(); }
+  void set_facts(Facts facts) { facts_ = std::make_shared<const Facts>(std::move(facts)); }
 
  private:
   ExitCode exit_code_;
   std::string what_;
   std::string hint_;
   std::optional<nkr_error_t> code_;
-  std::shared_ptr<const nkr::canopen::RequestFailure> request_;
+  std::shared_ptr<const Facts> facts_;
 };
 
 /** The exit code that a result code of the library or the client stands for. */

@@ -12,6 +12,7 @@ struct Options {
   std::string scenario;           ///< what happens to the drive on the bus "virtual"; empty: nothing
   std::string config;             ///< configuration file; empty: the usual places
   std::optional<int> node;        ///< node id instead of the configuration's
+  std::optional<int> host_node;   ///< this host's own node id; none: the first silent one
   std::optional<unsigned> log;    ///< show the library's log up to this level
   bool trace = false;             ///< show every frame with its meaning
   std::optional<int> timeout_ms;  ///< of one SDO request; none: the client's own

@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <ostream>
+#include <tav/host/words.hpp>
 #include <utility>
 
-#include "model/FailureText.hpp"
-#include "model/Format.hpp"
+#include "cli/Format.hpp"
 
 namespace tavctl {
 
@@ -53,12 +53,12 @@ void Output::note(const std::string& text) {
 }
 
 void Output::failure(const Failure& failure) {
-  const std::string code = failure.code() ? result_text(*failure.code()) : std::string{};
+  const std::string code = failure.code() ? tav::host::result_text(*failure.code()) : std::string{};
   if (json_) {
     Json error = {{"what", failure.what()}, {"exit_code", static_cast<int>(failure.exit_code())}};
     if (failure.code()) error["code"] = code;
     if (!failure.hint().empty()) error["hint"] = failure.hint();
-    if (failure.request() != nullptr) error["request"] = request_json(*failure.request());
+    if (failure.facts() != nullptr) error["request"] = failure.facts()->json;
     document_["error"] = std::move(error);
   }
   const auto tell = [this](const std::string& label, std::string text) {
@@ -70,8 +70,8 @@ void Output::failure(const Failure& failure) {
   };
   err_ << "tavctl: " << failure.what() << '\n';
   if (failure.code()) tell("code", code);
-  if (failure.request() != nullptr) {
-    for (const auto& [label, text] : request_lines(*failure.request())) tell(label, text);
+  if (failure.facts() != nullptr) {
+    for (const auto& [label, text] : failure.facts()->lines) tell(label, text);
   }
   if (!failure.hint().empty()) tell("hint", failure.hint());
 }

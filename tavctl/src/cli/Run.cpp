@@ -41,6 +41,11 @@ void add_options(Command& program, Options& options) {
       .from_environment("TAVCTL_CONFIG");
   program.option("-n,--node", options.node, "Node id of the drive instead of the configuration's")
       .range(1, 127);
+  program
+      .option(
+          "--host-node", options.host_node,
+          "Node id of this host's heartbeat, which the drive watches [the first silent one from 127 down]")
+      .range(1, 127);
   program.flag("-t,--trace", options.trace, "Show every frame on the bus with its meaning (standard error)");
   program
       .option("--log", options.log,

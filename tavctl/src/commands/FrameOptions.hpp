@@ -2,7 +2,7 @@
 #define TAVCTL_COMMANDS_FRAMEOPTIONS_HPP
 
 #include "cli/Command.hpp"
-#include "trace/FrameView.hpp"
+#include "text/FrameView.hpp"
 
 namespace tavctl {
 

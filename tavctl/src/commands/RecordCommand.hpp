@@ -3,13 +3,13 @@
 
 #include <memory>
 #include <string>
+#include <tav/host/words.hpp>
 #include <utility>
 #include <vector>
 
 #include "cli/Command.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Record.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/Record.hpp"
 
 namespace tavctl {
 
@@ -39,6 +39,7 @@ ExitCode set_drive_record(Context& context, const std::string& what,
   Record held{};
   session.check(read(session, held), "read " + what + " back");
   show_record(session.output(), held, fields);
+  tell_not_stored(session.output());
   const std::vector<std::string> different = differing_fields(wanted, held, fields);
   if (!different.empty()) {
     throw Failure(ExitCode::REFUSED, "the drive holds other values than were written: " + joined(different),

@@ -6,16 +6,17 @@
 #include <numeric>
 #include <optional>
 #include <string>
+#include <tav/host/BusMeter.hpp>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/objects.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Description.hpp"
-#include "model/Format.hpp"
-#include "model/Percentiles.hpp"
-#include "session/BusInfo.hpp"
-#include "session/BusMeter.hpp"
-#include "session/Interrupt.hpp"
-#include "session/Session.hpp"
+#include "commands/session/BusInfo.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Session.hpp"
+#include "text/Percentiles.hpp"
 
 namespace tavctl {
 
@@ -47,15 +48,15 @@ struct Measurement {
 
 nkr::tools::ObjectID object_of(const Session& session, const std::string& text) {
   const ObjectReference reference = parse_reference(text);
-  const nkr::tools::ObjectEntry* const object = find_object(session.description(), reference);
+  const nkr::tools::ObjectEntry* const object = object_named(session.description(), reference);
   return object == nullptr ? *reference.address : object->getObjectID();
 }
 
 /** One request; what is neither an answer nor a loss is a Failure. */
 void ask(Session& session, nkr::tools::ObjectID object, Measurement& measured) {
-  std::string ignored;  // takes a value of any length
+  std::vector<std::uint8_t> ignored;
   const Clock::time_point before = Clock::now();
-  const nkr_error_t result = session.client().getValue(session.node(), object.get() << 8, ignored);
+  const nkr_error_t result = read_bytes(session.unit(), object, ignored);
   const std::chrono::duration<double, std::micro> taken = Clock::now() - before;
   if (result == NKR_OK) {
     measured.microseconds.push_back(taken.count());
@@ -67,7 +68,7 @@ void ask(Session& session, nkr::tools::ObjectID object, Measurement& measured) {
 }
 
 Measurement measure(Session& session, const CommTestOptions& options) {
-  const Interrupt interrupt;
+  const SignalInterrupt interrupt;
   const nkr::canopen::SdoTimeoutScope timeout{std::chrono::milliseconds(options.timeout_ms)};
   const nkr::tools::ObjectID object = object_of(session, options.object);
   Measurement measured;

@@ -2,14 +2,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/DrivePdo.hpp>
+#include <tav/host/pdo_mapping.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/RecordCommand.hpp"
-#include "model/Description.hpp"
-#include "model/Format.hpp"
-#include "model/PdoMapping.hpp"
-#include "session/DrivePdo.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -114,7 +115,7 @@ ExitCode map_objects(Context& context, const PdoArguments& arguments) {
   Session session(context);
   const DrivePdo pdo = pdo_of(session.description(), arguments.direction, arguments.number);
   PdoMapping wanted{};
-  wanted.entries = mapping_entries(session.description(), arguments.rest, pdo.receive);
+  see(mapping_entries(session.description(), arguments.rest, pdo.receive, wanted.entries));
   wanted.count = static_cast<std::uint8_t>(wanted.entries.size());
   const PdoParameters parameters = enabled_parameters(session, pdo, arguments);
   const MappingOutcome outcome = map_pdo(*session.dispatcher(), pdo, wanted, parameters);
@@ -123,6 +124,7 @@ ExitCode map_objects(Context& context, const PdoArguments& arguments) {
   }
   session.check(outcome.result, "map " + pdo.name());
   show_pdo(session, pdo);
+  tell_not_stored(session.output());
   if (outcome.different.empty()) return ExitCode::OK;
   throw Failure(ExitCode::REFUSED, pdo.name() + " is not as it was written: " + joined(outcome.different),
                 "do not start the node before \"tavctl pdo show\" shows what you want");

@@ -2,12 +2,16 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <tav/host/configuration.hpp>
+#include <tav/host/configuration_objects.hpp>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Format.hpp"
-#include "session/ConfigurationTransfer.hpp"
-#include "session/DriveState.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Safety.hpp"
+#include "commands/session/Session.hpp"
+#include "text/SafetyChecks.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -39,6 +43,12 @@ void print_differences(Output& output, const std::vector<ConfigurationDifference
   output.put("differences", std::move(rows));
 }
 
+std::vector<ConfiguredValue> values_in(const Session& session, const std::string& path) {
+  std::vector<ConfiguredValue> values;
+  see(load_configured_values(path, session.description(), session.node(), values));
+  return values;
+}
+
 /** The description as a document, which the values make a DCF. */
 DCFDocument document_of(const Session& session) {
   const std::string path = session.config()->getCANOpenEDSFilePath();
@@ -59,7 +69,7 @@ void write_document(const DCFDocument& document, const std::string& path) {
 
 ExitCode save(Context& context, const std::string& path) {
   Session session(context);
-  const ReadConfiguration configuration = read_configuration(session);
+  const ReadConfiguration configuration = read_configuration(session.unit());
   if (configuration.values.empty() && !configuration.failures.empty()) {
     throw session.failure(configuration.failures.front().result, "read the configuration");
   }
@@ -77,30 +87,51 @@ ExitCode save(Context& context, const std::string& path) {
   return configuration.failures.empty() ? ExitCode::OK : ExitCode::FINDINGS;
 }
 
-ExitCode load(Context& context, const std::string& path) {
+/** Half a configuration leaves the other half as whatever it was. */
+void see_complete(const Session& session, const std::string& path, std::size_t held) {
+  const std::size_t all = configuration_objects(session.description()).size();
+  if (held >= all) return;
+  throw Failure(ExitCode::CONFIGURATION,
+                path + " holds " + std::to_string(held) + " of the " + std::to_string(all) +
+                    " objects that make a configuration",
+                "--partial loads it all the same: all other objects stay as they are");
+}
+
+/** A safety function whose signature does not fit gives no torque, and the drive says no word why. */
+bool is_safe(Session& session) {
+  const nkr::tavcore::SafetyVerification verification = verified_safety(session);
+  session.output().put("safety_passed", verification.passed());
+  if (verification.passed()) return true;
+  print_checks(session.output(), verification);
+  session.output().note(
+      "WARNING: safety signatures do not fit the parameters that were loaded: the drive gives no torque");
+  return false;
+}
+
+ExitCode load(Context& context, const std::string& path, bool partial) {
   using NMTCommand = nkr::tavcore::INMTService::NMTCommand;
   Session session(context);
-  const std::vector<ConfiguredValue> values =
-      load_configured_values(path, session.description(), session.node());
+  const std::vector<ConfiguredValue> values = values_in(session, path);
+  if (!partial) see_complete(session, path, values.size());
   see_not_enabled(session, "load a configuration");
   session.output().note("entering pre-operational: a configuration is not taken while operational");
   session.check(session.dispatcher()->setNMTState(NMTCommand::ENTER_PRE_OPERATIONAL),
                 "enter pre-operational");
-  const std::vector<TransferFailure> failures = write_configuration(session, values);
+  const std::vector<TransferFailure> failures = write_configuration(session.unit(), values);
   print_failures(session.output(), "written", failures);
-  const std::vector<ConfigurationDifference> differences = compare_configuration(session, values);
+  const std::vector<ConfigurationDifference> differences = compare_configuration(session.unit(), values);
   print_differences(session.output(), differences);
   session.output().fact("Loaded", std::to_string(values.size()) + " objects from " + path, "loaded",
                         values.size());
   session.output().note("the drive forgets it at its next reset unless it is stored: tavctl store");
-  return failures.empty() && differences.empty() ? ExitCode::OK : ExitCode::FINDINGS;
+  const bool safe = is_safe(session);
+  return failures.empty() && differences.empty() && safe ? ExitCode::OK : ExitCode::FINDINGS;
 }
 
 ExitCode compare(Context& context, const std::string& path) {
   Session session(context);
-  const std::vector<ConfiguredValue> values =
-      load_configured_values(path, session.description(), session.node());
-  const std::vector<ConfigurationDifference> differences = compare_configuration(session, values);
+  const std::vector<ConfiguredValue> values = values_in(session, path);
+  const std::vector<ConfigurationDifference> differences = compare_configuration(session.unit(), values);
   print_differences(session.output(), differences);
   const bool equal = differences.empty();
   session.output().fact(
@@ -124,14 +155,24 @@ void add_file_command(Command& parent, const std::string& name, const std::strin
   command.on([path, action](Context& context) { return action(context, *path); });
 }
 
+void add_load(Command& config) {
+  auto path = std::make_shared<std::string>();
+  auto partial = std::make_shared<bool>(false);
+  Command& command = config.add(
+      "load",
+      "Write the configuration in FILE to the drive, in a safe order, read all of it back, and verify the "
+      "safety signatures (1 when anything differs)");
+  command.option("FILE", *path, "DCF").required();
+  command.flag("--partial", *partial, "Take a file that holds a part of the configuration only");
+  command.on([path, partial](Context& context) { return load(context, *path, *partial); });
+}
+
 }  // namespace
 
 void add_config(Command& program) {
   Command& config = program.add("config", "The whole configuration of a drive as a file (DCF, CiA 306)");
   add_file_command(config, "save", "Read the drive's configuration and write it to FILE", save);
-  add_file_command(config, "load",
-                   "Write the configuration in FILE to the drive, in a safe order, and read all of it back",
-                   load);
+  add_load(config);
   add_file_command(config, "diff", "Where the drive differs from FILE; exit code 1 if anywhere", compare);
   add_file_command(config, "verify", "Whether the drive holds the configuration in FILE; exit code 1 if not",
                    verify);

@@ -2,15 +2,18 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <tav/host/HostMonitoring.hpp>
+#include <tav/host/HostNode.hpp>
+#include <tav/host/Presence.hpp>
+#include <tav/host/words.hpp>
 #include <utility>
+#include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Format.hpp"
-#include "session/BusInfo.hpp"
-#include "session/DriveState.hpp"
-#include "session/HostMonitoring.hpp"
-#include "session/ObjectAccess.hpp"
+#include "commands/session/BusInfo.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Safety.hpp"
 
 namespace tavctl {
 
@@ -20,6 +23,7 @@ using nkr::tavcore::CANOpenDispatcher;
 using NMTState = nkr::tavcore::INMTService::NMTState;
 
 constexpr std::chrono::milliseconds kFirstHeartbeat{1500};
+constexpr std::uint8_t kUsualHost = 127;
 
 /** The list of what was looked at: each line with its cure when something is wrong. */
 class Report {
@@ -77,35 +81,60 @@ void check_interface(Session& session, Report& report) {
   if (bus.state) check_controller(session.bus().name(), bus, report);
 }
 
+std::string list_of(const std::vector<std::uint8_t>& nodes) {
+  std::vector<std::string> names;
+  for (const std::uint8_t node : nodes) names.push_back(std::to_string(node));
+  return names.empty() ? "none" : joined(names);
+}
+
 /** False when there is no use in asking on. */
 bool check_node(Session& session, Report& report) {
-  const NMTState nmt = heard_nmt_state(session, kFirstHeartbeat);
+  const NMTState nmt = session.unit().wait_for_nmt_state(kFirstHeartbeat);
   const std::string who = "node " + std::to_string(session.node());
   if (nmt == NMTState::STOPPED) {
     report.problem("node", who + " is stopped: it answers no SDO", "tavctl nmt pre-operational");
     return false;
   }
+  const Presence presence = look_for_node(session.bus(), session.client(), session.node());
+  if (presence.answered_twice) {
+    report.problem("node", "two nodes answer as " + who,
+                   "give one of them another node id: both take every command");
+  }
   if (nmt != NMTState::UNKNOWN) {
     report.good("node", who + " is heard, " + nmt_name(nmt));
     return true;
   }
-  unsigned int device_type = 0;
-  if (session.dispatcher()->get_value_by_address(0x10000000U, device_type) == NKR_OK) {
+  if (presence.serves_sdo) {
     report.warning("node", who + " answers but sends no heartbeat",
                    "tavctl write \"Producer Heartbeat Time\" 100");
     return true;
   }
-  nkr::canopen::RequestFailure failure;
-  const bool known = session.client().getLastFailure(session.node(), failure) == NKR_OK;
-  if (known && failure.other_node != 0) {
-    report.problem("node", who + " is silent, but node " + std::to_string(failure.other_node) + " is heard",
-                   "--node " + std::to_string(failure.other_node) + ", if that is the drive; tavctl scan");
+  const std::uint8_t other = session.unit().heard().other_node;
+  if (other != 0) {
+    report.problem("node", who + " is silent, but node " + std::to_string(other) + " is heard",
+                   "--node " + std::to_string(other) + ", if that is the drive; tavctl scan");
     return false;
   }
   report.problem("node", who + " is silent",
                  "is it powered, is the node id right (tavctl scan), is its bit rate the bus's, is the bus "
                  "terminated?");
   return false;
+}
+
+/** Who else is on the bus, and under which id this host would beat. */
+void check_hosts(Session& session, Report& report) {
+  const HostNode& host = *session.unit().host_node();
+  static_cast<void>(host.listen());
+  const std::vector<std::uint8_t> heard = host.heard();
+  report.good("nodes heard", list_of(heard));
+  const std::vector<std::uint8_t> free = host.free_nodes(session.node(), 1);
+  const std::string own = free.empty() ? "none is free" : "it would be node " + std::to_string(free.front());
+  if (std::find(heard.begin(), heard.end(), kUsualHost) == heard.end() || session.node() == kUsualHost) {
+    report.good("this host", own);
+    return;
+  }
+  report.warning("this host", own + ": node 127, the usual id of a host, is heard",
+                 "another host is on the bus: two on one drive override each other");
 }
 
 void check_identity(Session& session, Report& report) {
@@ -143,15 +172,25 @@ void check_heartbeats(Session& session, Report& report) {
   } else {
     report.good("drive's heartbeat", "every " + std::to_string(time) + " ms");
   }
-  const HostMonitoring monitoring = read_host_monitoring(session);
+  HostMonitoring monitoring;
+  std::string action;
+  session.check(read_host_monitoring(*session.dispatcher(), monitoring, action), action);
   const auto watched = std::find_if(monitoring.consumers.begin(), monitoring.consumers.end(),
-                                    [](const HostMonitoring::Consumer& c) { return c.active(); });
+                                    [](const HostMonitoring::Consumer& c) { return c.is_active(); });
   if (watched == monitoring.consumers.end()) {
     report.warning("host's heartbeat", "the drive watches none at this moment",
                    "commands that move the drive arrange it; your own program must do the same (0x1016)");
   } else {
-    report.good("host's heartbeat", "the drive expects node " + std::to_string(watched->node) + " within " +
-                                        std::to_string(watched->time_ms) + " ms");
+    const std::vector<std::uint8_t> heard = session.unit().host_node()->heard();
+    const bool beats = std::find(heard.begin(), heard.end(), watched->node) != heard.end();
+    const std::string expected = "the drive expects node " + std::to_string(watched->node) + " within " +
+                                 std::to_string(watched->time_ms) + " ms";
+    if (beats) {
+      report.warning("host's heartbeat", expected + ", which is heard: another host is at work on it",
+                     "end that host, or leave the drive to it");
+    } else {
+      report.good("host's heartbeat", expected + ", which is not heard now");
+    }
   }
   const std::string weakness = monitoring.weakness();
   if (weakness.empty()) {
@@ -164,17 +203,18 @@ void check_heartbeats(Session& session, Report& report) {
 
 void check_state(Session& session, Report& report) {
   const Snapshot now = read_snapshot(session);
+  const PowerFacts power = read_power(session);
   const std::string state = status_word_text(now.status_word);
   if (!now.state) {
     report.problem("state", "status word " + hex(now.status_word, 4) + " is no state of CiA 402",
                    "is this drive a CiA 402 drive, and the description its own?");
   } else if (*now.state == CANOpenDispatcher::PDSState::FAULT) {
-    report.problem("state", state + ", last error " + last_error_text(session),
+    report.problem("state", state + ", last error " + last_error_text(power.error_code),
                    "remove the cause, then tavctl fault-reset");
   } else {
     report.good("state", state);
   }
-  if (sto_demanded(session)) {
+  if (power.sto_demanded) {
     report.warning("safe torque off", "demanded: the drive cannot be enabled", "release the safety input");
   } else {
     report.good("safe torque off", "not demanded");
@@ -185,6 +225,22 @@ void check_state(Session& session, Report& report) {
     report.good("errors", "none present, " + std::to_string(now.errors) + " in the list (tavctl errors)");
   } else {
     report.good("errors", "none");
+  }
+}
+
+/** A signature that does not fit takes the torque without a word. */
+void check_signatures(Session& session, Report& report) {
+  const nkr::tavcore::SafetyVerification verification = verified_safety(session);
+  std::vector<std::string> wrong;
+  for (const auto& check : verification.checks) {
+    if (!check.agrees()) wrong.push_back(check.name);
+  }
+  if (wrong.empty()) {
+    report.good("safety signatures", "all " + std::to_string(verification.checks.size()) + " fit");
+  } else {
+    report.problem(
+        "safety signatures", "do not fit: " + joined(wrong) + "; the drive gives no torque",
+        "tavctl safety verify shows them; tavctl safety set writes parameters with their signature");
   }
 }
 
@@ -201,8 +257,10 @@ ExitCode doctor(Context& context) {
   check_interface(*session, report);
   if (check_node(*session, report)) {
     check_identity(*session, report);
+    check_hosts(*session, report);
     check_heartbeats(*session, report);
     check_state(*session, report);
+    check_signatures(*session, report);
   }
   return report.finish();
 }

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Description.hpp"
-#include "model/Format.hpp"
-#include "model/ObjectTable.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/ObjectTable.hpp"
 
 namespace tavctl {
 
@@ -135,7 +135,7 @@ void print_commissioning(Output& output, const nkr::tools::EDSParser& descriptio
 }
 
 ExitCode show(Context& context, const std::string& file) {
-  const auto description = load_description(file);
+  const auto description = description_in(file);
   print_device(context.output, *description);
   print_commissioning(context.output, *description);
   print_objects(context.output, *description, "");
@@ -190,7 +190,7 @@ Json json_of(const DescriptionDifference& difference) {
 }
 
 ExitCode diff(Context& context, const std::string& before, const std::string& after) {
-  const auto differences = compare_descriptions(*load_description(before), *load_description(after));
+  const auto differences = compare_descriptions(*description_in(before), *description_in(after));
   Json list = Json::array();
   std::optional<Impact> impact;
   for (const DescriptionDifference& difference : differences) {

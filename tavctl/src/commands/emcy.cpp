@@ -3,14 +3,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/words.hpp>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/EmergencyText.hpp"
-#include "model/Format.hpp"
-#include "session/ErrorField.hpp"
-#include "session/Interrupt.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/EmergencyJson.hpp"
 
 namespace tavctl {
 
@@ -72,7 +71,7 @@ bool tell_history(Session& session) {
   Output& output = session.output();
   unsigned char error_register = 0;
   session.check(session.dispatcher()->getErrorRegister(error_register), "read the error register");
-  const std::vector<Emergency> history = read_error_field(session);
+  const std::vector<Emergency> history = errors_of(session);
   Json rows = Json::array();
   output.line("history of " + session.where() + (history.empty() ? ": none" : ", newest first:"));
   for (const Emergency& error : history) {
@@ -115,7 +114,7 @@ bool tell_active(Session& session) {
 }
 
 void wait(const EmcyOptions& options) {
-  const Interrupt interrupt;
+  const SignalInterrupt interrupt;
   if (options.seconds) {
     static_cast<void>(
         interrupt.wait_for(std::chrono::milliseconds(static_cast<std::int64_t>(*options.seconds * 1000.0))));

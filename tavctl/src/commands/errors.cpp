@@ -1,13 +1,12 @@
 #include <memory>
 #include <string>
+#include <tav/host/words.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/EmergencyText.hpp"
-#include "model/Format.hpp"
-#include "session/DriveState.hpp"
-#include "session/ErrorField.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/EmergencyJson.hpp"
 
 namespace tavctl {
 
@@ -22,9 +21,9 @@ ExitCode errors(Context& context, bool clear) {
   session.check(drive.getErrorRegister(error_register), "read the error register");
   output.fact("Error register", hex(error_register, 2) + " (" + error_register_text(error_register) + ')',
               "error_register", error_register);
-  const std::string last = last_error_text(session);
+  const std::string last = last_error_text(read_power(session).error_code);
   output.fact("Last error", last, "last_error", last);
-  const std::vector<nkr::canopen::Emergency> field = read_error_field(session);
+  const std::vector<nkr::canopen::Emergency> field = errors_of(session);
   output.fact("Errors in the list", std::to_string(field.size()), "count", field.size());
   Json list = Json::array();
   for (const nkr::canopen::Emergency& error : field) {

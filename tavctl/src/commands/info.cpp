@@ -1,8 +1,8 @@
 #include <string>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Format.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Session.hpp"
 
 namespace tavctl {
 

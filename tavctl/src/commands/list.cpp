@@ -2,9 +2,9 @@
 #include <string>
 
 #include "commands/AllCommands.hpp"
-#include "model/Description.hpp"
-#include "model/ObjectTable.hpp"
-#include "session/Configuration.hpp"
+#include "commands/session/Configuration.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/ObjectTable.hpp"
 
 namespace tavctl {
 
@@ -18,7 +18,7 @@ struct ListOptions {
 ExitCode list(Context& context, const ListOptions& options) {
   const std::string path =
       options.file.empty() ? load_configuration(context.options)->getCANOpenEDSFilePath() : options.file;
-  const auto description = load_description(path);
+  const auto description = description_in(path);
   const std::size_t count = print_objects(context.output, *description, options.pattern);
   if (count == 0) context.output.note("no object fits \"" + options.pattern + "\" in " + path);
   return count == 0 ? ExitCode::FINDINGS : ExitCode::OK;

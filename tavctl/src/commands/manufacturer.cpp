@@ -1,8 +1,8 @@
 #include <string>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/RecordCommand.hpp"
-#include "model/Format.hpp"
 
 namespace tavctl {
 

@@ -1,17 +1,17 @@
 // Motion orders in percent of the configured speed, and the snapshot of the drive.
-#include "session/Motion.hpp"
-
-#include <algorithm>
-#include <chrono>
+#include <cmath>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/Unit.hpp>
+#include <tavcore/Controller.hpp>
 
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "session/DriveState.hpp"
-#include "session/Session.hpp"
+#include "commands/FaultResetOption.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -37,6 +37,7 @@ struct MoveOptions {
   std::string direction;
   std::optional<double> seconds;
   bool leave_running = false;
+  bool reset_fault = false;
 };
 
 void see_maximum(const Session& session) {
@@ -45,35 +46,41 @@ void see_maximum(const Session& session) {
                 "It is the velocity that stands for 100 percent.");
 }
 
-/** Sees that the drive stays enabled for that time (none: for ever). False when the user asked to end. */
-bool keep_moving(Motion& motion, std::optional<double> seconds) {
-  constexpr std::chrono::milliseconds kLook{100};
-  using Clock = std::chrono::steady_clock;
-  const Clock::time_point start = Clock::now();
-  const auto left = [&] { return std::chrono::duration<double>(*seconds) - (Clock::now() - start); };
-  while (!seconds || left().count() > 0) {
-    motion.see_enabled();
-    const auto pause = seconds ? std::min<std::chrono::duration<double>>(left(), kLook) : kLook;
-    if (!motion.interrupt().wait_for(std::chrono::ceil<std::chrono::milliseconds>(pause))) return false;
-  }
+/** Follows the drive for that time (none: for ever). False when the user asked to end. */
+bool keep_moving(Unit& unit, std::optional<double> seconds) {
+  constexpr double kMilli = 1000.0;
+  const auto time =
+      seconds ? std::chrono::milliseconds(std::llround(*seconds * kMilli)) : std::chrono::milliseconds::max();
+  const Result followed = unit.follow(time);
+  if (followed.code() == NKR_INTERRUPTED) return false;
+  see(followed);
   return true;
 }
 
 ExitCode move(Context& context, const MoveOptions& options) {
-  Session session(context);
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   see_maximum(session);
   const Move order = directions().at(options.direction);
-  Motion motion(session, options.leave_running ? AtEnd::LEAVE_RUNNING : AtEnd::STOP);
-  if (order != Move::STOP) motion.enable();
-  session.check(motion.controller().setTavInfos(options.percent, order), "give the motion order");
+  Unit& unit = session.unit();
+  if (order != Move::STOP) see(unit.enable({options.reset_fault}));
+  session.check(unit.controller().setTavInfos(options.percent, order), "give the motion order");
   short target = 0;
-  session.check(motion.controller().getTargetVelocity(target), "read the target velocity back");
+  session.check(session.dispatcher()->getTargetVelocity(target), "read the target velocity back");
   session.output().fact("Target velocity", std::to_string(target), "target_velocity", target);
-  if (options.leave_running || order == Move::STOP) return ExitCode::OK;
-
-  const bool finished = keep_moving(motion, options.seconds);
-  motion.stop();
-  return finished ? ExitCode::OK : ExitCode::INTERRUPTED;
+  if (order == Move::STOP) {
+    see(unit.stop());
+    return ExitCode::OK;
+  }
+  if (options.leave_running) {
+    see(unit.leave());
+    return ExitCode::OK;
+  }
+  see(unit.adopt());
+  const bool finished = keep_moving(unit, options.seconds);
+  see(unit.disable());
+  if (!finished) return ExitCode::INTERRUPTED;
+  return session.was_limited() ? ExitCode::FINDINGS : ExitCode::OK;
 }
 
 /** A dispatcher for a controller that only looks: the target velocity 0 of the controller's end is not sent.
@@ -88,8 +95,8 @@ ExitCode drive_info(Context& context) {
   constexpr std::chrono::seconds kPatience{2};
   Session session(context);
   see_maximum(session);
-  static_cast<void>(heard_nmt_state(session, kPatience));
-  const auto looking = std::make_shared<LookingDispatcher>(session.config(), session.shared_client());
+  static_cast<void>(session.unit().wait_for_nmt_state(kPatience));
+  const auto looking = std::make_shared<LookingDispatcher>(session.config(), session.unit().shared_client());
   session.check(looking->init(), "load the description");
   session.check(looking->_setNodeId(session.node()), "address the drive");
   nkr::tavcore::Controller controller;
@@ -138,6 +145,7 @@ void add_motion(Command& program) {
   command.option("--for", options->seconds, "Seconds; without it until Ctrl-C").range(0.0, 1e6);
   command.flag("--leave-running", options->leave_running,
                "Do not stop the drive at the end (nothing stops it then when this host dies)");
+  add_fault_reset_option(command, options->reset_fault);
   command.on([options](Context& context) { return move(context, *options); });
 
   Command& info =

@@ -1,13 +1,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/parameter_blocks.hpp>
 
 #include "commands/AllCommands.hpp"
-#include "model/Blocks.hpp"
-#include "model/Record.hpp"
-#include "session/DriveState.hpp"
-#include "session/NodeReset.hpp"
-#include "session/Session.hpp"
+#include "commands/session/CarefulReset.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Session.hpp"
+#include "text/Record.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -37,6 +38,7 @@ ExitCode show_network(Context& context) {
 struct NetworkArguments {
   std::optional<int> node_id;
   std::optional<bool> termination;
+  ResetOptions reset;
 };
 
 NetworkParameters wanted_network(const NetworkParameters& present, const NetworkArguments& arguments) {
@@ -58,6 +60,7 @@ void verify_network(Session& session, NetworkParameters wanted) {
 /** The drive keeps its node id until its reset: until then it is spoken to at the old one. */
 ExitCode set_network(Context& context, const NetworkArguments& arguments) {
   Session session(context);
+  CarefulReset careful(session, arguments.reset);
   Dispatcher& dispatcher = *session.dispatcher();
   const std::uint8_t old_id = session.node();
   see_not_enabled(session, "reset the drive");
@@ -70,8 +73,8 @@ ExitCode set_network(Context& context, const NetworkArguments& arguments) {
     throw Failure(ExitCode::REFUSED, "the drive did not take the network parameters over",
                   "Nothing was stored; a reset brings the old ones back.");
   }
-  session.check(store_block(dispatcher, block_named("communication")), "store the network parameters");
-  reset_and_follow(session, old_id, wanted.node_id);
+  session.check(store_block(dispatcher, *block_named("communication")), "store the network parameters");
+  careful.reset(wanted.node_id);
   verify_network(session, wanted);
   if (wanted.node_id != old_id) {
     session.output().note("The drive is node " + std::to_string(wanted.node_id) +
@@ -90,14 +93,18 @@ std::uint8_t default_node_id(const Session& session) {
   return number ? static_cast<std::uint8_t>(*number) : session.node();
 }
 
-ExitCode restore(Context& context, const std::string& name) {
+ExitCode restore(Context& context, const std::string& name, const ResetOptions& options) {
   Session session(context);
+  CarefulReset careful(session, options);
   see_not_enabled(session, "reset the drive");
-  const Block& block = block_named(name);
+  const Block& block = *block_named(name);
   const std::uint8_t old_id = session.node();
   const std::uint8_t new_id = block.holds_node_id ? default_node_id(session) : old_id;
+  careful.prepare();  // storing would take the restoring back
   session.check(restore_block(*session.dispatcher(), block), "restore the defaults of block " + name);
-  reset_and_follow(session, old_id, new_id);
+  session.check(session.dispatcher()->_setNodeId(old_id), "address node " + std::to_string(old_id));
+  see(session.unit().reset(new_id));
+  careful.tell_reverted();
   const NetworkParameters held = read_network(session);
   session.output().fact("Restored", name, "restored", name);
   session.output().fact("Node id", std::to_string(held.node_id), "node_id", held.node_id);
@@ -110,7 +117,7 @@ ExitCode restore(Context& context, const std::string& name) {
 
 ExitCode store(Context& context, const std::string& name) {
   Session session(context);
-  session.check(store_block(*session.dispatcher(), block_named(name)), "store block " + name);
+  session.check(store_block(*session.dispatcher(), *block_named(name)), "store block " + name);
   session.output().fact("Stored", name, "stored", name);
   return ExitCode::OK;
 }
@@ -132,6 +139,7 @@ void add_network(Command& program) {
   auto arguments = std::make_shared<NetworkArguments>();
   set.option("--node-id", arguments->node_id, "New node id").range(1, 127);
   set.option("--termination", arguments->termination, "Terminating resistor: true or false");
+  add_reset_options(set, arguments->reset);
   set.needs_option();
   set.on([arguments](Context& context) { return set_network(context, *arguments); });
 }
@@ -143,7 +151,9 @@ void add_store_and_restore(Command& program) {
   Command& restore_command = program.add(
       "restore", "Restore the drive's default parameters, reset it and follow it to its default node id");
   auto restored = add_block_argument(restore_command);
-  restore_command.on([restored](Context& context) { return restore(context, *restored); });
+  auto reset = std::make_shared<ResetOptions>();
+  add_reset_options(restore_command, *reset);
+  restore_command.on([restored, reset](Context& context) { return restore(context, *restored, *reset); });
 }
 
 }  // namespace tavctl

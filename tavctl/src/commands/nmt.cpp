@@ -2,11 +2,11 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tav/host/words.hpp>
 #include <thread>
 
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "session/DriveState.hpp"
+#include "commands/session/CarefulReset.hpp"
 
 namespace tavctl {
 
@@ -28,16 +28,28 @@ const std::map<std::string, NMTCommand>& commands_by_name() {
   return commands;
 }
 
-/** The state that the command leads to; a reset ends with the boot-up in pre-operational. */
+/** The state that the command leads to. */
 State expected(NMTCommand command) {
   if (command == NMTCommand::START_REMOTE_NODE) return State::OPERATIONAL;
   if (command == NMTCommand::STOP_REMOTE_NODE) return State::STOPPED;
   return State::PRE_OPERATIONAL;
 }
 
-ExitCode nmt(Context& context, const std::string& name) {
+/** A reset ends with the drive's boot-up, and with what it forgot. */
+ExitCode reset(Context& context, NMTCommand command, const ResetOptions& options) {
   Session session(context);
+  CarefulReset(session, options).reset(session.node(), command);
+  const std::string state = nmt_name(session.unit().wait_for_nmt_state(kLongestChange));
+  session.output().fact("NMT state", state, "nmt_state", state);
+  return ExitCode::OK;
+}
+
+ExitCode nmt(Context& context, const std::string& name, const ResetOptions& options) {
   const NMTCommand command = commands_by_name().at(name);
+  if (command == NMTCommand::RESET_NODE || command == NMTCommand::RESET_COMMUNICATION) {
+    return reset(context, command, options);
+  }
+  Session session(context);
   session.check(session.dispatcher()->setNMTState(command), "send the NMT command");
   const auto deadline = std::chrono::steady_clock::now() + kLongestChange;
   State state = State::UNKNOWN;
@@ -62,7 +74,10 @@ void add_nmt(Command& program) {
   command.option("COMMAND", *name, "start, stop, pre-operational, reset or reset-communication")
       .required()
       .one_of(names);
-  command.on([name](Context& context) { return nmt(context, *name); });
+  auto options = std::make_shared<ResetOptions>();
+  add_reset_options(command, *options);
+  command.footer("--store-all, --discard and --write-back are for the resets.");
+  command.on([name, options](Context& context) { return nmt(context, *name, *options); });
 }
 
 }  // namespace tavctl

@@ -1,11 +1,15 @@
 // Commands that walk the power drive state machine.
 #include <chrono>
+#include <memory>
 #include <string>
+#include <tav/host/words.hpp>
+#include <tavcore/Controller.hpp>
 
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "session/DriveState.hpp"
-#include "session/Motion.hpp"
+#include "commands/FaultResetOption.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Session.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -40,14 +44,13 @@ State wait_for_state(Session& session, const Interrupt& interrupt, Reached reach
   return state;
 }
 
-[[noreturn]] void stalled(Session& session, const std::string& what) {
-  throw Failure(ExitCode::WRONG_STATE, what + " (" + session.where() + ")", explain_stall(session));
-}
-
-ExitCode enable(Context& context) {
-  Session session(context);
-  Motion motion(session, AtEnd::LEAVE_ENABLED);
-  motion.enable();
+ExitCode enable(Context& context, bool reset_fault) {
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
+  Unit& unit = session.unit();
+  see(unit.enable({reset_fault}));
+  see(unit.set_velocity(0));
+  see(unit.leave());
   print_state(session);
   session.output().note(
       "the drive stays enabled at velocity 0, and from now on watches no host; tavctl disable");
@@ -55,13 +58,12 @@ ExitCode enable(Context& context) {
 }
 
 ExitCode disable(Context& context) {
-  Session session(context);
-  Motion motion(session, AtEnd::LEAVE_ENABLED);
-  if (read_state(session) == State::OPERATION_ENABLED) motion.stop();
-  session.check(motion.controller().disableVoltage(), "disable the drive");
-  const State state = wait_for_state(session, motion.interrupt(), [](State s) {
-    return s == State::SWITCH_ON_DISABLED || s == State::FAULT;
-  });
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
+  if (read_state(session) == State::OPERATION_ENABLED) see(session.unit().stop());
+  session.check(session.dispatcher()->disableVoltage(), "disable the drive");
+  const State state = wait_for_state(
+      session, interrupt, [](State s) { return s == State::SWITCH_ON_DISABLED || s == State::FAULT; });
   print_state(session);
   if (state != State::SWITCH_ON_DISABLED) stalled(session, "the drive was not disabled");
   return ExitCode::OK;
@@ -69,8 +71,8 @@ ExitCode disable(Context& context) {
 
 /** The order goes out before anything else: no controller, no protection, no question first. */
 ExitCode quick_stop(Context& context) {
-  Session session(context);
-  const Interrupt interrupt;
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   session.check(session.dispatcher()->quickStop(), "command a quick stop");
   int velocity = 0;
   const State state = wait_for_state(session, interrupt, [&](State s) {
@@ -85,16 +87,15 @@ ExitCode quick_stop(Context& context) {
 }
 
 ExitCode fault_reset(Context& context) {
-  Session session(context);
-  Motion motion(session, AtEnd::LEAVE_ENABLED);
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   // The drive resets on the rising edge of bit 7 alone, and a bit left at 1 would be no edge the next time.
   for (const bool level : {false, true, false}) {
-    session.check(motion.controller().faultReset(level), "reset the fault");
-    if (!motion.interrupt().wait_for(kSettle)) return ExitCode::INTERRUPTED;
+    session.check(session.unit().controller().faultReset(level), "reset the fault");
+    if (!interrupt.wait_for(kSettle)) return ExitCode::INTERRUPTED;
   }
-  const State state = wait_for_state(session, motion.interrupt(), [](State s) {
-    return s != State::FAULT && s != State::FAULT_REACTION_ACTIVE;
-  });
+  const State state = wait_for_state(
+      session, interrupt, [](State s) { return s != State::FAULT && s != State::FAULT_REACTION_ACTIVE; });
   print_state(session);
   if (state == State::FAULT || state == State::FAULT_REACTION_ACTIVE) {
     stalled(session, "the fault was not reset");
@@ -105,7 +106,11 @@ ExitCode fault_reset(Context& context) {
 }  // namespace
 
 void add_power(Command& program) {
-  program.add("enable", "Take the drive to OPERATION_ENABLED at velocity 0 and leave it there").on(enable);
+  auto reset_fault = std::make_shared<bool>(false);
+  Command& enabling =
+      program.add("enable", "Take the drive to OPERATION_ENABLED at velocity 0 and leave it there");
+  add_fault_reset_option(enabling, *reset_fault);
+  enabling.on([reset_fault](Context& context) { return enable(context, *reset_fault); });
   program.add("disable", "Stop the drive and take its power stage off").on(disable);
   program.add("fault-reset", "Clear a fault whose cause has gone: bit 7 false, true, false").on(fault_reset);
   program.add("quick-stop", "Stop as the quick stop option code says").on(quick_stop);

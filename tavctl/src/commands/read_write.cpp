@@ -1,11 +1,14 @@
 #include <memory>
 #include <string>
+#include <tav/host/configuration_objects.hpp>
+#include <tav/host/objects.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Format.hpp"
-#include "session/ObjectAccess.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Drive.hpp"
+#include "text/Values.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -22,7 +25,7 @@ void print_value(Session& session, const ObjectReference& reference, const Value
     row["type"] = data_type_name(object->getDataType());
   }
   row["address"] = object != nullptr ? address_text(object->getObjectID()) : address_text(*reference.address);
-  row["value"] = value.json;
+  row["value"] = json_of(value);
   session.output().line((object != nullptr ? object_text(*object) : address_text(*reference.address)) + ": " +
                         value.text);
   if (session.output().json()) session.output().document()["objects"].push_back(std::move(row));
@@ -32,7 +35,7 @@ ExitCode read(Context& context, const std::vector<std::string>& names) {
   Session session(context);
   for (const std::string& name : names) {
     const ObjectReference reference = parse_reference(name);
-    print_value(session, reference, read_object(session, reference));
+    print_value(session, reference, value_of_object(session, reference));
   }
   return ExitCode::OK;
 }
@@ -40,13 +43,14 @@ ExitCode read(Context& context, const std::vector<std::string>& names) {
 ExitCode write(Context& context, const std::string& name, const std::string& text) {
   Session session(context);
   const ObjectReference reference = parse_reference(name);
-  write_object(session, reference, text);
-  const nkr::tools::ObjectEntry* object = find_object(session.description(), reference);
+  const nkr::tools::ObjectEntry* object = object_named(session.description(), reference);
+  see(write_object(session.unit(), reference, text));
+  if (object != nullptr && is_configuration(*object)) tell_not_stored(session.output());
   if (object == nullptr || !is_readable(object->getAccessType())) {
     session.output().line("written; the object cannot be read back");
     return ExitCode::OK;
   }
-  print_value(session, reference, read_object(session, reference));
+  print_value(session, reference, value_of_object(session, reference));
   return ExitCode::OK;
 }
 

@@ -2,11 +2,12 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <tav/host/node_scan.hpp>
+#include <tav/host/words.hpp>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Format.hpp"
-#include "session/NodeScan.hpp"
+#include "commands/session/Session.hpp"
 
 namespace tavctl {
 
@@ -76,8 +77,11 @@ ExitCode scan(Context& context, const ScanOptions& options) {
   }
   Session session(context);
   const auto listen = std::chrono::milliseconds(std::lround(options.listen * 1000.0));
-  const std::vector<FoundNode> nodes = scan_nodes(
-      session, {options.first, options.last, listen, std::chrono::milliseconds(options.timeout_ms)});
+  std::vector<FoundNode> nodes;
+  session.check(
+      scan_nodes(session.client(),
+                 {options.first, options.last, listen, std::chrono::milliseconds(options.timeout_ms)}, nodes),
+      "ask the nodes of " + session.bus().name());
   Output& output = session.output();
   Json rows = Json::array();
   output.line(padded("node", 6) + padded("NMT state", 17) + padded("device type", 12) + padded("vendor", 12) +

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/Format.hpp"
-#include "model/UnitText.hpp"
-#include "session/DriveState.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Session.hpp"
+#include "text/UnitTexts.hpp"
 
 namespace tavctl {
 
@@ -49,6 +49,7 @@ void set_units(Session& session, const UnitOptions& options) {
   // The safety functions' signatures cover the units, and setting units refreshes none.
   session.check(session.dispatcher()->updateAllSafetySignatures(), "refresh the safety signatures");
   session.output().note("the safety configuration signatures were refreshed: units are part of them");
+  tell_not_stored(session.output());
 }
 
 ExitCode units(Context& context, const UnitOptions& options) {
@@ -87,6 +88,7 @@ ExitCode polarity(Context& context, const PolarityOptions& options) {
     wanted.velocity_polarity = options.velocity.value_or(wanted.velocity_polarity);
     wanted.position_polarity = options.position.value_or(wanted.position_polarity);
     session.check(session.dispatcher()->setPolarityParameters(wanted), "set the polarity");
+    tell_not_stored(session.output());
   }
   const CANOpenDispatcher::PolarityParameters present = read_polarity(session);
   const auto text = [](bool inverted) { return inverted ? "inverted" : "normal"; };
@@ -169,16 +171,19 @@ std::string meaning_of(const OptionCode& code, int value) {
 ExitCode show_option_codes(Context& context, const CodeOptions& options) {
   Session session(context);
   const CANOpenDispatcher& drive = *session.dispatcher();
+  bool any_set = false;
   for (std::size_t i = 0; i < options.size(); ++i) {
     const OptionCode& code = option_codes()[i];
     const std::string what = std::string(code.name) + " option code";
     if (options[i]) session.check(code.set(drive, *options[i]), "set the " + what);
+    any_set = any_set || options[i].has_value();
     int value = 0;
     session.check(code.get(drive, value), "read the " + what);
     session.output().fact(code.label, padded(std::to_string(value), 4) + meaning_of(code, value), code.name,
                           value);
     if (options[i] && value != *options[i]) not_kept(session, "the " + what);
   }
+  if (any_set) tell_not_stored(session.output());
   return ExitCode::OK;
 }
 

@@ -2,12 +2,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/objects.hpp>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/FrameOptions.hpp"
-#include "model/Format.hpp"
-#include "session/Interrupt.hpp"
-#include "session/Session.hpp"
+#include "commands/session/Session.hpp"
 
 namespace tavctl {
 
@@ -24,7 +25,7 @@ struct SniffOptions {
 /** What the reading of one object of the PDO parameters says; nothing is thrown: sniffing goes on. */
 nkr_error_t read_parameter(Session& session, nkr::tools::ObjectID id, std::uint8_t& first_byte) {
   std::vector<std::uint8_t> bytes;
-  const nkr_error_t result = session.client().getBytes(session.node(), id.get() << 8, bytes);
+  const nkr_error_t result = read_bytes(session.unit(), id, bytes);
   first_byte = bytes.empty() ? std::uint8_t{0} : bytes[0];
   return result;
 }
@@ -86,7 +87,7 @@ class Sniffer {
 ExitCode sniff(Context& context, const SniffOptions& options) {
   constexpr std::chrono::milliseconds kLook{100};  // how soon Ctrl-C is seen
   Session session(context);
-  const Interrupt interrupt;
+  const SignalInterrupt interrupt;
   Sniffer sniffer(session, options);
   if (options.read_mapping) read_mapping(session);
   const auto end = options.seconds ? Clock::now() + std::chrono::duration_cast<Clock::duration>(

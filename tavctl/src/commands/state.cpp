@@ -1,10 +1,10 @@
 #include <string>
+#include <tav/host/words.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Format.hpp"
-#include "session/DriveState.hpp"
+#include "commands/session/Drive.hpp"
 
 namespace tavctl {
 
@@ -36,7 +36,7 @@ void print_peripherals(Session& session) {
 ExitCode state(Context& context) {
   Session session(context);
   Output& output = session.output();
-  const auto nmt = heard_nmt_state(session, kFirstHeartbeat);
+  const auto nmt = session.unit().wait_for_nmt_state(kFirstHeartbeat);
   output.fact("NMT state", nmt_name(nmt), "nmt_state", nmt_name(nmt));
   const Snapshot now = read_snapshot(session);
   const std::string name = status_word_text(now.status_word);
@@ -54,11 +54,12 @@ ExitCode state(Context& context) {
               static_cast<int>(displayed));
   output.fact("Velocity", std::to_string(now.velocity), "velocity", now.velocity);
   output.fact("Position", std::to_string(now.position), "position", now.position);
-  const std::string error = last_error_text(session);
+  const PowerFacts power = read_power(session);
+  const std::string error = last_error_text(power.error_code);
   output.fact("Last error", error, "last_error", error);
   output.fact("Error register", error_register_text(now.error_register), "error_register",
               now.error_register);
-  const bool sto = sto_demanded(session);
+  const bool sto = power.sto_demanded;
   output.fact("STO demanded", sto ? "yes: no torque" : "no", "sto_demanded", sto);
   print_peripherals(session);
   return now.state == CANOpenDispatcher::PDSState::FAULT ? ExitCode::FINDINGS : ExitCode::OK;

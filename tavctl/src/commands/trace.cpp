@@ -2,12 +2,12 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <tav/host/LogReader.hpp>
 
 #include "commands/AllCommands.hpp"
 #include "commands/FrameOptions.hpp"
-#include "model/Description.hpp"
-#include "session/Configuration.hpp"
-#include "trace/LogReader.hpp"
+#include "commands/session/Configuration.hpp"
+#include "commands/session/Drive.hpp"
 
 namespace tavctl {
 
@@ -32,7 +32,7 @@ void tell_bad_line(Output& output, const LogReader& reader, std::uint64_t bad) {
 ExitCode decode(Context& context, const DecodeOptions& options) {
   const auto config = load_configuration(context.options);
   const auto description =
-      load_description(options.description.empty() ? config->getCANOpenEDSFilePath() : options.description);
+      description_in(options.description.empty() ? config->getCANOpenEDSFilePath() : options.description);
   std::ifstream file;
   if (options.file != "-") file.open(options.file, std::ios::binary);
   if (options.file != "-" && !file) {

@@ -1,14 +1,17 @@
 #include <chrono>
+#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/Unit.hpp>
 #include <vector>
 
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Plot.hpp"
-#include "session/DriveState.hpp"
-#include "session/Motion.hpp"
+#include "commands/FaultResetOption.hpp"
+#include "commands/session/Session.hpp"
+#include "text/Plot.hpp"
+#include "text/explained.hpp"
 
 namespace tavctl {
 
@@ -23,41 +26,24 @@ struct VelocityOptions {
   std::optional<double> seconds;
   bool plot = false;
   bool leave_running = false;
+  bool reset_fault = false;
 };
 
-VelocitySample sample(Session& session, Motion& motion, Clock::time_point start) {
-  VelocitySample taken{std::chrono::duration<double>(Clock::now() - start).count(), 0, 0};
-  short demand = 0;
-  session.check(motion.controller().getVelocityDemand(demand), "read the velocity demand");
-  session.check(motion.controller().getVelocityActualValue(taken.actual), "read the velocity");
-  taken.demand = demand;
-  return taken;
-}
+using Samples = std::vector<VelocitySample>;
 
-void command(Session& session, Motion& motion, short value) {
-  session.check(motion.controller().setTargetVelocity(value), "set the target velocity");
-  short kept = 0;
-  session.check(motion.controller().getTargetVelocity(kept), "read the target velocity back");
-  if (kept != value) {
-    throw Failure(ExitCode::REFUSED, "the drive kept target velocity " + std::to_string(kept) +
-                                         " instead of " + std::to_string(value));
-  }
-}
-
-/** Follows the drive for that time (none: for ever). False when the user asked to end. */
-bool follow(Session& session, Motion& motion, std::optional<double> seconds, Clock::time_point start,
-            std::vector<VelocitySample>& samples) {
-  const Clock::time_point begin = Clock::now();
-  const auto over = [&] {
-    return seconds && Clock::now() >= begin + std::chrono::duration<double>(*seconds);
+/** Takes each look as a sample. */
+Unit::OnLook into(Samples& samples, Clock::time_point start) {
+  return [&samples, start](const Look& look) {
+    samples.push_back(
+        {std::chrono::duration<double>(look.when - start).count(), look.velocity_demand, look.velocity});
   };
-  for (auto next = begin; !over();) {
-    samples.push_back(sample(session, motion, start));
-    motion.see_enabled();
-    next += kSamplePeriod;
-    if (!motion.interrupt().wait_until(next)) return false;
-  }
-  return true;
+}
+
+/** For ever, when no time is given. */
+std::chrono::milliseconds time_of(std::optional<double> seconds) {
+  constexpr double kMilli = 1000.0;
+  return seconds ? std::chrono::milliseconds(std::llround(*seconds * kMilli))
+                 : std::chrono::milliseconds::max();
 }
 
 void print_samples(Output& output, const std::vector<VelocitySample>& samples, bool plotted) {
@@ -71,26 +57,30 @@ void print_samples(Output& output, const std::vector<VelocitySample>& samples, b
 }
 
 /** The way to standstill belongs to the picture too. */
-void follow_to_standstill(Session& session, Motion& motion, Clock::time_point start,
-                          std::vector<VelocitySample>& samples) {
-  session.check(motion.controller().setTargetVelocity(0), "stop the drive");
-  const auto deadline = Clock::now() + std::chrono::seconds(10);
+void follow_to_standstill(Unit& unit, const Interrupt& interrupt, const Unit::OnLook& on_look) {
+  constexpr std::chrono::seconds kLongest{10};
+  if (interrupt.requested()) return;
+  see(unit.set_velocity(0));
+  const auto deadline = Clock::now() + kLongest;
+  Look seen;
   do {
-    samples.push_back(sample(session, motion, start));
-    if (samples.back().actual == 0) return;
-    static_cast<void>(motion.interrupt().wait_for(kSamplePeriod));
-  } while (Clock::now() < deadline && !motion.interrupt().requested());
+    const Result result = unit.look(seen);
+    if (result.code() == NKR_INTERRUPTED) return;
+    see(result);
+    on_look(seen);
+  } while (seen.velocity != 0 && Clock::now() < deadline && interrupt.wait_for(kSamplePeriod));
 }
 
 /** Turns at one velocity after the other. False when the user asked to end. */
-bool follow_profile(Session& session, Motion& motion, const VelocityOptions& options, Clock::time_point start,
-                    std::vector<VelocitySample>& samples) {
+bool follow_profile(Unit& unit, const VelocityOptions& options, const Unit::OnLook& on_look) {
   // A drive that is left running needs nobody who follows it.
-  const auto seconds =
-      options.leave_running && !options.seconds ? std::optional<double>(0.0) : options.seconds;
+  const bool follows = !options.leave_running || options.seconds;
   for (const int value : options.values) {
-    command(session, motion, static_cast<short>(value));
-    if (!follow(session, motion, seconds, start, samples)) return false;
+    see(unit.set_velocity(value));
+    if (!follows) continue;
+    const Result followed = unit.follow(time_of(options.seconds), on_look);
+    if (followed.code() == NKR_INTERRUPTED) return false;
+    see(followed);
   }
   return true;
 }
@@ -99,35 +89,39 @@ ExitCode velocity(Context& context, const VelocityOptions& options) {
   if (options.values.size() > 1 && !options.seconds) {
     throw Failure(ExitCode::USAGE, "several velocities need a time", "--for SECONDS: the time of each");
   }
-  Session session(context);
-  Motion motion(session, options.leave_running ? AtEnd::LEAVE_RUNNING : AtEnd::STOP);
-  motion.enable();
-  const Clock::time_point start = Clock::now();
-  std::vector<VelocitySample> samples;
-  const bool finished = follow_profile(session, motion, options, start, samples);
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
+  Unit& unit = session.unit();
+  see(unit.enable({options.reset_fault}));
+  Samples samples;
+  const Unit::OnLook on_look = into(samples, Clock::now());
+  const bool finished = follow_profile(unit, options, on_look);
   int reached = 0;
-  session.check(motion.controller().getVelocityActualValue(reached), "read the velocity");
+  session.check(session.dispatcher()->getVelocityActualValue(reached), "read the velocity");
   if (options.leave_running) {
+    see(unit.leave());
     session.output().note(
         "WARNING: the drive is left running and watches no host: stop it with tavctl disable");
   } else {
-    follow_to_standstill(session, motion, start, samples);
-    motion.stop();
+    follow_to_standstill(unit, interrupt, on_look);
+    see(unit.disable());
   }
   print_samples(session.output(), samples, options.plot);
   session.output().fact("Target velocity", std::to_string(options.values.back()), "target_velocity",
                         options.values.back());
   session.output().fact("Velocity at the end", std::to_string(reached), "velocity", reached);
-  return finished ? ExitCode::OK : ExitCode::INTERRUPTED;
+  if (!finished) return ExitCode::INTERRUPTED;
+  return session.was_limited() ? ExitCode::FINDINGS : ExitCode::OK;
 }
 
 }  // namespace
 
 void add_velocity(Command& program) {
   auto options = std::make_shared<VelocityOptions>();
-  Command& command = program.add("velocity",
-                                 "Enable the drive, turn at VALUE (one after the other), and stop again: "
-                                 "after --for seconds each, or on Ctrl-C");
+  Command& command =
+      program.add("velocity",
+                  "Enable the drive, turn at VALUE (one after the other), and stop again: "
+                  "after --for seconds each, or on Ctrl-C (1 when the drive's limits kept it from a value)");
   command.option("VALUE", options->values, "Target velocity in the drive's unit (tavctl units), signed")
       .required()
       .range(-32768, 32767);
@@ -136,6 +130,7 @@ void add_velocity(Command& program) {
   command.flag("--plot", options->plot, "Draw demanded and actual velocity at the end");
   command.flag("--leave-running", options->leave_running,
                "Do not stop the drive at the end (nothing stops it then when this host dies)");
+  add_fault_reset_option(command, options->reset_fault);
   command.on([options](Context& context) { return velocity(context, *options); });
 }
 

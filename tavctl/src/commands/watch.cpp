@@ -2,11 +2,11 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <tav/host/Interrupt.hpp>
+#include <tav/host/words.hpp>
 
 #include "commands/AllCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "session/DriveState.hpp"
-#include "session/Interrupt.hpp"
+#include "commands/session/Drive.hpp"
 
 namespace tavctl {
 
@@ -39,16 +39,28 @@ std::string line_of(const Snapshot& now, double seconds) {
   return line;
 }
 
+/** Its boot-up was heard: what was set up in it is gone, and its readings alone do not show it. */
+void tell_restart(Session& session, double seconds) {
+  const Heard heard = session.unit().heard();
+  if (!heard.boot_up) return;
+  session.unit().forget_heard();
+  char line[80];
+  std::snprintf(line, sizeof line, "%8.1f s  the drive restarted: its boot-up was heard", seconds);
+  session.output().event(line, {{"seconds", seconds}, {"event", "restarted"}});
+}
+
 ExitCode watch(Context& context, const WatchOptions& options) {
   Session session(context);
-  const Interrupt interrupt;
+  const SignalInterrupt interrupt;
   const auto interval = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
       std::chrono::duration<double>(options.interval));
   const auto start = std::chrono::steady_clock::now();
   auto next = start;
+  session.unit().forget_heard();
   for (long done = 0; options.count == 0 || done < options.count; ++done) {
     if (!interrupt.wait_until(next)) return ExitCode::OK;
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    tell_restart(session, seconds);
     const Snapshot now = read_snapshot(session);
     session.output().event(line_of(now, seconds), json_of(now, seconds));
     next += interval;

@@ -53,7 +53,7 @@ TEST_F(HostNodeTest, IsNotTheDrivesOwnId) {
 }
 
 TEST_F(HostNodeTest, ThatWasAskedForAndIsHeardIsRefusedAndFreeOnesAreNamed) {
-  tav::host::Settings settings = beside.settings();
+  tav::host::UnitSettings settings = beside.settings();
   settings.host_node_id = 126;
   Result result;
   const auto unit = Unit::open(settings, result);
@@ -67,7 +67,7 @@ TEST_F(HostNodeTest, ThatWasAskedForAndIsHeardIsRefusedAndFreeOnesAreNamed) {
 }
 
 TEST_F(HostNodeTest, ThatSomebodyElseBeatsUnderWhileTheDriveTurnsStopsTheDrive) {
-  tav::host::Settings settings = beside.settings();
+  tav::host::UnitSettings settings = beside.settings();
   std::mutex mutex;
   std::vector<Cause> warned;
   settings.on_warning = [&](const tav::host::Explanation& warning) {
@@ -93,7 +93,7 @@ TEST_F(HostNodeTest, IsSharedByTheUnitsOnOneClient) {
   Result result;
   const auto first = Unit::open(beside.settings(), result);
   ASSERT_TRUE(first->enable().ok());
-  tav::host::Settings settings = beside.settings();
+  tav::host::UnitSettings settings = beside.settings();
   settings.parts.client = first->shared_client();
   settings.parts.host_node = first->host_node();
   auto second = Unit::open(settings, result);

@@ -81,7 +81,7 @@ class Program {
     char byte = 0;
     if (::read(go_[0], &byte, 1) != 1) ::_exit(3);
     tav::host::SignalInterrupt interrupt;
-    tav::host::Settings settings;
+    tav::host::UnitSettings settings;
     settings.configuration = "share/tav/tav.ini";
     settings.bus = bus_;
     settings.interrupt = &interrupt;

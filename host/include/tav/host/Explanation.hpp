@@ -28,6 +28,11 @@ enum class Cause {
   BUS,            ///< the bus gives no port
   NODE_ID,        ///< the drive's node id lies outside 1 to 127
 
+  // Before anything is sent. `action` says what is refused, `detail` why or what helps.
+  FILE,            ///< a file cannot be used
+  UNKNOWN_OBJECT,  ///< the description holds no such object
+  REFUSED,         ///< what the description does not allow
+
   // The host's own node id.
   HOST_NODE_TAKEN,  ///< somebody else uses the id that was asked for; `free_nodes` names others
   NO_HOST_NODE,     ///< every id is in use
@@ -53,6 +58,7 @@ enum class Cause {
   RESTARTED,       ///< it restarted: its boot-up was heard
   NMT_CHANGED,     ///< another master changed its NMT state
   FELL_SILENT,     ///< it was heard and is no more
+  NO_BOOT_UP,      ///< it was reset and did not boot as node `expected`
   STILL_TURNING,   ///< it did not come to rest in time
   MAY_STILL_MOVE,  ///< the unit ended and could not see the drive stand
   LIMITED,         ///< its velocity limits keep it from the target

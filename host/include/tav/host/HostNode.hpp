@@ -4,6 +4,7 @@
 #include <nkr/export.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -55,6 +56,10 @@ class NKR_EXPORT HostNode {
   [[nodiscard]] std::uint8_t id() const;
   /** Whether somebody else was heard under this host's id since the heartbeat began. */
   [[nodiscard]] bool is_contested() const;
+  /** Waits for what is left of kListening; false, at once, when the end was requested. */
+  [[nodiscard]] bool listen(const Interrupt* interrupt = nullptr) const;
+  /** Ids that nobody was heard to use and that are not the drive's, highest first; `most` of them. */
+  [[nodiscard]] std::vector<std::uint8_t> free_nodes(std::uint8_t drive, std::size_t most) const;
   /** The nodes that were heard in the last seconds, lowest first. */
   [[nodiscard]] std::vector<std::uint8_t> heard() const;
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 #include <tav/host/Result.hpp>
-#include <tav/host/Settings.hpp>
 #include <tav/host/State.hpp>
+#include <tav/host/UnitSettings.hpp>
 #include <vector>
 
 namespace nkr::canopen {
@@ -45,7 +45,7 @@ class NKR_EXPORT Unit {
    * is seen by the first operation that asks it.
    * @return null on failure: `result` says what could not be had, and why
    */
-  [[nodiscard]] static std::unique_ptr<Unit> open(const Settings& settings, Result& result);
+  [[nodiscard]] static std::unique_ptr<Unit> open(const UnitSettings& settings, Result& result);
   /** Stops the drive that it enabled, as disable() does, unless it was left. Never throws. A drive that could
    * not be seen to stand is told as Cause::MAY_STILL_MOVE; it then loses this host's heartbeat. */
   ~Unit();
@@ -105,6 +105,19 @@ class NKR_EXPORT Unit {
    * nothing of it. */
   Result leave();
 
+  /**
+   * Resets the drive's node and follows it to the id that it has after the reset: waits for its boot-up
+   * message there, 10 s at most (Cause::NO_BOOT_UP), and addresses it there from then on. What was not stored
+   * in the drive is lost.
+   * @param after    0: the same id
+   * @param command  RESET_NODE or RESET_COMMUNICATION
+   */
+  Result reset(std::uint8_t after = 0,
+               nkr::canopencore::NMTCommand command = nkr::canopencore::NMTCommand::RESET_NODE);
+  /** The NMT state that the drive's heartbeat tells; waits so long for a first one. UNKNOWN when none came.
+   */
+  [[nodiscard]] nkr::canopencore::NMTState wait_for_nmt_state(std::chrono::milliseconds patience);
+
   /** What the drive does, read object by object. */
   Result read_state(Snapshot& state);
   /** What its power stage says: state, last error, STO. */
@@ -113,8 +126,10 @@ class NKR_EXPORT Unit {
    * the first two of the vendor's bytes, and neither time nor error register. */
   Result read_errors(std::vector<nkr::canopen::Emergency>& errors);
 
-  /** What was heard of the drive since the unit was opened. */
+  /** What was heard of the drive since the unit was opened, enabled, or told to forget. */
   [[nodiscard]] Heard heard() const;
+  /** What was heard so far is forgotten; a boot-up that comes is a restart. */
+  void forget_heard();
   /** Whether the drive stops by itself when this program dies. */
   [[nodiscard]] bool is_protected() const;
 
@@ -128,6 +143,7 @@ class NKR_EXPORT Unit {
   [[nodiscard]] const std::shared_ptr<nkr::tavcore::CANOpenDispatcher>& dispatcher() const;
   [[nodiscard]] const std::shared_ptr<nkr::tavcore::Config>& config() const;
   [[nodiscard]] const nkr::tools::EDSParser& description() const;
+  [[nodiscard]] const std::shared_ptr<const nkr::tools::EDSParser>& shared_description() const;
   [[nodiscard]] nkr::can::Bus& bus() const;
   [[nodiscard]] const std::shared_ptr<HostNode>& host_node() const;
   /** Node id of the drive. */

@@ -2,13 +2,14 @@
 #include <memory>
 #include <string>
 
+#include "cli/Format.hpp"
 #include "commands/safety/SafetyCommands.hpp"
-#include "model/Format.hpp"
-#include "model/Record.hpp"
-#include "model/SafetyFields.hpp"
-#include "model/SafetyFile.hpp"
-#include "model/UnitText.hpp"
-#include "session/SafetyReading.hpp"
+#include "commands/session/Safety.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyChecks.hpp"
+#include "text/SafetyFields.hpp"
+#include "text/SafetyFile.hpp"
+#include "text/UnitTexts.hpp"
 
 namespace tavctl {
 
@@ -41,7 +42,7 @@ void print_configuration(Output& output, const SafetyFile& file) {
 
 ExitCode show(Context& context) {
   Session session(context);
-  const nkr::tavcore::SafetyVerification verification = read_safety(session);
+  const nkr::tavcore::SafetyVerification verification = verified_safety(session);
   print_configuration(session.output(), file_of(verification));
   print_checks(session.output(), verification);
   return ExitCode::OK;
@@ -51,7 +52,7 @@ ExitCode verify(Context& context, const std::string& expected) {
   std::optional<SafetyFile> file;
   if (!expected.empty()) file = load_safety_file(expected);
   Session session(context);
-  const nkr::tavcore::SafetyVerification verification = read_safety(session, file);
+  const nkr::tavcore::SafetyVerification verification = verified_safety(session, file);
   print_checks(session.output(), verification);
   const bool passed = verification.passed();
   session.output().fact("Verification", passed ? "passed" : "FAILED", "passed", passed);

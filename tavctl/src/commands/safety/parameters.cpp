@@ -1,13 +1,13 @@
 #include <memory>
 #include <string>
+#include <tav/host/words.hpp>
 #include <vector>
 
 #include "commands/safety/SafetyCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Record.hpp"
-#include "model/SafetyFields.hpp"
-#include "session/DriveState.hpp"
-#include "session/SafetyReading.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Safety.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyFields.hpp"
 
 namespace tavctl {
 
@@ -34,6 +34,7 @@ void set_parameters(Session& session, const std::string& name, const std::vector
                   "the drive holds other parameters of " + name + " than were written: " + joined(different));
   }
   see_signature(session, name);
+  tell_not_stored(session.output());
 }
 
 struct SetArguments {

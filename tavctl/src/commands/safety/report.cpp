@@ -1,19 +1,19 @@
 // The safety configuration of one drive as a document to be signed and archived.
-#include "model/Report.hpp"
+#include "text/Report.hpp"
 
 #include <ctime>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <tav/host/pdo_mapping.hpp>
 
+#include "cli/Format.hpp"
+#include "commands/safety/FileHash.hpp"
 #include "commands/safety/SafetyCommands.hpp"
-#include "model/FileHash.hpp"
-#include "model/Format.hpp"
-#include "model/PdoMapping.hpp"
-#include "model/Record.hpp"
-#include "model/SafetyFields.hpp"
-#include "model/UnitText.hpp"
-#include "session/SafetyReading.hpp"
+#include "commands/session/Safety.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyFields.hpp"
+#include "text/UnitTexts.hpp"
 
 namespace tavctl {
 
@@ -161,7 +161,7 @@ void write_file(const std::string& path, const std::string& content) {
 
 ExitCode report(Context& context, const ReportArguments& arguments) {
   Session session(context);
-  const SafetyVerification verification = read_safety(session);
+  const SafetyVerification verification = verified_safety(session);
   const SafetyFile file = file_of(verification);
   Report document("Safety configuration of a TAV drive unit");
   document.add(origin(session));

@@ -1,15 +1,15 @@
 #include <memory>
 #include <string>
+#include <tav/host/pdo_mapping.hpp>
+#include <tav/host/words.hpp>
 #include <vector>
 
+#include "cli/Format.hpp"
 #include "commands/safety/SafetyCommands.hpp"
-#include "model/DriveWords.hpp"
-#include "model/Format.hpp"
-#include "model/PdoMapping.hpp"
-#include "model/Record.hpp"
-#include "model/SafetyFields.hpp"
-#include "session/DriveState.hpp"
-#include "session/SafetyReading.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Safety.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyFields.hpp"
 
 namespace tavctl {
 
@@ -57,7 +57,8 @@ void print_srdo(Session& session, int number) {
   }
   if (!output.json()) return;
   Json row = {{"number", number}, {"direction", direction_text(parameters, direction)}};
-  kSrdoFields([&](const char* key, const auto& field) { row[key] = field_value(field).json; }, parameters);
+  kSrdoFields([&](const char* key, const auto& field) { row[key] = json_of(field_value(field)); },
+              parameters);
   row["signature"] = hex(signature, kSignatureDigits);
   row["mapping"] = std::move(entries);
   output.document()["srdos"].push_back(std::move(row));
@@ -103,6 +104,7 @@ ExitCode set(Context& context, const SetArguments& arguments) {
                   "the drive holds other parameters of " + name + " than were written: " + joined(different));
   }
   see_signature(session, name);
+  tell_not_stored(session.output());
   session.output().note(
       "the SRDO configuration is no longer valid: declare it with \"safety srdo validate\"");
   return ExitCode::OK;

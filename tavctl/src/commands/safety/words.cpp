@@ -1,13 +1,14 @@
 // Safety words and the functions that are mapped to their bits.
 #include <memory>
 #include <string>
+#include <tav/host/safety_words.hpp>
 #include <vector>
 
 #include "commands/safety/SafetyCommands.hpp"
-#include "model/Record.hpp"
-#include "model/SafetyNames.hpp"
-#include "session/DriveState.hpp"
-#include "session/SafetyReading.hpp"
+#include "commands/session/Drive.hpp"
+#include "commands/session/Safety.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyChecks.hpp"
 
 namespace tavctl {
 
@@ -18,6 +19,20 @@ using Mapping = Dispatcher::SafetyWordMapping;
 using WordValue = Dispatcher::SafetyWordType;
 
 constexpr int kBits = 8;
+
+SafetyFunction function_named(const std::string& name) {
+  const std::optional<SafetyFunction> function = safety_function_named(name);
+  if (function) return *function;
+  throw Failure(ExitCode::USAGE, "there is no safety function \"" + name + "\"",
+                "There are " + joined(safety_function_names()) + ".");
+}
+
+SafetyWord word_named(const std::string& kind, const std::string& name) {
+  const std::optional<SafetyWord> word = safety_word_named(kind, name);
+  if (word) return *word;
+  throw Failure(ExitCode::USAGE, "there is no safety word \"" + kind + " " + name + "\"",
+                "There are control can1 to can8 and safein, status can1 to can8 and safeout.");
+}
 
 Mapping read_mapping(Session& session, const SafetyWord& word) {
   Mapping mapping{};
@@ -72,14 +87,14 @@ struct WordArguments {
 };
 
 ExitCode set_mapping(Context& context, const WordArguments& arguments) {
-  const SafetyWord word = safety_word_named(arguments.kind, arguments.name);
+  const SafetyWord word = word_named(arguments.kind, arguments.name);
   Session session(context);
   see_not_enabled(session, "change the mapping of safety words");
   Dispatcher& drive = *session.dispatcher();
   Mapping wanted = read_mapping(session, word);
   for (const std::string& text : arguments.assignments) {
     const Assignment assignment = assignment_of(text);
-    mapped_bit(wanted, bit_of(word, assignment.key)) = safety_function_named(assignment.value);
+    mapped_bit(wanted, bit_of(word, assignment.key)) = function_named(assignment.value);
   }
   session.check(word.control
                     ? drive.setSafetyControlWordMapping(Dispatcher::SafetyControlWordId{word.number}, wanted)
@@ -92,12 +107,13 @@ ExitCode set_mapping(Context& context, const WordArguments& arguments) {
     throw Failure(ExitCode::REFUSED,
                   "the drive holds another mapping of " + word.name() + " than was written");
   }
-  const nkr::tavcore::SafetyVerification verification = read_safety(session);
+  const nkr::tavcore::SafetyVerification verification = verified_safety(session);
   if (!verification.passed()) {
     print_checks(session.output(), verification);
     throw Failure(ExitCode::REFUSED, "the signatures in the drive do not fit its configuration",
                   "Give the command again: until they fit the drive gives no torque.");
   }
+  tell_not_stored(session.output());
   return ExitCode::OK;
 }
 
@@ -134,7 +150,7 @@ ExitCode show_words(Context& context) {
 }
 
 ExitCode set_word(Context& context, const WordArguments& arguments) {
-  const SafetyWord word = safety_word_named("control", arguments.name);
+  const SafetyWord word = word_named("control", arguments.name);
   Session session(context);
   WordValue wanted = read_word(session, word);
   for (const std::string& text : arguments.assignments) {

@@ -1,0 +1,34 @@
+#include <chrono>
+#include <tav/host/BusMeter.hpp>
+#include <tav/host/frame_length.hpp>
+
+namespace tav::host {
+
+BusMeter::BusMeter(nkr::can::Bus& bus, nkr_error_t& result) : port_(bus.open({}, result)) {
+  if (port_) thread_ = std::thread([this] { run(); });
+}
+
+BusMeter::~BusMeter() {
+  stop();
+}
+
+void BusMeter::stop() {
+  constexpr std::chrono::milliseconds kQuiet{20};  // what was sent has arrived by then
+  if (!thread_.joinable()) return;
+  std::this_thread::sleep_for(kQuiet);
+  port_->close();
+  thread_.join();
+}
+
+void BusMeter::run() {
+  nkr::can::Frame frame;
+  while (true) {
+    const nkr_error_t result = port_->receive(frame, nkr::can::Clock::now() + std::chrono::seconds(1));
+    if (result == NKR_CAN_CLOSED) return;
+    if (result != NKR_OK) continue;
+    ++frames_;
+    bits_ += bits_on_bus(frame);
+  }
+}
+
+}  // namespace tav::host

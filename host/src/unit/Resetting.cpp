@@ -1,0 +1,45 @@
+#include <chrono>
+#include <nkr/can/Frame.hpp>
+
+#include "UnitImpl.hpp"
+
+namespace tav::host {
+
+using nkr::can::Clock;
+using nkr::can::Filter;
+using nkr::can::Frame;
+using nkr::can::Port;
+
+namespace {
+
+constexpr std::uint32_t kErrorControl = 0x700;  // heartbeat and boot-up, CiA 301 7.2.8.3.2
+constexpr std::uint8_t kBootUp = 0;
+constexpr std::chrono::seconds kBootTime{10};
+
+bool wait_for_boot_up(Port& port, Clock::time_point deadline) {
+  Frame frame;
+  while (port.receive(frame, deadline) == NKR_OK) {
+    if (!frame.remote && frame.size == 1 && frame.data[0] == kBootUp) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Result Unit::Impl::reset(std::uint8_t after, nkr::canopencore::NMTCommand command) {
+  const std::uint8_t next = after == 0 ? link.node : after;
+  nkr_error_t result = NKR_OK;
+  const std::unique_ptr<Port> listener = link.bus->open({Filter{kErrorControl + next, 0x7FF}}, result);
+  if (!listener) return link.check(result, "listen for the drive's boot-up message");
+  Result done = link.address(link.node);
+  if (done.ok()) done = link.check(link.dispatcher->setNMTState(command), "reset the drive");
+  if (!done.ok()) return done;
+  if (!wait_for_boot_up(*listener, Clock::now() + kBootTime)) {
+    Explanation silent = link.explanation(Cause::NO_BOOT_UP, NKR_SDO_TIMED_OUT, "reset the drive");
+    silent.expected = next;
+    return Result(std::move(silent));
+  }
+  return link.address(next);
+}
+
+}  // namespace tav::host

@@ -1,0 +1,47 @@
+#include "commands/session/LocalDrive.hpp"
+
+#include <string>
+#include <tav/drive/Runner.hpp>
+#include <tav/drive/VirtualDrive.hpp>
+
+#include "cli/Failure.hpp"
+
+namespace tavctl {
+
+namespace {
+
+void play(tav::drive::VirtualDrive& drive, const std::string& path) {
+  tav::drive::Scenario scenario;
+  std::string problem;
+  if (!tav::drive::read_scenario_file(path, scenario, problem)) {
+    throw Failure(ExitCode::CONFIGURATION, "no scenario: " + problem);
+  }
+  if (!drive.play(scenario, problem)) {
+    throw Failure(ExitCode::CONFIGURATION, "no scenario: " + path + ": " + problem);
+  }
+}
+
+}  // namespace
+
+LocalDrive::LocalDrive(nkr::can::Bus& bus, const nkr::tavcore::Config& config, std::uint8_t node,
+                       const std::string& scenario_path) {
+  tav::drive::Settings settings;
+  settings.node_id = node;
+  settings.mechanics.steps_per_electrical_revolution = config.getNbStepRevolutionElec();
+  settings.mechanics.pole_pairs = config.getNbPolePair();
+  std::string problem;
+  drive_ = tav::drive::VirtualDrive::from_file(config.getCANOpenEDSFilePath(), settings, problem);
+  if (!drive_) throw Failure(ExitCode::CONFIGURATION, "no virtual drive: " + problem);
+  if (!scenario_path.empty()) play(*drive_, scenario_path);
+  runner_ = std::make_unique<tav::drive::Runner>(*drive_);
+  const nkr_error_t result = runner_->start(bus);
+  if (result != NKR_OK) throw Failure(ExitCode::CONNECTION, "the virtual drive gets no port", "", result);
+  for (const tav::drive::Event& event : drive_->take_events()) {
+    const bool refused = event.kind == tav::drive::Event::Kind::REFUSED;
+    if (refused) throw Failure(ExitCode::CONFIGURATION, "no scenario: " + scenario_path + ": " + event.text);
+  }
+}
+
+LocalDrive::~LocalDrive() = default;
+
+}  // namespace tavctl

@@ -1,0 +1,100 @@
+#include "commands/session/Session.hpp"
+
+#include <chrono>
+#include <future>
+#include <nkr/can/open_bus.hpp>
+#include <utility>
+
+#include "commands/session/Configuration.hpp"
+#include "text/explained.hpp"
+
+namespace tavctl {
+
+namespace {
+
+constexpr const char* kVirtual = "virtual";
+
+std::shared_ptr<nkr::can::Bus> open(const std::string& name) {
+  if (name.empty()) {
+    throw Failure(ExitCode::USAGE, "no bus given",
+                  "--bus can0 (an interface), --bus unix:PATH, or --bus virtual (a drive inside tavctl); "
+                  "TAVCTL_BUS sets it once for all");
+  }
+  nkr_error_t result = NKR_OK;
+  std::string explanation;
+  std::shared_ptr<nkr::can::Bus> bus = nkr::can::open_bus(name, result, explanation);
+  if (!bus) throw Failure(ExitCode::CONNECTION, "cannot open the bus " + name, explanation, result);
+  return bus;
+}
+
+UnitSettings settings_of(const Options& options, const Interrupt* interrupt) {
+  UnitSettings settings;
+  settings.parts.config = load_configuration(options);
+  settings.node_id = static_cast<std::uint8_t>(options.node.value_or(0));
+  settings.host_node_id = static_cast<std::uint8_t>(options.host_node.value_or(0));
+  settings.sdo_timeout = std::chrono::milliseconds(options.timeout_ms.value_or(0));
+  settings.interrupt = interrupt;
+  return settings;
+}
+
+}  // namespace
+
+Session::Session(Context& context, const Interrupt* interrupt)
+    : output_(context.output), black_box_(context.black_box) {
+  const Options& options = context.options;
+  UnitSettings settings = settings_of(options, interrupt);
+  settings.on_warning = [this](const Explanation& warning) { tell(warning); };
+  settings.parts.bus = bus_ = open(options.bus);
+  if (!options.scenario.empty() && options.bus != kVirtual) {
+    throw Failure(ExitCode::USAGE, "--scenario is for the drive inside tavctl alone",
+                  "--bus virtual; or tav-drive --scenario FILE on the bus " + bus_->name());
+  }
+  Result result;
+  unit_ = Unit::open(settings, result);
+  if (!unit_) throw failure_of(result.explanation(), failure_log_.last());
+  description_ = unit_->shared_description();
+  if (options.trace) trace_ = std::make_unique<BusTrace>(bus(), description(), node(), output_);
+  if (options.bus == kVirtual) {
+    start_local_drive(options.scenario);
+  }
+}
+
+/** The unit stops its drive while the drive and the trace are there; the last frames are kept then. */
+Session::~Session() {
+  if (!unit_) return;
+  const std::shared_ptr<nkr::canopen::Client> client = unit_->shared_client();
+  unit_.reset();
+  black_box_.keep(*client);
+}
+
+/** Its boot-up is heard before anything else: none that comes later is the one of its power-on. */
+void Session::start_local_drive(const std::string& scenario) {
+  constexpr std::chrono::seconds kBootTime{5};
+  std::promise<void> booted;
+  std::atomic<bool> told{false};
+  const int subscription = client().subscribe([&](const nkr::canopen::Event& event) {
+    if (event.kind == nkr::canopen::Event::Kind::BOOT_UP && !told.exchange(true)) booted.set_value();
+  });
+  local_drive_ = std::make_unique<LocalDrive>(bus(), *config(), node(), scenario);
+  static_cast<void>(booted.get_future().wait_for(kBootTime));
+  client().unsubscribe(subscription);
+}
+
+void Session::tell(const Explanation& warning) {
+  if (warning.cause == Cause::LIMITED) limited_ = true;
+  output_.note(warning_text(warning));
+}
+
+std::string Session::where() const {
+  return "node " + std::to_string(node()) + " on " + bus().name();
+}
+
+Failure Session::failure(nkr_error_t result, const std::string& what) const {
+  return failure_of(unit_->check(result, what).explanation(), failure_log_.last());
+}
+
+void Session::check(nkr_error_t result, const std::string& what) const {
+  if (result != NKR_OK) throw failure(result, what);
+}
+
+}  // namespace tavctl
