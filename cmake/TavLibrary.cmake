@@ -24,7 +24,8 @@ function(tav_library name)
     set(scope PUBLIC)
   endif()
   if(NOT arg_INTERFACE)
-    _tav_object_rules(${name})
+    tav_object_rules(${name})
+    target_precompile_headers(${name} REUSE_FROM tavcore-standard-headers)
     target_link_libraries(${name} PRIVATE ${arg_PRIVATE_LINKS} ${tav_atomic_library})
   endif()
   set_target_properties(${name} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
@@ -54,7 +55,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
 endif()
 
 # How a library is compiled and, where it is shared, linked. Static and shared objects are the same.
-function(_tav_object_rules name)
+function(tav_object_rules name)
   # While the major number is 0 a new minor number may break the interface.
   set(soversion ${PROJECT_VERSION_MAJOR})
   if(PROJECT_VERSION_MAJOR EQUAL 0)
