@@ -31,6 +31,10 @@ class Observer {
 
   int velocity() { return read<std::int32_t>(kVelocity); }
   unsigned state_bits() { return read<std::uint16_t>(kStatusWord) & 0x6FU; }
+  /** Gives the drive another name (0x1008). */
+  void rename_drive(const std::string& name) {
+    EXPECT_EQ(client_.setValue(kNode, 0x10080000, name), NKR_OK);
+  }
   std::uint32_t consumer_heartbeat() { return read<std::uint32_t>(kConsumerHeartbeat); }
 
   /** Waits until the condition holds, at most ten seconds. */
@@ -76,6 +80,23 @@ TEST(Write, WritesStrings) {
   EXPECT_EQ(drive.tavctl({"write", "Manufacturer device name", "left wheel of the cart"}).code, 0);
   const auto json = drive.tavctl({"info", "--json"}).json();
   EXPECT_EQ(json["device_name"], "left wheel of the cart");
+}
+
+TEST(TextOfADevice, ReachesTheTerminalWithoutControlCharacters) {
+  DriveOnBus drive;
+  const std::string name("\x1B[2J\n\0T", 7);
+  const char* const shown = "\\x1B[2J\\x0A\\x00T";
+  Observer(drive).rename_drive(name);
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"--trace", "read", "Manufacturer device name"},
+        {"--trace", "info"},
+        {"scan", "--from", "10", "--to", "10", "--listen", "0.2"},
+        {"safety", "report"}}) {
+    const auto result = drive.tavctl(command);
+    EXPECT_NE(result.out.find(shown), std::string::npos) << result.out;
+    EXPECT_EQ((result.out + result.err).find('\x1B'), std::string::npos) << command.front();
+    EXPECT_EQ((result.out + result.err).find('\0'), std::string::npos) << command.front();
+  }
 }
 
 TEST(Polarity, IsSetAndReadBack) {

@@ -37,6 +37,7 @@ TEST(Json, WritesEachKindOfValue) {
 
 TEST(Json, WritesWhatJsonHasNoSignForEscapedOrReplaced) {
   EXPECT_EQ(Json(std::string("\x1B[2J\0\"\\\n", 8)).dump(), R"("\u001b[2J\u0000\"\\\n")");
+  EXPECT_EQ(Json("\x7F \xC2\x9B\xC2\xA0").dump(), "\"\\u007f \\u009b\xC2\xA0\"");
   EXPECT_EQ(Json("\xFF!").dump(), "\"\xEF\xBF\xBD!\"") << "U+FFFD stands for what is no UTF-8";
   EXPECT_EQ(Json(std::numeric_limits<double>::infinity()).dump(), "null");
 }

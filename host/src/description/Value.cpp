@@ -8,6 +8,7 @@
 #include <system_error>
 #include <tav/host/Value.hpp>
 #include <tav/host/number.hpp>
+#include <tav/host/printable.hpp>
 #include <tav/host/words.hpp>
 
 #include "../words/refusal.hpp"
@@ -137,7 +138,7 @@ Value value_of(double value) {
 }
 
 Value value_of(const std::string& value) {
-  return {value, value};
+  return {printable(value), value};
 }
 
 Value value_of(const Bytes& bytes) {

@@ -1,4 +1,5 @@
 // JSON as text: the one file that knows the JSON library.
+#include <cstdio>
 #include <istream>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -100,10 +101,27 @@ class Builder : public nlohmann::json_sax<nlohmann::json> {
   std::string name_;
 };
 
+/** The library leaves DEL and C1 as they are, which act on terminals: they stand escaped, too. */
+std::string without_c1(std::string json) {
+  const auto escape = [&json](std::size_t at, std::size_t size, unsigned code) {
+    char text[] = "\\u0000";
+    std::snprintf(text, sizeof text, "\\u%04x", code);
+    json.replace(at, size, text);
+  };
+  for (std::size_t at = json.size(); at-- > 0;) {
+    const auto byte = static_cast<unsigned char>(json[at]);
+    const auto next = static_cast<unsigned char>(at + 1 < json.size() ? json[at + 1] : 0);
+    if (byte == 0x7F) escape(at, 1, byte);
+    if (byte == 0xC2 && next >= 0x80 && next < 0xA0) escape(at, 2, next);
+  }
+  return json;
+}
+
 }  // namespace
 
 std::string Json::dump(int indent) const {
-  return JsonText::tree_of(*this).dump(indent, ' ', false, JsonText::Tree::error_handler_t::replace);
+  return without_c1(
+      JsonText::tree_of(*this).dump(indent, ' ', false, JsonText::Tree::error_handler_t::replace));
 }
 
 std::optional<Json> Json::parse(std::istream& stream) {

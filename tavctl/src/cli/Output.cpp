@@ -2,12 +2,15 @@
 
 #include <cstddef>
 #include <ostream>
+#include <tav/host/printable.hpp>
 #include <tav/host/words.hpp>
 #include <utility>
 
 #include "cli/Format.hpp"
 
 namespace tavctl {
+
+using tav::host::printable_lines;
 
 namespace {
 
@@ -24,7 +27,7 @@ void Output::fact(std::string_view label, const std::string& text, const std::st
 void Output::line(const std::string& text) {
   if (json_) return;
   const std::lock_guard<std::mutex> lock(mutex_);
-  out_ << text << '\n';
+  out_ << printable_lines(text) << '\n';
 }
 
 void Output::put(const std::string& key, Json value) {
@@ -34,7 +37,7 @@ void Output::put(const std::string& key, Json value) {
 void Output::row(const std::string& text, const Json& value) {
   const std::lock_guard<std::mutex> lock(mutex_);
   live_ = true;
-  out_ << (json_ ? value.dump() : text) << '\n';
+  out_ << (json_ ? value.dump() : printable_lines(text)) << '\n';
 }
 
 void Output::event(const std::string& text, const Json& value) {
@@ -49,7 +52,7 @@ void Output::flush() {
 
 void Output::note(const std::string& text) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  err_ << text << std::endl;
+  err_ << printable_lines(text) << std::endl;
 }
 
 void Output::failure(const Failure& failure) {
@@ -66,9 +69,9 @@ void Output::failure(const Failure& failure) {
     for (std::size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1)) {
       text.replace(at, 1, next_line);
     }
-    err_ << "  " << padded(label + ':', kFailureLabelWidth) << text << '\n';
+    err_ << "  " << padded(label + ':', kFailureLabelWidth) << printable_lines(text) << '\n';
   };
-  err_ << "tavctl: " << failure.what() << '\n';
+  err_ << "tavctl: " << printable_lines(failure.what()) << '\n';
   if (failure.code()) tell("code", code);
   if (failure.facts() != nullptr) {
     for (const auto& [label, text] : failure.facts()->lines) tell(label, text);

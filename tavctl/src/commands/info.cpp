@@ -1,4 +1,5 @@
 #include <string>
+#include <tav/host/printable.hpp>
 
 #include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
@@ -26,9 +27,12 @@ void print_device(Session& session) {
   CANOpenDispatcher::DeviceParameters device;
   session.check(session.dispatcher()->getDeviceParameters(device), "read the device strings");
   Output& output = session.output();
-  output.fact("Device name", device.device_name, "device_name", device.device_name);
-  output.fact("Hardware version", device.hardware_version, "hardware_version", device.hardware_version);
-  output.fact("Software version", device.software_version, "software_version", device.software_version);
+  const auto tell = [&output](const char* label, const char* key, const std::string& text) {
+    output.fact(label, printable(text), key, text);
+  };
+  tell("Device name", "device_name", device.device_name);
+  tell("Hardware version", "hardware_version", device.hardware_version);
+  tell("Software version", "software_version", device.software_version);
 }
 
 ExitCode info(Context& context) {

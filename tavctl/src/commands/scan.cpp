@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <tav/host/node_scan.hpp>
+#include <tav/host/printable.hpp>
 #include <tav/host/words.hpp>
 
 #include "cli/Format.hpp"
@@ -49,7 +50,7 @@ std::string line_of(const FoundNode& found) {
       padded(number_text(found.device_type, 8), 12) + padded(number_text(found.vendor_id, 8), 12) +
       padded(number_text(found.product_code, 8), 12) + padded(number_text(found.revision_number, 8), 12) +
       padded(found.serial_number ? std::to_string(*found.serial_number) : "-", 12) +
-      padded(found.device_name.empty() ? "-" : found.device_name, 12) + state_text(found);
+      padded(found.device_name.empty() ? "-" : printable(found.device_name), 12) + state_text(found);
   line.erase(line.find_last_not_of(' ') + 1);
   return line;
 }

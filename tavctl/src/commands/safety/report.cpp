@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <tav/host/pdo_mapping.hpp>
+#include <tav/host/printable.hpp>
 
 #include "cli/Format.hpp"
 #include "commands/safety/FileHash.hpp"
@@ -58,9 +59,9 @@ Report::Section identity(Session& session) {
            {"Product code", hex(identity.product_code, kWordDigits)},
            {"Revision number", hex(identity.revision_number, kWordDigits)},
            {"Serial number", std::to_string(identity.serial_number)},
-           {"Device name", device.device_name},
-           {"Hardware version", device.hardware_version},
-           {"Software version", device.software_version}},
+           {"Device name", printable(device.device_name)},
+           {"Hardware version", printable(device.hardware_version)},
+           {"Software version", printable(device.software_version)}},
           {}};
 }
 
