@@ -59,6 +59,7 @@ MAY_INCLUDE = {
 BESIDE = "."
 
 ROOMS: dict[str, dict[str, set[str]]] = {
+    "tavctl/src": {"cli": set(), "text": {"cli"}, "commands": {"cli", "text"}, BESIDE: {"cli", "commands"}},
     "src": {
         "logging": set(),
         "objects": {"logging"},

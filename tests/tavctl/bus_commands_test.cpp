@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -131,6 +133,23 @@ TEST(Scan, FindsTheNodesOfTheRangeWithIdentityAndState) {
   EXPECT_EQ(nodes[0]["state"], "SWITCH_ON_DISABLED");
   EXPECT_EQ(nodes[0]["is_described"], true);
   EXPECT_EQ(drive.downloads(), 0);
+}
+
+TEST(Read, IsAbortedOnTheBusWhenTheUserEndsIt) {
+  DriveOnBus drive;
+  constexpr std::uint32_t kRequestsOfNode99 = 0x663;  // nobody answers them
+  nkr_error_t opened = NKR_OK;
+  const auto port = drive.bus().open({{kRequestsOfNode99, 0x7FF}}, opened);
+  ASSERT_NE(port, nullptr);
+  tool::Process process(
+      {"--bus", drive.bus_name(), "--node", "99", "--sdo-timeout", "60000", "read", "0x1008"});
+  nkr::can::Frame frame;
+  ASSERT_EQ(port->receive(frame, nkr::can::Clock::now() + std::chrono::seconds(20)), NKR_OK);
+  process.send(SIGINT);
+  ASSERT_EQ(port->receive(frame, nkr::can::Clock::now() + std::chrono::seconds(20)), NKR_OK);
+  EXPECT_EQ(frame, nkr::can::Frame(kRequestsOfNode99, {0x80, 0x08, 0x10, 0, 0, 0, 0, 0x08}))
+      << "abort of 0x1008 with 0x08000000 (CiA 301, 7.2.4.3.17)";
+  EXPECT_EQ(process.wait(), 130);
 }
 
 TEST(Scan, TellsANodeThatIsStoppedByItsHeartbeat) {

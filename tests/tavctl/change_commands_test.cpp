@@ -32,9 +32,7 @@ class Observer {
   int velocity() { return read<std::int32_t>(kVelocity); }
   unsigned state_bits() { return read<std::uint16_t>(kStatusWord) & 0x6FU; }
   /** Gives the drive another name (0x1008). */
-  void rename_drive(const std::string& name) {
-    EXPECT_EQ(client_.setValue(kNode, 0x10080000, name), NKR_OK);
-  }
+  void rename_drive(const std::string& name) { EXPECT_EQ(client_.setValue(kNode, 0x10080000, name), NKR_OK); }
   std::uint32_t consumer_heartbeat() { return read<std::uint32_t>(kConsumerHeartbeat); }
 
   /** Waits until the condition holds, at most ten seconds. */
@@ -129,6 +127,22 @@ TEST(Nmt, WaitsForTheStateThatFollows) {
   EXPECT_EQ(drive.tavctl({"nmt", "stop", "--json"}).json()["nmt_state"], "stopped");
   EXPECT_EQ(drive.tavctl({"nmt", "reset", "--discard", "--json"}).json()["nmt_state"], "pre-operational");
   EXPECT_EQ(drive.tavctl({"nmt", "sideways"}).code, 2);
+}
+
+TEST(Nmt, WaitsForAHeartbeatThatComesEveryFourSeconds) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=4000"}).code, 0);
+  const auto result = drive.tavctl({"nmt", "start", "--json"});
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.json()["nmt_state"], "operational");
+}
+
+TEST(Nmt, WaitsNoLongerThanAsked) {
+  const DriveOnBus drive;
+  ASSERT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=60000"}).code, 0);
+  const auto result = drive.tavctl({"nmt", "start", "--timeout", "0.2"});
+  EXPECT_EQ(result.code, 5) << result.out;
+  EXPECT_NE(result.err.find("--timeout"), std::string::npos) << result.err;
 }
 
 TEST(Enable, TakesTheDriveToOperationEnabledAndDisableBack) {

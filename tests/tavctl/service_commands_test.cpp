@@ -1,8 +1,14 @@
 // Communication, network, process data, manufacturer's values, store and restore, motion orders.
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
 #include <string>
+#include <vector>
 
+#include "support/TemporaryFile.hpp"
 #include "tavctl/Tool.hpp"
 
 namespace {
@@ -92,6 +98,65 @@ TEST(Pdo, ShowsWhatEachCarries) {
   EXPECT_EQ(pdos[0]["pdo"], "rpdo");
   EXPECT_EQ(pdos[0]["cob_id"], 0x20A);
   EXPECT_EQ(drive.downloads(), 0);
+}
+
+/** A configuration whose description lacks sub-indices of RPDO 1; the drive on the bus "virtual" lacks them
+ * too. */
+class WithoutTimes {
+ public:
+  explicit WithoutTimes(std::initializer_list<const char*> subindices)
+      : description_(without(subindices)),
+        configuration_(replaced(text_of("share/tav/tav.ini"), "share/tav/tav.eds", description_.path())) {}
+
+  [[nodiscard]] tool::Result tavctl(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"--bus", "virtual", "--config", configuration_.path()});
+    return tool::tavctl(arguments);
+  }
+
+ private:
+  static std::string text_of(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  static std::string replaced(std::string text, const std::string& what, const std::string& with) {
+    return text.replace(text.find(what), what.size(), with);
+  }
+  static std::string without(std::initializer_list<const char*> subindices) {
+    std::string text = text_of("share/tav/tav.eds");
+    for (const std::string subindex : subindices) {
+      const std::size_t section = text.find("[1400sub" + subindex + "]");
+      text.erase(section, text.find("\n[", section) + 1 - section);
+    }
+    const std::string count = "[1400]\nSubNumber=";
+    text.replace(text.find(count) + count.size(), 1, std::to_string(5 - subindices.size()));
+    return text;
+  }
+
+  tavtest::TemporaryFile description_;
+  tavtest::TemporaryFile configuration_;
+};
+
+TEST(Pdo, WithoutInhibitTimeIsShownAndChangedAllTheSame) {
+  const WithoutTimes drive({"3"});
+  const auto shown = drive.tavctl({"pdo", "show", "--json"});
+  ASSERT_EQ(shown.code, 0) << shown.err;
+  EXPECT_EQ(shown.json()["pdos"][0]["cob_id"], 0x20A);
+  EXPECT_EQ(shown.json()["pdos"][0]["event_timer"], 0);
+  const auto set = drive.tavctl({"pdo", "set", "rpdo", "1", "event_timer=50", "--json"});
+  EXPECT_EQ(set.code, 0) << set.err;
+  EXPECT_EQ(set.json()["event_timer"], 50);
+  EXPECT_EQ(set.json()["valid"], true);
+}
+
+TEST(Pdo, WithoutTimesIsShownAndMappedAllTheSame) {
+  const WithoutTimes drive({"3", "5"});
+  const auto shown = drive.tavctl({"pdo", "show", "--json"});
+  ASSERT_EQ(shown.code, 0) << shown.err;
+  EXPECT_FALSE(shown.json()["pdos"][0].contains("event_timer"));
+  EXPECT_TRUE(shown.json()["pdos"][1].contains("event_timer")) << "the others have theirs";
+  EXPECT_EQ(drive.tavctl({"pdo", "set", "rpdo", "1", "event_timer=50"}).code, 2);
+  EXPECT_EQ(drive.tavctl({"pdo", "set", "rpdo", "1", "transmission_type=1"}).code, 0);
+  EXPECT_EQ(drive.tavctl({"pdo", "map", "rpdo", "1", "controlword"}).code, 0);
 }
 
 TEST(Pdo, IsMappedByNamesAndReadBack) {

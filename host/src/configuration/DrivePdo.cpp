@@ -3,8 +3,10 @@
 
 namespace tav::host {
 
-using nkr::tavcore::ICommunicationService;
-using PDOId = ICommunicationService::PDOId;
+using nkr::tavcore::CANOpenDispatcher;
+using nkr::tools::EDSParser;
+using nkr::tools::ObjectID;
+using PDOId = CANOpenDispatcher::PDOId;
 
 namespace {
 
@@ -21,7 +23,7 @@ bool is_same(const PdoParameters& a, const PdoParameters& b) {
 }
 
 /** What the drive holds otherwise than wanted; the result of the reading. */
-nkr_error_t compare(ICommunicationService& drive, const DrivePdo& pdo, const PdoMapping& mapping,
+nkr_error_t compare(CANOpenDispatcher& drive, const DrivePdo& pdo, const PdoMapping& mapping,
                     const PdoParameters& parameters, std::vector<std::string>& different) {
   different.clear();
   PdoMapping held_mapping{};
@@ -40,24 +42,68 @@ nkr_error_t compare(ICommunicationService& drive, const DrivePdo& pdo, const Pdo
   return NKR_OK;
 }
 
+/** Sub-index 5 of the communication parameters. */
+constexpr std::uint32_t kEventTimer = 0x0510;
+
+std::uint32_t base_of(const DrivePdo& pdo) {
+  return std::uint32_t{pdo.communication_index()} << 16;
+}
+
 }  // namespace
 
-nkr_error_t DrivePdo::get(ICommunicationService& drive, PdoParameters& parameters) const {
+std::optional<DrivePdo> described_pdo(const EDSParser& description, bool receive, int number) {
+  DrivePdo pdo{receive, number};
+  const auto is_described = [&](std::uint8_t subindex) {
+    return description.find(ObjectID(pdo.communication_index(), subindex)) != nullptr;
+  };
+  if (number < 1 || number > kMostPdos || !is_described(1)) return std::nullopt;
+  pdo.is_inhibit_time_described = is_described(3);
+  pdo.is_event_timer_described = is_described(5);
+  return pdo;
+}
+
+std::vector<DrivePdo> described_pdos(const EDSParser& description) {
+  std::vector<DrivePdo> pdos;
+  for (const bool receive : {true, false}) {
+    for (int number = 1; number <= kMostPdos; ++number) {
+      if (const auto pdo = described_pdo(description, receive, number)) pdos.push_back(*pdo);
+    }
+  }
+  return pdos;
+}
+
+nkr_error_t DrivePdo::get(CANOpenDispatcher& drive, PdoParameters& parameters) const {
+  if (lacks_a_time()) {
+    const std::uint32_t base = base_of(*this);
+    const nkr_error_t result = drive.getPDOCommunicationParameters(parameters, base, false);
+    if (result != NKR_OK || !has_timer()) return result;
+    return drive.get_value_by_address(base | kEventTimer, parameters.event_timer);
+  }
   return receive ? drive.getRPDOCommunicationParameters(PDOId{number}, parameters)
                  : drive.getTPDOCommunicationParameters(PDOId{number}, parameters);
 }
 
-nkr_error_t DrivePdo::set(ICommunicationService& drive, const PdoParameters& parameters) const {
+nkr_error_t DrivePdo::set(CANOpenDispatcher& drive, const PdoParameters& parameters) const {
+  if (lacks_a_time()) {
+    const std::uint32_t base = base_of(*this);
+    PdoParameters disabled = parameters;
+    disabled.cob_id.valid = false;
+    nkr_error_t result = drive.setPDOCommunicationParameters(disabled, base, false);
+    if (result == NKR_OK && has_timer()) {
+      result = drive.set_value_by_address(base | kEventTimer, parameters.event_timer);
+    }
+    return result == NKR_OK ? drive.setPDOCommunicationParameters(parameters, base, false) : result;
+  }
   return receive ? drive.setRPDOCommunicationParameters(PDOId{number}, parameters)
                  : drive.setTPDOCommunicationParameters(PDOId{number}, parameters);
 }
 
-nkr_error_t DrivePdo::get(ICommunicationService& drive, PdoMapping& mapping) const {
+nkr_error_t DrivePdo::get(CANOpenDispatcher& drive, PdoMapping& mapping) const {
   return receive ? drive.getRPDOMappingParameters(PDOId{number}, mapping)
                  : drive.getTPDOMappingParameters(PDOId{number}, mapping);
 }
 
-nkr_error_t DrivePdo::set(ICommunicationService& drive, const PdoMapping& mapping) const {
+nkr_error_t DrivePdo::set(CANOpenDispatcher& drive, const PdoMapping& mapping) const {
   return receive ? drive.setRPDOMappingParameters(PDOId{number}, mapping)
                  : drive.setTPDOMappingParameters(PDOId{number}, mapping);
 }
@@ -75,7 +121,7 @@ bool is_pdo_identifier(std::uint32_t identifier) {
   return true;
 }
 
-MappingOutcome map_pdo(ICommunicationService& drive, const DrivePdo& pdo, const PdoMapping& mapping,
+MappingOutcome map_pdo(CANOpenDispatcher& drive, const DrivePdo& pdo, const PdoMapping& mapping,
                        const PdoParameters& parameters) {
   constexpr int kAttempts = 3;
   PdoParameters disabled = parameters;

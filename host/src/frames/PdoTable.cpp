@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <tav/host/DrivePdo.hpp>
 
 namespace tav::host {
 
@@ -11,7 +12,6 @@ using nkr::tools::ObjectID;
 
 namespace {
 
-constexpr unsigned kPdos = 512;  // CiA 301: 1400h to 15FFh, 1800h to 19FFh
 constexpr std::uint16_t kReceive = 0x1400;
 constexpr std::uint16_t kTransmit = 0x1800;
 constexpr std::uint16_t kMappingOffset = 0x200;
@@ -57,14 +57,11 @@ std::uint16_t NodePdo::mapping_index() const {
 }
 
 PdoTable::PdoTable(const nkr::tools::EDSParser& description, std::uint8_t node) : description_(description) {
-  for (const bool transmit : {false, true}) {
-    for (unsigned number = 1; number <= kPdos; ++number) {
-      const NodePdo pdo{node, transmit, number};
-      const ObjectEntry* const object = description.find(ObjectID(pdo.communication_index(), 1));
-      if (object == nullptr) continue;
-      const auto cob_id = nkr::tools::number_of(object->getDefaultValue(), node);
-      if (cob_id) take_identifier(pdo, static_cast<std::uint32_t>(*cob_id));
-    }
+  for (const DrivePdo& described : described_pdos(description)) {
+    const NodePdo pdo{node, !described.receive, static_cast<unsigned>(described.number)};
+    const ObjectEntry& object = *description.find(ObjectID(pdo.communication_index(), 1));
+    const auto cob_id = nkr::tools::number_of(object.getDefaultValue(), node);
+    if (cob_id) take_identifier(pdo, static_cast<std::uint32_t>(*cob_id));
   }
 }
 

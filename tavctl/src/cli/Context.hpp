@@ -12,6 +12,7 @@ struct Context {
   const Options& options;
   Output& output;
   BlackBox& black_box;
+  bool interrupted = false;  ///< the user ended what the command was at
 };
 
 }  // namespace tavctl

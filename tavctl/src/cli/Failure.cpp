@@ -9,6 +9,9 @@ ExitCode exit_code_of(nkr_error_t code) {
     case NKR_NOT_AVAILABLE:
     case NKR_CAN_INVALID_NODE:
       return ExitCode::CONFIGURATION;
+    case NKR_INTERRUPTED:
+    case NKR_CAN_CANCELLED:
+      return ExitCode::INTERRUPTED;
     case NKR_INVALID_STATE:
     case NKR_SDO_LOCAL_CONTROL:
     case NKR_SDO_DEVICE_STATE:

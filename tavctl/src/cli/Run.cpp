@@ -106,7 +106,8 @@ int run(const std::function<void(Command&)>& add_commands, const std::vector<std
   Output output(out, err, options.json);
   BlackBox black_box(options.black_box);
   Context context{options, output, black_box};
-  const ExitCode code = act(std::get<Action>(request), context);
+  const ExitCode result = act(std::get<Action>(request), context);
+  const ExitCode code = context.interrupted ? ExitCode::INTERRUPTED : result;
   output.finish();
   if (code != ExitCode::OK && code != ExitCode::INTERRUPTED) black_box.write(output);
   return static_cast<int>(code);

@@ -28,10 +28,9 @@ ExitCode show_drive_record(Context& context, const std::string& what, Fields fie
  * and compares. Failure(REFUSED) when the drive then holds something else.
  */
 template <class Record, class Fields, class Read, class Write>
-ExitCode set_drive_record(Context& context, const std::string& what,
+ExitCode set_drive_record(Session& session, const std::string& what,
                           const std::vector<std::string>& assignments, Fields fields, Read read,
                           Write write) {
-  Session session(context);
   Record wanted{};
   session.check(read(session, wanted), "read " + what);
   assign_fields(assignments, wanted, fields);
@@ -57,7 +56,8 @@ void add_record_commands(Command& parent, const std::string& what, Fields fields
   Command& set = parent.add("set", "Change fields of " + what + " and read them back");
   set.option("KEY=VALUE", *assignments, "Fields: " + field_keys<Record>(fields)).required();
   set.on([=](Context& context) {
-    return set_drive_record<Record>(context, what, *assignments, fields, read, write);
+    Session session(context);
+    return set_drive_record<Record>(session, what, *assignments, fields, read, write);
   });
 }
 

@@ -67,8 +67,7 @@ void ask(Session& session, nkr::tools::ObjectID object, Measurement& measured) {
   if (result != NKR_SDO_TIMED_OUT || nobody) throw session.failure(result, "exchange frames with the drive");
 }
 
-Measurement measure(Session& session, const CommTestOptions& options) {
-  const SignalInterrupt interrupt;
+Measurement measure(Session& session, const Interrupt& interrupt, const CommTestOptions& options) {
   const nkr::canopen::SdoTimeoutScope timeout{std::chrono::milliseconds(options.timeout_ms)};
   const nkr::tools::ObjectID object = object_of(session, options.object);
   Measurement measured;
@@ -127,11 +126,12 @@ void print_bus(Session& session, const BusMeter& meter, double seconds, const Co
 }
 
 ExitCode comm_test(Context& context, const CommTestOptions& options) {
-  Session session(context);
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   nkr_error_t opened = NKR_OK;
   BusMeter meter(session.bus(), opened);
   session.check(opened, "listen on the bus");
-  const Measurement measured = measure(session, options);
+  const Measurement measured = measure(session, interrupt, options);
   meter.stop();
   print_times(session.output(), measured);
   print_bus(session, meter, measured.seconds, options);

@@ -38,27 +38,10 @@ constexpr auto kTimedPdoFields = [](auto visit, auto& record) {
 
 /** The PDO that "rpdo" or "tpdo" and a number name. Failure(CONFIGURATION) when the drive has none such. */
 DrivePdo pdo_of(const nkr::tools::EDSParser& description, const std::string& direction, int number) {
-  const DrivePdo pdo{direction == "rpdo", number};
-  constexpr int kPdos = 512;  // CiA 301: 1400h to 15FFh, 1800h to 19FFh
-  if (number < 1 || number > kPdos ||
-      description.find(nkr::tools::ObjectID(pdo.communication_index(), 1)) == nullptr) {
-    throw Failure(ExitCode::CONFIGURATION, "the drive's description has no " + pdo.name(),
-                  "\"tavctl pdo show\" lists the PDOs there are.");
-  }
-  return pdo;
-}
-
-std::vector<DrivePdo> all_pdos(const nkr::tools::EDSParser& description) {
-  constexpr int kPdos = 512;
-  std::vector<DrivePdo> pdos;
-  for (const bool receive : {true, false}) {
-    for (int number = 1; number <= kPdos; ++number) {
-      const DrivePdo pdo{receive, number};
-      if (description.find(nkr::tools::ObjectID(pdo.communication_index(), 1)) != nullptr)
-        pdos.push_back(pdo);
-    }
-  }
-  return pdos;
+  const bool receive = direction == "rpdo";
+  if (const auto pdo = described_pdo(description, receive, number)) return *pdo;
+  throw Failure(ExitCode::CONFIGURATION, "the drive's description has no " + DrivePdo{receive, number}.name(),
+                "\"tavctl pdo show\" lists the PDOs there are.");
 }
 
 void show_pdo(Session& session, const DrivePdo& pdo) {
@@ -140,22 +123,34 @@ std::shared_ptr<PdoArguments> add_pdo_arguments(Command& command) {
 }
 
 ExitCode set_pdo(Context& context, const PdoArguments& arguments) {
-  const auto pdo = [&](Session& session) {
-    return pdo_of(session.description(), arguments.direction, arguments.number);
-  };
-  const auto get = [&](Session& session, auto& record) {
-    return pdo(session).get(*session.dispatcher(), record);
-  };
-  const auto set = [&](Session& session, auto& record) {
-    return pdo(session).set(*session.dispatcher(), record);
-  };
+  Session session(context);
+  const DrivePdo pdo = pdo_of(session.description(), arguments.direction, arguments.number);
+  const auto get = [&pdo](Session& here, auto& record) { return pdo.get(*here.dispatcher(), record); };
+  const auto set = [&pdo](Session& here, auto& record) { return pdo.set(*here.dispatcher(), record); };
   const std::string what =
       "the parameters of " + arguments.direction + " " + std::to_string(arguments.number);
-  using Parameters = PdoParameters;
-  if (DrivePdo{arguments.direction == "rpdo", arguments.number}.has_timer()) {
-    return set_drive_record<Parameters>(context, what, arguments.rest, kTimedPdoFields, get, set);
+  const auto change = [&](auto fields) {
+    return set_drive_record<PdoParameters>(session, what, arguments.rest, fields, get, set);
+  };
+  return pdo.has_timer() ? change(kTimedPdoFields) : change(kPdoFields);
+}
+
+/** All of them; one whose objects the drive refuses to show is told, and the others are shown all the same.
+ */
+ExitCode show_pdos(Context& context) {
+  Session session(context);
+  ExitCode code = ExitCode::OK;
+  for (const DrivePdo& pdo : described_pdos(session.description())) {
+    try {
+      show_pdo(session, pdo);
+    } catch (const Failure& failure) {
+      if (failure.exit_code() != ExitCode::REFUSED) throw;
+      code = ExitCode::FINDINGS;
+      session.output().note(std::string("WARNING: ") + failure.what() + ": " +
+                            result_text(failure.code().value_or(NKR_ERROR)));
+    }
   }
-  return set_drive_record<Parameters>(context, what, arguments.rest, kPdoFields, get, set);
+  return code;
 }
 
 }  // namespace
@@ -173,11 +168,7 @@ void add_communication(Command& program) {
 void add_pdo(Command& program) {
   Command& pdo = program.add("pdo", "Process data objects of the drive");
   Command& show = pdo.add("show", "All PDOs with their parameters and what they carry");
-  show.on([](Context& context) {
-    Session session(context);
-    for (const DrivePdo& one : all_pdos(session.description())) show_pdo(session, one);
-    return ExitCode::OK;
-  });
+  show.on(show_pdos);
 
   Command& set = pdo.add("set", "Change parameters of one PDO and read them back");
   auto set_arguments = add_pdo_arguments(set);

@@ -113,8 +113,7 @@ bool tell_active(Session& session) {
   return any;
 }
 
-void wait(const EmcyOptions& options) {
-  const SignalInterrupt interrupt;
+void wait(const Interrupt& interrupt, const EmcyOptions& options) {
   if (options.seconds) {
     static_cast<void>(
         interrupt.wait_for(std::chrono::milliseconds(static_cast<std::int64_t>(*options.seconds * 1000.0))));
@@ -124,7 +123,8 @@ void wait(const EmcyOptions& options) {
 }
 
 ExitCode emcy(Context& context, const EmcyOptions& options) {
-  Session session(context);
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   bool present = false;
   {
     std::optional<LiveEmergencies> live;
@@ -133,7 +133,7 @@ ExitCode emcy(Context& context, const EmcyOptions& options) {
     if (!options.live_only) present = history_says_present(session, options);
     if (!options.history_only) {
       session.output().flush();
-      wait(options);
+      wait(interrupt, options);
     }
   }
   if (!options.history_only) present = tell_active(session) || present;

@@ -9,7 +9,8 @@
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
 #include "commands/session/Session.hpp"
-#include "text/UnitTexts.hpp"
+#include "text/Record.hpp"
+#include "text/SafetyFields.hpp"
 
 namespace tavctl {
 
@@ -41,11 +42,8 @@ void set_units(Session& session, const UnitOptions& options) {
   units.velocity_unit = options.velocity.value_or(units.velocity_unit);
   units.acceleration_unit = options.acceleration.value_or(units.acceleration_unit);
   session.check(session.dispatcher()->setUnitParameters(units), "set the units");
-  const CANOpenDispatcher::UnitParameters kept = read_units(session);
-  if (kept.time_unit != units.time_unit || kept.position_unit != units.position_unit ||
-      kept.velocity_unit != units.velocity_unit || kept.acceleration_unit != units.acceleration_unit) {
-    not_kept(session, "the units");
-  }
+  CANOpenDispatcher::UnitParameters kept = read_units(session);
+  if (!differing_fields(units, kept, kUnitFields).empty()) not_kept(session, "the units");
   // The safety functions' signatures cover the units, and setting units refreshes none.
   session.check(session.dispatcher()->updateAllSafetySignatures(), "refresh the safety signatures");
   session.output().note("the safety configuration signatures were refreshed: units are part of them");
@@ -59,17 +57,20 @@ ExitCode units(Context& context, const UnitOptions& options) {
     set_units(session, options);
   }
   const CANOpenDispatcher::UnitParameters present = read_units(session);
-  const auto print = [&session](const char* label, const char* key, std::uint32_t unit) {
-    session.output().fact(label, padded(unit_text(unit), 12) + hex(unit, 8), key, unit);
-  };
-  print("Time unit", "time_unit", present.time_unit);
-  print("Position unit", "position_unit", present.position_unit);
-  print("Velocity unit", "velocity_unit", present.velocity_unit);
-  print("Acceleration unit", "acceleration_unit", present.acceleration_unit);
+  kUnitFields(
+      [&session](const char* key, std::uint32_t unit) {
+        session.output().fact(label_of(key), padded(unit_text(unit), 12) + hex(unit, 8), key, unit);
+      },
+      present);
   return ExitCode::OK;
 }
 
 // --- polarity
+
+constexpr auto kPolarityFields = [](auto visit, auto& record) {
+  visit("velocity", record.velocity_polarity);
+  visit("position", record.position_polarity);
+};
 
 struct PolarityOptions {
   std::optional<bool> velocity, position;
@@ -90,16 +91,14 @@ ExitCode polarity(Context& context, const PolarityOptions& options) {
     session.check(session.dispatcher()->setPolarityParameters(wanted), "set the polarity");
     tell_not_stored(session.output());
   }
-  const CANOpenDispatcher::PolarityParameters present = read_polarity(session);
-  const auto text = [](bool inverted) { return inverted ? "inverted" : "normal"; };
-  session.output().fact("Velocity polarity", text(present.velocity_polarity), "velocity_inverted",
-                        present.velocity_polarity);
-  session.output().fact("Position polarity", text(present.position_polarity), "position_inverted",
-                        present.position_polarity);
-  if (present.velocity_polarity != wanted.velocity_polarity ||
-      present.position_polarity != wanted.position_polarity) {
-    not_kept(session, "the polarity");
-  }
+  CANOpenDispatcher::PolarityParameters present = read_polarity(session);
+  kPolarityFields(
+      [&session](const std::string& key, bool inverted) {
+        session.output().fact(label_of(key + "_polarity"), inverted ? "inverted" : "normal",
+                              key + "_inverted", inverted);
+      },
+      present);
+  if (!differing_fields(wanted, present, kPolarityFields).empty()) not_kept(session, "the polarity");
   return ExitCode::OK;
 }
 

@@ -86,8 +86,8 @@ class Sniffer {
 
 ExitCode sniff(Context& context, const SniffOptions& options) {
   constexpr std::chrono::milliseconds kLook{100};  // how soon Ctrl-C is seen
-  Session session(context);
   const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   Sniffer sniffer(session, options);
   if (options.read_mapping) read_mapping(session);
   const auto end = options.seconds ? Clock::now() + std::chrono::duration_cast<Clock::duration>(

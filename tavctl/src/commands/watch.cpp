@@ -50,8 +50,8 @@ void tell_restart(Session& session, double seconds) {
 }
 
 ExitCode watch(Context& context, const WatchOptions& options) {
-  Session session(context);
   const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
   const auto interval = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
       std::chrono::duration<double>(options.interval));
   const auto start = std::chrono::steady_clock::now();

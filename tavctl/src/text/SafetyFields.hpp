@@ -3,7 +3,7 @@
 
 namespace tavctl {
 
-// The fields of the safety records, in the order in which the drive holds them; see model/Record.hpp.
+// The fields of the safety records, in the order in which the drive holds them; see text/Record.hpp.
 
 constexpr auto kUnitFields = [](auto visit, auto& record) {
   visit("time_unit", record.time_unit);

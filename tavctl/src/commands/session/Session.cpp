@@ -39,8 +39,7 @@ UnitSettings settings_of(const Options& options, const Interrupt* interrupt) {
 
 }  // namespace
 
-Session::Session(Context& context, const Interrupt* interrupt)
-    : output_(context.output), black_box_(context.black_box) {
+Session::Session(Context& context, const Interrupt* interrupt) : context_(context), output_(context.output) {
   const Options& options = context.options;
   UnitSettings settings = settings_of(options, interrupt);
   settings.on_warning = [this](const Explanation& warning) { tell(warning); };
@@ -57,14 +56,17 @@ Session::Session(Context& context, const Interrupt* interrupt)
   if (options.bus == kVirtual) {
     start_local_drive(options.scenario);
   }
+  if (interrupt == nullptr) request_ender_ = std::make_unique<RequestEnder>(unit_->shared_client());
 }
 
 /** The unit stops its drive while the drive and the trace are there; the last frames are kept then. */
 Session::~Session() {
   if (!unit_) return;
+  if (request_ender_) context_.interrupted = request_ender_->has_ended();
+  request_ender_.reset();
   const std::shared_ptr<nkr::canopen::Client> client = unit_->shared_client();
   unit_.reset();
-  black_box_.keep(*client);
+  context_.black_box.keep(*client);
 }
 
 /** Its boot-up is heard before anything else: none that comes later is the one of its power-on. */

@@ -17,6 +17,7 @@
 #include "cli/Context.hpp"
 #include "commands/session/BusTrace.hpp"
 #include "commands/session/LocalDrive.hpp"
+#include "commands/session/RequestEnder.hpp"
 #include "text/host.hpp"
 
 namespace tavctl {
@@ -27,7 +28,8 @@ namespace tavctl {
  */
 class Session {
  public:
-  /** @param interrupt ends what is under way; null: nothing does */
+  /** @param interrupt ends what is under way; null: Ctrl-C ends the requests to the drive, and with them the
+   * command */
   explicit Session(Context& context, const Interrupt* interrupt = nullptr);
   ~Session();
   Session(const Session&) = delete;
@@ -60,8 +62,8 @@ class Session {
   void start_local_drive(const std::string& scenario);
   void tell(const Explanation& warning);
 
+  Context& context_;
   Output& output_;
-  BlackBox& black_box_;
   FailureLog failure_log_;
   std::atomic<bool> limited_{false};
   std::shared_ptr<nkr::can::Bus> bus_;
@@ -69,6 +71,7 @@ class Session {
   std::unique_ptr<BusTrace> trace_;
   std::unique_ptr<LocalDrive> local_drive_;
   std::unique_ptr<Unit> unit_;
+  std::unique_ptr<RequestEnder> request_ender_;
 };
 
 }  // namespace tavctl
