@@ -1,8 +1,10 @@
 #include "cli/BlackBox.hpp"
 
-#include <fstream>
 #include <nkr/canopen/Client.hpp>
 #include <sstream>
+
+#include "cli/Failure.hpp"
+#include "cli/files.hpp"
 
 namespace tavctl {
 
@@ -19,11 +21,12 @@ void BlackBox::write(Output& output) const {
     output.note("black box: no frame was sent or received; " + path_ + " is not written");
     return;
   }
-  std::ofstream file(path_, std::ios::binary);
-  file << log_;
-  file.close();
-  output.note(file ? "black box: the last frames are in " + path_ + " (tavctl trace decode " + path_ + ")"
-                   : "WARNING: the black box " + path_ + " cannot be written");
+  try {
+    write_file(path_, log_);
+    output.note("black box: the last frames are in " + path_ + " (tavctl trace decode " + path_ + ")");
+  } catch (const Failure& failure) {
+    output.note("WARNING: the black box " + path_ + " cannot be written: " + failure.hint());
+  }
 }
 
 }  // namespace tavctl

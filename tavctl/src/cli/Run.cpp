@@ -109,6 +109,11 @@ int run(const std::function<void(Command&)>& add_commands, const std::vector<std
   const ExitCode result = act(std::get<Action>(request), context);
   const ExitCode code = context.interrupted ? ExitCode::INTERRUPTED : result;
   output.finish();
+  out.flush();
+  if (!out) {
+    output.note("tavctl: what was to be said could not be written: is the disk full?");
+    return static_cast<int>(code == ExitCode::OK ? ExitCode::FINDINGS : code);
+  }
   if (code != ExitCode::OK && code != ExitCode::INTERRUPTED) black_box.write(output);
   return static_cast<int>(code);
 }

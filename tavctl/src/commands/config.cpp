@@ -1,11 +1,13 @@
 // The whole configuration of a drive as a DCF: saved, loaded, compared, verified.
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <tav/host/configuration.hpp>
 #include <tav/host/configuration_objects.hpp>
 
 #include "cli/Format.hpp"
+#include "cli/files.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
 #include "commands/session/Safety.hpp"
@@ -44,6 +46,8 @@ void print_differences(Output& output, const std::vector<ConfigurationDifference
 }
 
 std::vector<ConfiguredValue> values_in(const Session& session, const std::string& path) {
+  std::ifstream readable;
+  open_to_read(readable, path);
   std::vector<ConfiguredValue> values;
   see(load_configured_values(path, session.description(), session.node(), values));
   return values;
@@ -52,19 +56,19 @@ std::vector<ConfiguredValue> values_in(const Session& session, const std::string
 /** The description as a document, which the values make a DCF. */
 DCFDocument document_of(const Session& session) {
   const std::string path = session.config()->getCANOpenEDSFilePath();
-  std::ifstream stream(path, std::ios::binary);
+  std::ifstream stream;
+  open_to_read(stream, path, "the description");
   DCFDocument document;
-  if (!stream || !document.parse(stream)) {
+  if (!document.parse(stream)) {
     throw Failure(ExitCode::CONFIGURATION, "cannot read the description " + path);
   }
   return document;
 }
 
 void write_document(const DCFDocument& document, const std::string& path) {
-  std::ofstream stream(path, std::ios::binary);
-  const bool written = stream.is_open() && document.write(stream);
-  stream.close();
-  if (!written || !stream) throw Failure(ExitCode::CONFIGURATION, "cannot write " + path);
+  std::ostringstream stream;
+  if (!document.write(stream)) throw Failure(ExitCode::CONFIGURATION, "cannot write " + path);
+  write_file(path, stream.str());
 }
 
 ExitCode save(Context& context, const std::string& path) {

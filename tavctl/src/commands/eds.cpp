@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli/Format.hpp"
+#include "cli/files.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
 #include "text/ObjectTable.hpp"
@@ -60,8 +61,8 @@ std::string verdict_of(const nkr::tools::LintResult& result) {
 }
 
 ExitCode lint(Context& context, const std::string& file, bool no_notes) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + file);
+  std::ifstream stream;
+  open_to_read(stream, file);
   const nkr::tools::LintResult result = nkr::tools::lint_description(stream);
   Json problems = Json::array();
   std::size_t hidden = 0;

@@ -4,6 +4,7 @@
 #include <string>
 #include <tav/host/LogReader.hpp>
 
+#include "cli/files.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/FrameOptions.hpp"
 #include "commands/session/Configuration.hpp"
@@ -34,10 +35,7 @@ ExitCode decode(Context& context, const DecodeOptions& options) {
   const auto description =
       description_in(options.description.empty() ? config->getCANOpenEDSFilePath() : options.description);
   std::ifstream file;
-  if (options.file != "-") file.open(options.file, std::ios::binary);
-  if (options.file != "-" && !file) {
-    throw Failure(ExitCode::CONFIGURATION, "cannot open " + options.file, "\"-\" reads standard input");
-  }
+  if (options.file != "-") open_to_read(file, options.file);
   Output& output = context.output;
   FrameDecoder decoder(*description,
                        static_cast<std::uint8_t>(context.options.node.value_or(config->getNodeId())));

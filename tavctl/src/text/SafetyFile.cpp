@@ -5,6 +5,7 @@
 
 #include "cli/Failure.hpp"
 #include "cli/Format.hpp"
+#include "cli/files.hpp"
 #include "text/Record.hpp"
 #include "text/SafetyFields.hpp"
 #include "text/host.hpp"
@@ -130,8 +131,8 @@ Json json_of(const SafetyFile& file) {
 }
 
 SafetyFile load_safety_file(const std::string& path) {
-  std::ifstream stream(path);
-  if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot open " + path);
+  std::ifstream stream;
+  open_to_read(stream, path);
   const std::optional<Json> document = Json::parse(stream);
   if (!document) throw Failure(ExitCode::CONFIGURATION, path + " is no JSON");
   const Json* const configured = document->find("configuration");

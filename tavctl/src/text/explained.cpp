@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/Format.hpp"
+#include "cli/files.hpp"
 
 namespace tavctl {
 
@@ -100,12 +101,17 @@ ExitCode exit_code_for(const Explanation& explanation) {
   }
 }
 
+std::string description_hint(const std::string& path) {
+  if (path.empty()) return "the configuration names none: CANOpenEDSFile";
+  const std::string why = why_unreadable(path);
+  return why.empty() ? "tavctl eds lint " + path : why;
+}
+
 /** What the tool can do about it. */
 std::string own_hint(const Explanation& explanation) {
   switch (explanation.cause) {
     case Cause::DESCRIPTION:
-      return explanation.code == NKR_ERROR ? "tavctl eds lint " + explanation.detail
-                                           : "a relative path counts from the folder that tavctl runs in";
+      return description_hint(explanation.detail);
     case Cause::NODE_ID:
       return "1 to 127: nodeId in the configuration, or --node";
     case Cause::FILE:

@@ -9,6 +9,7 @@
 #include <tav/host/printable.hpp>
 
 #include "cli/Format.hpp"
+#include "cli/files.hpp"
 #include "commands/safety/FileHash.hpp"
 #include "commands/safety/SafetyCommands.hpp"
 #include "commands/session/Safety.hpp"
@@ -152,13 +153,6 @@ struct ReportArguments {
   std::string html;
   std::string text;
 };
-
-void write_file(const std::string& path, const std::string& content) {
-  std::ofstream stream(path, std::ios::binary);
-  stream << content;
-  stream.close();
-  if (!stream) throw Failure(ExitCode::CONFIGURATION, "cannot write " + path);
-}
 
 ExitCode report(Context& context, const ReportArguments& arguments) {
   Session session(context);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/Failure.hpp"
+#include "cli/files.hpp"
 
 namespace tavctl {
 
@@ -43,9 +44,8 @@ std::string configuration_path(const Options& options) {
 
 std::shared_ptr<nkr::tavcore::Config> load_configuration(const Options& options) {
   const std::string path = configuration_path(options);
-  if (!std::ifstream(path)) {
-    throw Failure(ExitCode::CONFIGURATION, "cannot open the configuration " + path, "see --config");
-  }
+  std::ifstream stream;
+  open_to_read(stream, path, "the configuration");
   auto config = std::make_shared<nkr::tavcore::Config>();
   const tav::host::FailureLog log;
   const nkr_error_t result = config->load(path);
@@ -54,7 +54,7 @@ std::shared_ptr<nkr::tavcore::Config> load_configuration(const Options& options)
     throw Failure(ExitCode::CONFIGURATION, "cannot use the configuration " + path,
                   reason.empty() ? "the section that HWConfigurationEntry names needs nbStepRevolutionElec, "
                                    "nbPolePair, reduction, diameter and device"
-                                 : reason,
+                                 : reason + "; share/tav/tav.ini shows the keys that a configuration has",
                   result);
   }
   return config;

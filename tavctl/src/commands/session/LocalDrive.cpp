@@ -1,16 +1,20 @@
 #include "commands/session/LocalDrive.hpp"
 
+#include <fstream>
 #include <string>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
 
 #include "cli/Failure.hpp"
+#include "cli/files.hpp"
 
 namespace tavctl {
 
 namespace {
 
 void play(tav::drive::VirtualDrive& drive, const std::string& path) {
+  std::ifstream readable;
+  open_to_read(readable, path, "the scenario");
   tav::drive::Scenario scenario;
   std::string problem;
   if (!tav::drive::read_scenario_file(path, scenario, problem)) {
