@@ -1,5 +1,6 @@
 #include <chrono>
 #include <nkr/can/Frame.hpp>
+#include <thread>
 
 #include "UnitImpl.hpp"
 
@@ -39,7 +40,19 @@ Result Unit::Impl::reset(std::uint8_t after, nkr::canopencore::NMTCommand comman
     silent.expected = next;
     return Result(std::move(silent));
   }
-  return link.address(next);
+  done = link.address(next);
+  await_pre_operational();
+  return done;
+}
+
+/** The boot-up was heard by another port than the client's: what the client says may still be of before. */
+void Unit::Impl::await_pre_operational() {
+  constexpr std::chrono::milliseconds kHearing{500};
+  constexpr std::chrono::milliseconds kLook{5};
+  const auto deadline = Clock::now() + kHearing;
+  while (link.events->heard().nmt != nkr::canopencore::NMTState::PRE_OPERATIONAL && Clock::now() < deadline) {
+    std::this_thread::sleep_for(kLook);
+  }
 }
 
 }  // namespace tav::host

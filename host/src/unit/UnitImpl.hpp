@@ -62,6 +62,9 @@ class Unit::Impl {
   Result judge(const Look& look);
   void see_limits(const Look& look);
 
+  // Resetting.cpp
+  void await_pre_operational();
+
   // Stopping.cpp
   Result wait_for_standstill();
   void wake_node();

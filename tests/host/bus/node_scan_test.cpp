@@ -1,6 +1,7 @@
 // Who is on the bus.
 #include <gtest/gtest.h>
 
+#include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
 #include <tav/host/node_scan.hpp>
 

@@ -54,8 +54,9 @@ TEST_F(ConfigurationTest, IsReadWholeAndDiffersInWhatIsChanged) {
 
 TEST_F(ConfigurationTest, HoldsNoCommandsAndNothingOfTheOneDevice) {
   const auto read = read_configuration(*unit);
-  for (const std::uint16_t index : {0x6040, 0x6042, 0x1010, 0x1011, 0x1003, 0x1008}) {
-    EXPECT_EQ(find(read.values, nkr::tools::ObjectID(index, 0)), nullptr) << std::hex << index;
+  for (const int index : {0x6040, 0x6042, 0x1010, 0x1011, 0x1003, 0x1008}) {
+    EXPECT_EQ(find(read.values, nkr::tools::ObjectID(static_cast<std::uint16_t>(index), 0)), nullptr)
+        << std::hex << index;
   }
 }
 

@@ -44,8 +44,8 @@ TEST_F(ObjectsTest, VerifiesTheSafetyConfiguration) {
   const Result read = read_safety(*unit, verification);
   EXPECT_TRUE(read.ok()) << text(read);
   EXPECT_TRUE(verification.passed());
-  ASSERT_NE(check_named(verification, "SLS 3"), nullptr);
-  EXPECT_EQ(check_named(verification, "SLS 9"), nullptr);
+  ASSERT_NE(tav::host::check_named(verification, "SLS 3"), nullptr);
+  EXPECT_EQ(tav::host::check_named(verification, "SLS 9"), nullptr);
 }
 
 }  // namespace

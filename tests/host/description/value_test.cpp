@@ -29,7 +29,7 @@ ObjectEntry object_of(DataType type, const char* low = nullptr, const char* high
 /** The bytes; none for a text that is refused. */
 Bytes encoded(const ObjectEntry& object, const std::string& text) {
   Bytes bytes;
-  const Result result = encode_value(object, text, 10, bytes);
+  const Result result = tav::host::encode_value(object, text, 10, bytes);
   EXPECT_TRUE(result.ok()) << text;
   return bytes;
 }
@@ -39,7 +39,7 @@ Bytes encoded(DataType type, const std::string& text) {
 
 bool is_refused(const ObjectEntry& object, const std::string& text) {
   Bytes bytes;
-  const Result result = encode_value(object, text, 10, bytes);
+  const Result result = tav::host::encode_value(object, text, 10, bytes);
   return result.cause() == Cause::REFUSED && bytes.empty();
 }
 bool is_refused(DataType type, const std::string& text) {
