@@ -125,7 +125,10 @@ TEST_F(UnixBusTest, ASenderFindsTheListenerGoneAndGoesOn) {
   const auto newcomer_bus = open_bus();
   const auto newcomer = open_port(*newcomer_bus);
   EXPECT_EQ(port->send({0x3, {}}, soon()), NKR_OK);
-  expect_receives(*newcomer, {0x3, {}});
+  Frame frame;  // the one before may have been on its way still when the newcomer joined
+  do ASSERT_EQ(newcomer->receive(frame, soon()), NKR_OK);
+  while (frame.id == 0x2);
+  EXPECT_EQ(frame, (Frame{0x3, {}}));
 }
 
 TEST_F(UnixBusTest, LeavesNoSocketFileBehind) {
