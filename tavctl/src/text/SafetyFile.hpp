@@ -2,8 +2,8 @@
 #define TAVCTL_TEXT_SAFETYFILE_HPP
 
 #include <string>
-#include <tavcore/SignatureCalculator.hpp>
 #include <tavcore/SafetyVerification.hpp>
+#include <tavcore/SignatureCalculator.hpp>
 #include <vector>
 
 #include "cli/Output.hpp"

@@ -1,8 +1,8 @@
-#include "operations.hpp"
-
 #include <gtest/gtest.h>
 
 #include <support/OperationSuite.hpp>
+
+#include "operations.hpp"
 
 namespace tavtest {
 

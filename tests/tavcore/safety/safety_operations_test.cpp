@@ -1,10 +1,11 @@
 // The safety operations under the rules of every service operation. Those that write a signature stand in
 // failures_test.cpp.
 
+#include "safety_operations.hpp"
+
 #include <gtest/gtest.h>
 
 #include "SafetyBench.hpp"
-#include "safety_operations.hpp"
 #include "support/OperationSuite.hpp"
 
 namespace {

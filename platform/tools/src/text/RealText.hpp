@@ -6,7 +6,8 @@
 
 namespace nkr::tools {
 
-/** The whole text as a finite number with a point as decimal sign, whatever the locale; a sign may stand first. */
+/** The whole text as a finite number with a point as decimal sign, whatever the locale; a sign may stand
+ * first. */
 [[nodiscard]] std::optional<double> real_in(std::string_view text);
 
 }  // namespace nkr::tools

@@ -13,9 +13,9 @@ namespace nkr::tools {
 
 /** What a difference means to a machine that runs with the first of two descriptions; the gravest first. */
 enum class Impact : std::uint8_t {
-  BREAKS,  ///< a program or another node fails or misreads: an object gone, renamed, of another type, no
-           ///< longer readable, writable or mappable; another node id, bit rate or device; what PDOs and
-           ///< COB-IDs say
+  BREAKS,   ///< a program or another node fails or misreads: an object gone, renamed, of another type, no
+            ///< longer readable, writable or mappable; another node id, bit rate or device; what PDOs and
+            ///< COB-IDs say
   CHANGES,  ///< the device behaves otherwise: values, limits, revision, what it supports
   ADDS,     ///< something that the first one lacks: an object, a wider access
   TEXT,     ///< for people alone

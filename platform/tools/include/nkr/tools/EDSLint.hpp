@@ -11,8 +11,8 @@ namespace nkr::tools {
 
 /** What a description file has wrong, line by line, with the cure of each. */
 struct LintResult {
-  bool readable = false;                ///< EDSParser reads it
-  bool conforming = false;              ///< it keeps every rule of CiA 306: no deviation among the diagnostics
+  bool readable = false;    ///< EDSParser reads it
+  bool conforming = false;  ///< it keeps every rule of CiA 306: no deviation among the diagnostics
   std::vector<Diagnostic> diagnostics;  ///< by line; bounded in number, all text printable
 };
 
