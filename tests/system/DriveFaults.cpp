@@ -41,9 +41,10 @@ nkr_error_t interface_gone(const Access& /*access*/) {
   return NKR_CAN_INTERFACE_GONE;
 }
 
-/** The reply to an expedited write has no toggle bit: where it would be is reserved, and not looked at. */
+/** A read that is disturbed once is made again by the client. The reply to an expedited write has no toggle
+ * bit: where it would be is reserved, and not looked at. */
 nkr_error_t toggle_noticed(const Access& access) {
-  return is_read(access) || in_segments(access) ? NKR_SDO_TOGGLE_BIT : NKR_OK;
+  return !is_read(access) && in_segments(access) ? NKR_SDO_TOGGLE_BIT : NKR_OK;
 }
 
 /** A byte more than the type has is refused, one less extends the value; the size that a segmented transfer
