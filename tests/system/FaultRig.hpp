@@ -29,7 +29,7 @@ RigFiles files_of(const Operation& operation);
 /** A dispatcher on the real client, a bus inside the process, and a drive whose scenarios disturb it. */
 class FaultRig {
  public:
-  static constexpr std::chrono::milliseconds kTimeout{30};
+  static constexpr std::chrono::milliseconds kTimeout{80};
 
   /** @param context tells the records of this rig from those of others that run at the same time
    *  @param grace   how long the client lets a late answer come before it asks again */
