@@ -62,14 +62,16 @@ TransferResult NodeChannel::transfer_later(const TransferRequest& request, TimeP
   nkr_error_t result = place.await_turn(!FifoGate::caller_is_inside(), end);
   if (result == NKR_OK) result = listen(place);
   can::Frame late;
+  unsigned port = 0;
   while (result == NKR_OK) {
     TimePoint until;
     {
       const GateStay stay(gate_, end);
       result = stay.result();
       if (result == NKR_OK) result = prepare(end);
+      if (result == NKR_OK && late.size > 0) result = take_late_reply(late, request.object, port, end);
       if (result != NKR_OK) break;
-      if (late.size > 0) server_.arrived(late);
+      port = ports_opened_;
       if (!has_to_wait(request.object, until))
         return perform(request, std::min(can::time_after(Clock::now(), request.timeout), end), since, run);
     }
@@ -155,6 +157,7 @@ nkr_error_t NodeChannel::open_port() {
   if (closed_) result = NKR_CAN_CLOSED;
   if (result == NKR_OK) {
     port_ = std::move(port);
+    ++ports_opened_;
   } else {
     budget_.give_back();
   }
@@ -217,8 +220,9 @@ nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
   return port ? place.listen(std::move(port)) : result;
 }
 
-/** Outside the gate: others go on meanwhile. The answer that is seen here is on the channel's own port, too,
- * and gone when that is prepared. */
+/** Outside the gate: others go on meanwhile. The answer that is seen here comes to the channel's own port,
+ * too.
+ */
 nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Multiplexer object,
                                           TimePoint until, can::Frame& late) {
   can::Frame frame;
@@ -230,6 +234,28 @@ nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Multi
     return NKR_OK;
   }
   return result == NKR_CAN_CLOSED ? result : NKR_OK;
+}
+
+/**
+ * Inside the gate. A bus hands a frame to one port after the other: the answer that another port has received
+ * may still be on its way to the channel's own, and would be taken there for that of the next request. One
+ * that does not come at all was lost there, or came before the port was opened.
+ * @param port the number of the channel's port while the answer came
+ */
+nkr_error_t NodeChannel::take_late_reply(const can::Frame& late, sdo::Multiplexer object, unsigned port,
+                                         TimePoint end) {
+  constexpr std::chrono::seconds kLongestDelivery{1};
+  const TimePoint last = std::min(can::time_after(Clock::now(), kLongestDelivery), end);
+  TimePoint until;
+  can::Frame frame;
+  while (has_to_wait(object, until)) {
+    const nkr_error_t result =
+        port == ports_opened_ ? port_->receive(frame, can::Deadline(last)) : NKR_CAN_TIMED_OUT;
+    if (result == NKR_CAN_CLOSED) return result;
+    server_.arrived(result == NKR_OK ? frame : late);
+    if (result == NKR_CAN_TIMED_OUT) break;
+  }
+  return NKR_OK;
 }
 
 }  // namespace nkr::canopen

@@ -92,6 +92,7 @@ class NodeChannel final {
   nkr_error_t listen(HeldRequests::Place& place);
   static nkr_error_t await_late_reply(HeldRequests::Place& place, sdo::Multiplexer object, TimePoint until,
                                       can::Frame& late);
+  nkr_error_t take_late_reply(const can::Frame& late, sdo::Multiplexer object, unsigned port, TimePoint end);
 
   can::Bus& bus_;
   PortBudget& budget_;
@@ -102,6 +103,7 @@ class NodeChannel final {
 
   std::mutex port_mutex_;  ///< opening against closing; whoever is inside the gate reads port_ without it
   std::unique_ptr<can::Port> port_;
+  unsigned ports_opened_ = 0;               ///< so far; of whoever is inside the gate
   std::atomic<bool> port_is_spent_{false};  ///< it was closed to end a transfer
   std::atomic<bool> closed_{false};
   std::atomic<std::uint32_t> under_way_{0};  ///< the object of the transfer inside the gate; 0: none
