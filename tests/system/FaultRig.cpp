@@ -22,6 +22,9 @@ struct DriveObject {
 /** Objects by index and sub-index. */
 using DriveObjects = std::map<std::uint32_t, std::map<std::uint32_t, DriveObject>>;
 
+/** How long an answer that does not come is waited for. */
+constexpr std::chrono::milliseconds kUnansweredTimeout{60};
+
 /** Where an exchange of process data sends the order (CiA 402-2, 6042h). */
 constexpr std::uint32_t kTargetVelocity = 0x6042;
 
@@ -132,7 +135,7 @@ FaultRig::FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::mi
   client_ = std::make_unique<nkr::canopen::Client>(bus_, options_with(grace));
   EXPECT_EQ(runner_->start(*bus_), NKR_OK);
   await_boot_up();
-  watched_ = std::make_shared<WatchedClient>(*client_);
+  watched_ = std::make_shared<WatchedClient>(*client_, kTimeout);
   const TemporaryFile host_description(files.host_description);
   const TemporaryFile file(config_text({{"contextId", std::to_string(context)},
                                         {"nodeId", std::to_string(DispatcherBench::kNode)},
@@ -162,6 +165,11 @@ void FaultRig::play(const std::string& text) {
   }
 }
 
+void FaultRig::expect_unanswered(std::size_t access) {
+  watched_->unanswered = access;
+  watched_->wait_for_unanswered = kUnansweredTimeout;
+}
+
 Outcome FaultRig::run(const Operation& operation, const RecordingLog& log) {
   // An operation that gives the drive another node id makes the dispatcher follow it at once.
   EXPECT_EQ(dispatcher_->_setNodeId(DispatcherBench::kNode), NKR_OK);
@@ -169,6 +177,7 @@ Outcome FaultRig::run(const Operation& operation, const RecordingLog& log) {
   const std::size_t before = log.records().size();
   Outcome outcome;
   outcome.result = operation.call(*dispatcher_, outcome.outputs);
+  watched_->unanswered = 0;
   outcome.accesses = watched_->accesses;
   const std::vector<LogEntry> records = log.records();
   for (std::size_t i = before; i < records.size(); ++i) {

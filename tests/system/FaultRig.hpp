@@ -29,13 +29,20 @@ RigFiles files_of(const Operation& operation);
 /** A dispatcher on the real client, a bus inside the process, and a drive whose scenarios disturb it. */
 class FaultRig {
  public:
-  static constexpr std::chrono::milliseconds kTimeout{80};
+  /** Of every access that is answered: so long that no verdict depends on how busy the machine is. */
+  static constexpr std::chrono::seconds kTimeout{30};
+  /** How long the client lets a late answer come where one comes, and where none does. */
+  static constexpr std::chrono::milliseconds kGrace{30000};
+  static constexpr std::chrono::milliseconds kNoGrace{60};
 
   /** @param context tells the records of this rig from those of others that run at the same time
    *  @param grace   how long the client lets a late answer come before it asks again */
   FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::milliseconds grace);
 
   void play(const std::string& scenario);
+  /** @param access of the next operation, counted from 1, whose answer the drive is told to keep back or
+   * spoil */
+  void expect_unanswered(std::size_t access);
   /** Calls the operation once. */
   Outcome run(const Operation& operation, const RecordingLog& log);
 
