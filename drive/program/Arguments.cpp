@@ -22,6 +22,7 @@ std::string* place_of(const std::string& option, Arguments& arguments, std::stri
   if (option == "--config") return &arguments.config;
   if (option == "--store") return &arguments.store;
   if (option == "--scenario") return &arguments.scenario;
+  if (option == "--motor") return &arguments.motor;
   if (option == "--node") return &node;
   return nullptr;
 }
@@ -82,13 +83,15 @@ std::string help_text() {
   return R"(tav-drive - a virtual drive on a CAN bus
 
 Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FILE]
-                 [--scenario FILE] [--console]
+                 [--motor MOTOR] [--scenario FILE] [--console]
 
   --bus BUS      unix:PATH   a bus between programs of this machine; no rights needed
                  can0 ...    a SocketCAN interface (vcan0 too)
   --node ID      CANopen node id, 1 to 127; without it the description's own
   --eds FILE     the description of the drive (default: share/tav/tav.eds, else the installed one)
-  --config FILE  take the mechanics (steps, pole pairs) from the hardware section of this file
+  --config FILE  take the mechanics (steps, pole pairs, gear, wheel) from the hardware section of this file
+  --motor MOTOR  what the drive turns: a preset (agv-200mm, the default; agv-200mm-heavy, agv-200mm-24v), a file
+                 of parameters (docs/virtual-drive.md), or "ideal": what is demanded is there at once
   --store FILE   keep what is stored in the drive in this file; without it a restart forgets it
   --scenario FILE
                  faults and disturbances, one a line: at a time, or at an access (docs/virtual-drive.md)

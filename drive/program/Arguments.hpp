@@ -14,6 +14,7 @@ struct Arguments {
   std::string config;
   std::string store;
   std::string scenario;
+  std::string motor = "agv-200mm";
   std::uint8_t node = 0;
   bool console = false;
   bool help = false;

@@ -4,11 +4,14 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iostream>
 #include <nkr/can/open_bus.hpp>
 #include <nkr/tools/HardwareHelper.hpp>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
@@ -29,8 +32,10 @@ std::string description_path(const tav::drive::Arguments& arguments) {
   return std::ifstream(here) ? here : std::string(TAV_INSTALLED_DATA "/tav/tav.eds");
 }
 
-/** Reads the mechanics of the unit from a configuration file. */
-bool read_mechanics(const std::string& path, tav::drive::Mechanics& mechanics, std::string& problem) {
+/** Reads the mechanics of the unit from a configuration file: the encoder's, and gear and wheel where they
+ * stand. */
+bool read_mechanics(const std::string& path, tav::drive::Mechanics& mechanics,
+                    tav::drive::MotorParameters& motor, std::string& problem) {
   nkr::tools::HardwareHelper hardware(0);
   int steps = 0;
   int pole_pairs = 0;
@@ -45,7 +50,26 @@ bool read_mechanics(const std::string& path, tav::drive::Mechanics& mechanics, s
   }
   mechanics.steps_per_electrical_revolution = steps;
   mechanics.pole_pairs = pole_pairs;
+  double gear = 0;
+  double millimetres = 0;
+  if (hardware.getHWConfigurationMember("reduction", gear) == NKR_OK && gear > 0) motor.gear_ratio = gear;
+  if (hardware.getHWConfigurationMember("diameter", millimetres) == NKR_OK && millimetres > 0) {
+    motor.wheel_diameter = millimetres / 1000;
+  }
   return true;
+}
+
+/** What the drive turns: an ideal motor, a preset, or what a file of parameters says. */
+bool read_motor(const std::string& motor, tav::drive::MotorParameters parameters,
+                std::optional<tav::drive::MotorParameters>& result, std::string& problem) {
+  if (motor == "ideal") return true;
+  const std::vector<std::string> presets = tav::drive::motor_presets();
+  const bool preset = std::find(presets.begin(), presets.end(), motor) != presets.end();
+  std::istringstream one_line("preset = " + motor);
+  const bool read = preset ? tav::drive::read_motor_parameters(one_line, parameters, problem)
+                           : tav::drive::read_motor_parameters_file(motor, parameters, problem);
+  if (read) result = parameters;
+  return read;
 }
 
 /** The signals that end the program, as something to wait on. They are blocked from its construction on. */
@@ -103,9 +127,11 @@ int run(const tav::drive::Arguments& arguments) {
   tav::drive::Settings settings;
   settings.node_id = arguments.node;
   settings.store_path = arguments.store;
-  if (!arguments.config.empty() && !read_mechanics(arguments.config, settings.mechanics, problem)) {
+  tav::drive::MotorParameters motor;
+  if (!arguments.config.empty() && !read_mechanics(arguments.config, settings.mechanics, motor, problem)) {
     return fail(problem);
   }
+  if (!read_motor(arguments.motor, motor, settings.motor, problem)) return fail(problem);
   const auto drive = tav::drive::VirtualDrive::from_file(description_path(arguments), settings, problem);
   if (!drive) return fail(problem);
   tav::drive::Scenario scenario;
@@ -119,8 +145,8 @@ int run(const tav::drive::Arguments& arguments) {
   tav::drive::Runner runner(*drive);
   result = runner.start(*bus);
   if (result != NKR_OK) return fail(arguments.bus + ": " + nkr_error_text(result));
-  std::cout << "drive " << int{drive->node_id()} << " is on " << arguments.bus << "; Ctrl-C switches it off"
-            << std::endl;
+  std::cout << "drive " << int{drive->node_id()} << " is on " << arguments.bus << " with the motor "
+            << arguments.motor << "; Ctrl-C switches it off" << std::endl;
   tav::drive::Console console(*drive);
   if (wait_for_the_end(runner, *drive, signals, arguments.console ? &console : nullptr)) return kStopped;
   const std::string advice = nkr::can::bus_advice(arguments.bus, runner.status());

@@ -26,6 +26,22 @@ std::vector<std::unique_ptr<SDOServer>> make_sdo_servers(Context& context) {
   return servers;
 }
 
+std::int32_t Environment::*place_of(Action::Sensor sensor) {
+  switch (sensor) {
+    case Action::Sensor::BATTERY_VOLTAGE:
+      return &Environment::battery_mv;
+    case Action::Sensor::PHASE_CURRENT:
+      return &Environment::phase_current_ma;
+    case Action::Sensor::MOSFET_1:
+      return &Environment::mosfet_1_celsius;
+    case Action::Sensor::MOSFET_2:
+      return &Environment::mosfet_2_celsius;
+    case Action::Sensor::DRIVER:
+      break;
+  }
+  return &Environment::driver_celsius;
+}
+
 /** Communication objects (CiA 301, 7.1.2): what a reset of the communication starts anew. */
 bool is_communication(const Object& object) {
   return object.index >= 0x1000 && object.index < 0x2000;
@@ -55,6 +71,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
       player_(context_, bus_, effects_of_scenario()),
       process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
   guard_identifiers(context_.dictionary);
+  velocity_mode_.when_looked([this](const Environment& measured) { health_.sense(measured); });
   context_.transmit = [this](const nkr::can::Frame& frame) { bus_.transmit(frame); };
   context_.report = [this](Event::Kind kind, std::uint32_t code, const std::string& text) {
     remember(kind, code, text);
@@ -171,25 +188,7 @@ void Machine::measure(const Environment& environment) {
 
 /** One of the drive's sensors shows another value. */
 void Machine::set_sensor(Action::Sensor sensor, std::int32_t value) {
-  Environment environment = health_.environment();
-  switch (sensor) {
-    case Action::Sensor::BATTERY_VOLTAGE:
-      environment.battery_mv = value;
-      break;
-    case Action::Sensor::PHASE_CURRENT:
-      environment.phase_current_ma = value;
-      break;
-    case Action::Sensor::MOSFET_1:
-      environment.mosfet_1_celsius = value;
-      break;
-    case Action::Sensor::MOSFET_2:
-      environment.mosfet_2_celsius = value;
-      break;
-    case Action::Sensor::DRIVER:
-      environment.driver_celsius = value;
-      break;
-  }
-  health_.measure(environment);
+  health_.force(place_of(sensor), value);
 }
 
 bool Machine::play(const Scenario& scenario, std::string& problem) {

@@ -162,6 +162,18 @@ TEST(Program, SaysWhatCannotBeUsed) {
   EXPECT_NE(no_config.output.find("/nowhere.ini"), std::string::npos);
 }
 
+TEST(Program, NamesEachMistakeOfTheMotorsParameters) {
+  const std::string file = "/tmp/tav-drive-motor-" + std::to_string(getpid());
+  std::ofstream(file) << "mass = 60\nmas = 60\nslope = steep\n";
+  const Outcome outcome = run("--bus unix:/tmp/x --node 1 --motor " + file);
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_NE(outcome.output.find(file + ": line 2: no parameter is called \"mas\"\nline 3: slope is a number"),
+            std::string::npos)
+      << outcome.output;
+  unlink(file.c_str());
+  EXPECT_NE(run("--bus unix:/tmp/x --motor agv").output.find("cannot open agv"), std::string::npos);
+}
+
 TEST(Program, IsADriveOnTheBusUntilItIsStopped) {
   TestBus bus;
   Background program({"--bus", bus.name(), "--node=0x21", "--config", "share/tav/tav.ini"});

@@ -86,10 +86,11 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "network": {"dictionary", "node"},
         "storage": {"dictionary", "node"},
         "pdo": {"dictionary", "node", "network"},
-        "power": {"dictionary", "node", "network"},
+        "motor": set(),
+        "power": {"dictionary", "node", "network", "motor"},
         "safety": {"dictionary", "node", "network", "power"},
         "scenario": {"dictionary", "node", "network"},
-        BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "power", "safety", "scenario"},
+        BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "motor", "power", "safety", "scenario"},
     },
     "host/src": {
         "words": set(),

@@ -17,6 +17,8 @@ class Axis {
 
   /** Lets it turn until then. */
   void advance(Time now);
+  /** It has that speed now, and wants no other. */
+  void begin_at(double velocity) { velocity_ = target_ = velocity; }
   /** Where its speed runs to from now on; a ramp that is not above 0 is no ramp: at once. */
   void run_to(double velocity, double acceleration, double deceleration);
 

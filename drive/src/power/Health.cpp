@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace tav::drive {
@@ -22,12 +23,29 @@ constexpr std::int32_t kDriverCooled = 110;
 
 const char* const kConfig = "nkr_system_error_public_config ";
 
+std::int32_t limit(const Object* object) {
+  if (object == nullptr) return 0;
+  return static_cast<std::int32_t>(object->kind == Kind::SIGNED
+                                       ? signed_of(object->value)
+                                       : static_cast<std::int64_t>(unsigned_of(object->value)));
+}
+
+constexpr std::int32_t Environment::*kSensors[] = {
+    &Environment::battery_mv, &Environment::phase_current_ma, &Environment::mosfet_1_celsius,
+    &Environment::mosfet_2_celsius, &Environment::driver_celsius};
+
 }  // namespace
 
 Health::Health(Context& context, Errors& errors, Effects effects)
     : context_(context),
       errors_(errors),
       effects_(std::move(effects)),
+      limits_{config("battery_uv_warning"),        config("battery_uv_error"),
+              config("battery_ov_warning"),        config("battery_ov_error"),
+              config("phase_oc_warning"),          config("phase_oc_error"),
+              config("phase_over_board_factor"),   config("temp_hysteresis_rise_mos1"),
+              config("temp_hysteresis_rise_mos2"), config("temp_hysteresis_fall_mos1"),
+              config("temp_hysteresis_fall_mos2")},
       watches_{{{0x3220,
                  {context.dictionary.find("nkr_system_error_states_status battery_uv")},
                  {config("battery_uv_warning_timeout_ms")}},
@@ -62,18 +80,35 @@ Object* Health::config(const std::string& name) {
   return context_.dictionary.find(kConfig + name);
 }
 
-std::int32_t Health::limit(const std::string& name) {
-  return Variable<std::int32_t>(config(name)).get();
-}
-
-double Health::factor(const std::string& name) {
-  const Object* object = config(name);
-  return object == nullptr ? 1.0 : static_cast<double>(number_in(*object, object->value));
-}
-
 void Health::measure(const Environment& environment) {
   environment_ = environment;
+  forced_.assign(std::begin(kSensors), std::end(kSensors));
   if (context_.nmt != NMTState::INITIALISING) evaluate();
+}
+
+void Health::force(Sensor sensor, std::int32_t value) {
+  environment_.*sensor = value;
+  if (std::find(forced_.begin(), forced_.end(), sensor) == forced_.end()) forced_.push_back(sensor);
+  if (context_.nmt != NMTState::INITIALISING) evaluate();
+}
+
+void Health::release(Sensor sensor) {
+  forced_.erase(std::remove(forced_.begin(), forced_.end(), sensor), forced_.end());
+  sense(measured_);
+}
+
+void Health::sense(const Environment& measured) {
+  measured_ = measured;
+  const bool supplied = has_supply();
+  for (const Sensor sensor : kSensors) {
+    if (std::find(forced_.begin(), forced_.end(), sensor) == forced_.end()) {
+      environment_.*sensor = measured.*sensor;
+    }
+  }
+  const std::array<Level, 5> now = levels();
+  bool same = supplied == has_supply();
+  for (std::size_t i = 0; i < now.size(); ++i) same = same && now[i] == watches_[i].level;
+  if (!same && context_.nmt != NMTState::INITIALISING) evaluate();
 }
 
 void Health::reset(Reset kind) {
@@ -90,42 +125,46 @@ void Health::reset(Reset kind) {
   check_calibration();
 }
 
+std::array<Health::Level, 5> Health::levels() const {
+  return {voltage_low(), voltage_high(), current(), mosfet(watches_[kMosfet].level),
+          driver(watches_[kDriver].level)};
+}
+
 void Health::evaluate() {
-  set_level(watches_[kVoltageLow], voltage_low());
-  set_level(watches_[kVoltageHigh], voltage_high());
-  set_level(watches_[kCurrent], current());
-  set_level(watches_[kMosfet], mosfet(watches_[kMosfet].level));
-  set_level(watches_[kDriver], driver(watches_[kDriver].level));
+  const std::array<Level, 5> now = levels();
+  for (std::size_t i = 0; i < now.size(); ++i) set_level(watches_[i], now[i]);
   show_levels();
   effects_.may_turn();
 }
 
-Health::Level Health::voltage_low() {
-  if (config("battery_uv_error") == nullptr) return Level::WELL;
-  if (environment_.battery_mv < limit("battery_uv_error")) return Level::ERROR;
-  return environment_.battery_mv < limit("battery_uv_warning") ? Level::WARNING : Level::WELL;
+Health::Level Health::voltage_low() const {
+  if (limits_.voltage_low_error == nullptr) return Level::WELL;
+  if (environment_.battery_mv < limit(limits_.voltage_low_error)) return Level::ERROR;
+  return environment_.battery_mv < limit(limits_.voltage_low_warning) ? Level::WARNING : Level::WELL;
 }
 
-Health::Level Health::voltage_high() {
-  if (config("battery_ov_error") == nullptr) return Level::WELL;
-  if (environment_.battery_mv > limit("battery_ov_error")) return Level::ERROR;
-  return environment_.battery_mv > limit("battery_ov_warning") ? Level::WARNING : Level::WELL;
+Health::Level Health::voltage_high() const {
+  if (limits_.voltage_high_error == nullptr) return Level::WELL;
+  if (environment_.battery_mv > limit(limits_.voltage_high_error)) return Level::ERROR;
+  return environment_.battery_mv > limit(limits_.voltage_high_warning) ? Level::WARNING : Level::WELL;
 }
 
-Health::Level Health::current() {
-  if (config("phase_oc_error") == nullptr) return Level::WELL;
-  const double amount = std::abs(environment_.phase_current_ma * factor("phase_over_board_factor"));
-  if (amount > limit("phase_oc_error")) return Level::ERROR;
-  return amount > limit("phase_oc_warning") ? Level::WARNING : Level::WELL;
+Health::Level Health::current() const {
+  if (limits_.current_error == nullptr) return Level::WELL;
+  const Object* const board = limits_.current_factor;
+  const double factor = board == nullptr ? 1.0 : static_cast<double>(number_in(*board, board->value));
+  const double amount = std::abs(environment_.phase_current_ma * factor);
+  if (amount > limit(limits_.current_error)) return Level::ERROR;
+  return amount > limit(limits_.current_warning) ? Level::WARNING : Level::WELL;
 }
 
 /** Too hot from the upper threshold of either MOSFET on, until both are below their lower one. */
-Health::Level Health::mosfet(Level before) {
-  if (config("temp_hysteresis_rise_mos1") == nullptr) return Level::WELL;
-  const bool hot = environment_.mosfet_1_celsius >= limit("temp_hysteresis_rise_mos1") ||
-                   environment_.mosfet_2_celsius >= limit("temp_hysteresis_rise_mos2");
-  const bool cool = environment_.mosfet_1_celsius < limit("temp_hysteresis_fall_mos1") &&
-                    environment_.mosfet_2_celsius < limit("temp_hysteresis_fall_mos2");
+Health::Level Health::mosfet(Level before) const {
+  if (limits_.mosfet_1_hot == nullptr) return Level::WELL;
+  const bool hot = environment_.mosfet_1_celsius >= limit(limits_.mosfet_1_hot) ||
+                   environment_.mosfet_2_celsius >= limit(limits_.mosfet_2_hot);
+  const bool cool = environment_.mosfet_1_celsius < limit(limits_.mosfet_1_cool) &&
+                    environment_.mosfet_2_celsius < limit(limits_.mosfet_2_cool);
   if (hot) return Level::ERROR;
   return cool ? Level::WELL : before;
 }

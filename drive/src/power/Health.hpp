@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "network/Errors.hpp"
 #include "node/Part.hpp"
@@ -31,8 +32,14 @@ class Health : public Part {
   };
   Health(Context& context, Errors& errors, Effects effects);
 
-  /** What the sensors measure from now on. */
+  /** What the sensors show from now on, whatever there is to measure. */
   void measure(const Environment& environment);
+  /** One of them shows that from now on, whatever there is to measure. */
+  void force(std::int32_t Environment::*sensor, std::int32_t value);
+  /** They show again what there is to measure. */
+  void release(std::int32_t Environment::*sensor);
+  /** What there is to measure: shown by sensors that nothing else was said of. */
+  void sense(const Environment& measured);
   [[nodiscard]] const Environment& environment() const { return environment_; }
   /** A motor cannot be driven without its calibration, without supply, and while the protection runs. */
   [[nodiscard]] bool may_give_torque() const {
@@ -63,14 +70,29 @@ class Health : public Part {
     Variable<std::uint8_t> simulated;
   };
 
+  /** The thresholds; each is null where the description has none. */
+  struct Limits {
+    Object* voltage_low_warning;
+    Object* voltage_low_error;
+    Object* voltage_high_warning;
+    Object* voltage_high_error;
+    Object* current_warning;
+    Object* current_error;
+    Object* current_factor;
+    Object* mosfet_1_hot;
+    Object* mosfet_2_hot;
+    Object* mosfet_1_cool;
+    Object* mosfet_2_cool;
+  };
+  using Sensor = std::int32_t Environment::*;
+
   [[nodiscard]] Object* config(const std::string& name);
-  [[nodiscard]] std::int32_t limit(const std::string& name);
-  [[nodiscard]] double factor(const std::string& name);
+  [[nodiscard]] std::array<Level, 5> levels() const;
   void evaluate();
-  [[nodiscard]] Level voltage_low();
-  [[nodiscard]] Level voltage_high();
-  [[nodiscard]] Level current();
-  [[nodiscard]] Level mosfet(Level before);
+  [[nodiscard]] Level voltage_low() const;
+  [[nodiscard]] Level voltage_high() const;
+  [[nodiscard]] Level current() const;
+  [[nodiscard]] Level mosfet(Level before) const;
   [[nodiscard]] Level driver(Level before) const;
   void set_level(Watch& watch, Level level);
   void show_levels();
@@ -83,6 +105,9 @@ class Health : public Part {
   Errors& errors_;
   Effects effects_;
   Environment environment_;
+  Environment measured_;
+  std::vector<Sensor> forced_;
+  Limits limits_;
   std::array<Watch, 5> watches_;
   std::array<SelfTest, 2> self_tests_;
   Variable<std::uint32_t> protect_state_;

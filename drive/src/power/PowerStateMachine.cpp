@@ -112,7 +112,7 @@ void PowerStateMachine::guard_option_codes() {
 void PowerStateMachine::watch_objects() {
   if (Object* object = controlword_.object()) object->when_written([this] { controlword_written(); });
   for (Object* object : {halt_option_.object(), quick_stop_option_.object()}) {
-    if (object != nullptr) object->when_written([this] { motion_.command(movement()); });
+    if (object != nullptr) object->when_written([this] { move(); });
   }
   for (Object* object : {statusword_.object(), unit_statusword_.object()}) {
     if (object == nullptr) continue;
@@ -168,7 +168,7 @@ void PowerStateMachine::controlword_written() {
   } else {
     enable_operation();
   }
-  motion_.command(movement());
+  move();
 }
 
 void PowerStateMachine::reset_fault() {
@@ -222,11 +222,10 @@ void PowerStateMachine::enable_operation() {
 }
 
 void PowerStateMachine::leave_after_stop(PowerState next, bool slows_down) {
-  if (slows_down && !motion_.standstill()) {
-    after_stop_ = next;
-  } else {
-    enter(next);
-  }
+  if (!slows_down) return enter(next);
+  after_stop_ = next;
+  move();
+  motion_settled();
 }
 
 void PowerStateMachine::fault() {
@@ -267,17 +266,28 @@ void PowerStateMachine::enter(PowerState state) {
   if (state != state_) context_.report(Event::Kind::POWER_STATE, static_cast<std::uint32_t>(state), {});
   state_ = state;
   after_stop_.reset();
-  motion_.command(movement());
+  move();
   motion_settled();
 }
 
+void PowerStateMachine::move() {
+  motion_.command(movement(), ends_when_stopped());
+}
+
+/** The state ends by itself, and with it the torque. */
+bool PowerStateMachine::ends_when_stopped() const {
+  if (state_ == PowerState::OPERATION_ENABLED) return after_stop_.has_value();
+  if (state_ == PowerState::QUICK_STOP_ACTIVE) return quick_stop_option_.get() < kSlowDownAndStay;
+  return state_ == PowerState::FAULT_REACTION_ACTIVE;
+}
+
 void PowerStateMachine::motion_settled() {
-  if (!motion_.standstill()) return;
-  if (state_ == PowerState::OPERATION_ENABLED && after_stop_) {
+  if (!ends_when_stopped() || !motion_.standstill()) return;
+  if (state_ == PowerState::OPERATION_ENABLED) {
     enter(*after_stop_);
-  } else if (state_ == PowerState::QUICK_STOP_ACTIVE && quick_stop_option_.get() < kSlowDownAndStay) {
+  } else if (state_ == PowerState::QUICK_STOP_ACTIVE) {
     enter(PowerState::SWITCH_ON_DISABLED);
-  } else if (state_ == PowerState::FAULT_REACTION_ACTIVE) {
+  } else {
     enter(PowerState::FAULT);
   }
 }
@@ -288,11 +298,11 @@ bool PowerStateMachine::has_torque() const {
 }
 
 void PowerStateMachine::set_safe_brake(bool applied) {
-  if (std::exchange(safe_brake_, applied) != applied) motion_.command(movement());
+  if (std::exchange(safe_brake_, applied) != applied) move();
 }
 
 void PowerStateMachine::short_circuit_phases(bool shorted) {
-  if (std::exchange(phases_shorted_, shorted) != shorted) motion_.command(movement());
+  if (std::exchange(phases_shorted_, shorted) != shorted) move();
 }
 
 Movement PowerStateMachine::movement() const {
@@ -345,7 +355,8 @@ void PowerStateMachine::show_statusword() {
 
 void PowerStateMachine::show_peripherals() {
   mode_display_.set(motion_.mode());
-  peripherals_.brake_applied.set(has_torque() && !safe_brake_ ? 0 : 1);
+  const bool commanded = !has_torque() || safe_brake_;
+  peripherals_.brake_applied.set(motion_.brake_applied().value_or(commanded) ? 1 : 0);
   peripherals_.low_power_applied.set(1);
   peripherals_.high_power_applied.set(supply_ ? 1 : 0);
   peripherals_.driver_enabled.set(has_torque() ? 1 : 0);

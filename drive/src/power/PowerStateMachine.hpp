@@ -64,6 +64,8 @@ class PowerStateMachine : public Part {
   void leave_after_stop(PowerState next, bool slows_down);
   void enter(PowerState state);
   void motion_settled();
+  void move();
+  [[nodiscard]] bool ends_when_stopped() const;
   [[nodiscard]] Movement movement() const;
   [[nodiscard]] Movement halt_movement() const;
   [[nodiscard]] Movement quick_stop_movement() const;

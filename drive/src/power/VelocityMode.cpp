@@ -63,7 +63,14 @@ VelocityMode::VelocityMode(Context& context)
       set_point_numerator_(context.dictionary, 0x604B, 1, 1),
       set_point_denominator_(context.dictionary, 0x604B, 2, 1),
       dimension_numerator_(context.dictionary, 0x604C, 1, 1),
-      dimension_denominator_(context.dictionary, 0x604C, 2, 1) {
+      dimension_denominator_(context.dictionary, 0x604C, 2, 1),
+      uses_brake_(context.dictionary.find("cia402_use_internal_brake"), 1),
+      proportional_(context.dictionary.find("motctrl_speed_pid_p"), 1000),
+      integral_(context.dictionary.find("motctrl_speed_pid_i"), 100),
+      differential_(context.dictionary.find("motctrl_speed_pid_d"), 0) {
+  if (context.settings.motor) {
+    driven_ = std::make_unique<DrivenAxis>(*context.settings.motor, context.settings.mechanics);
+  }
   watch_objects();
 }
 
@@ -82,6 +89,10 @@ void VelocityMode::watch_objects() {
         dimension_denominator_.object()}) {
     if (object != nullptr) object->when_written([this] { apply(); });
   }
+  for (Object* object :
+       {uses_brake_.object(), proportional_.object(), integral_.object(), differential_.object()}) {
+    if (object != nullptr && driven_) object->when_written([this] { take_gains(); });
+  }
   for (Object* object : {set_point_denominator_.object(), dimension_denominator_.object()}) {
     if (object == nullptr) continue;
     object->refuse_when(
@@ -99,53 +110,133 @@ void VelocityMode::watch_objects() {
 
 void VelocityMode::reset(Reset kind) {
   if (kind == Reset::COMMUNICATION) return;
+  if (kind == Reset::POWER_ON) {
+    power_on_ = context_.now;
+    if (driven_) driven_->power_on(context_.now);
+  }
+  if (driven_) take_gains();
   command(Movement::COAST);
 }
 
-void VelocityMode::command(Movement movement) {
+void VelocityMode::command(Movement movement, bool ends) {
   movement_ = movement;
+  ends_ = ends;
   apply();
 }
 
+void VelocityMode::turn() {
+  if (driven_) {
+    driven_->advance(context_.now);
+  } else {
+    axis_.advance(context_.now);
+  }
+}
+
 double VelocityMode::velocity() {
-  axis_.advance(context_.now);
-  return axis_.velocity();
+  turn();
+  return actual();
 }
 
 bool VelocityMode::standstill() {
-  return velocity() == 0;
+  if (!driven_) return velocity() == 0;
+  turn();
+  return driven_->stopped();
+}
+
+std::optional<bool> VelocityMode::brake_applied() {
+  if (!driven_) return std::nullopt;
+  turn();
+  return driven_->brake_applied();
+}
+
+bool VelocityMode::moving() const {
+  return driven_ ? !driven_->resting() : axis_.velocity() != 0 || !axis_.settled();
 }
 
 bool VelocityMode::target_reached() {
   if (movement_ == Movement::COAST) return false;
-  axis_.advance(context_.now);
-  if (movement_ == Movement::FOLLOW) return axis_.velocity() == wanted_velocity();
-  return axis_.velocity() == 0;
+  turn();
+  const double wanted = movement_ == Movement::FOLLOW ? wanted_velocity() : 0.0;
+  if (!driven_) return axis_.velocity() == wanted;
+  if (movement_ == Movement::FOLLOW) return driven_->settled() && driven_->demand() == wanted;
+  return driven_->standstill();
 }
 
 void VelocityMode::run() {
-  axis_.advance(context_.now);
+  turn();
+  if (driven_) return look();
   if (axis_.settled() && settled_) settled_();
 }
 
-void VelocityMode::apply() {
-  axis_.advance(context_.now);
-  limited_ = false;
+/** A motor that is not ideal is looked at every 10 ms from power-on; one that rests, while it is warm. */
+void VelocityMode::look() {
+  constexpr std::chrono::milliseconds kCycle(10);
+  constexpr std::chrono::milliseconds kWhileWarm(1000);
+  if (looked_) looked_(driven_->sensed());
+  if (driven_->standstill() && settled_) settled_();
+  const bool rests = driven_->resting();
+  const Duration cycle = rests ? kWhileWarm : kCycle;
+  const bool over = rests && driven_->motor().cold();
+  look_due_ = over ? Time::max() : power_on_ + ((context_.now - power_on_) / cycle + 1) * cycle;
+}
+
+void VelocityMode::wake() {
+  look_due_ = std::min(look_due_, context_.now);
+}
+
+void VelocityMode::take_gains() {
+  turn();
+  driven_->set_gains({proportional_.get(), integral_.get(), differential_.get()});
+  apply();
+}
+
+void VelocityMode::run_to(double velocity, double acceleration, double deceleration) {
+  if (driven_) {
+    driven_->run_to(velocity, acceleration, deceleration);
+  } else {
+    axis_.run_to(velocity, acceleration, deceleration);
+  }
+}
+
+/** What a motor that is not ideal does is the power stage's and the brake's work. */
+void VelocityMode::apply_to_stage() {
+  using Mode = DrivenAxis::Mode;
+  const bool brakes = movement_ == Movement::BRAKE || uses_brake_.get() != 0;
   switch (movement_) {
     case Movement::COAST:
-      return axis_.run_to(0, 0, context_.settings.mechanics.coast_deceleration);
+    case Movement::BRAKE:
+      driven_->command(Mode::FREE, brakes, false);
+      break;
+    case Movement::SHORT_CIRCUIT:
+      driven_->command(Mode::SHORTED, brakes, false);
+      break;
+    default:
+      driven_->command(Mode::CONTROLLED, brakes, ends_ && brakes);
+  }
+  wake();
+}
+
+void VelocityMode::apply() {
+  turn();
+  limited_ = false;
+  if (driven_) apply_to_stage();
+  const Mechanics& mechanics = context_.settings.mechanics;
+  switch (movement_) {
+    case Movement::COAST:
+      return run_to(0, 0, mechanics.coast_deceleration);
     case Movement::FOLLOW:
       return follow();
     case Movement::SLOW_DOWN:
-      return axis_.run_to(0, 0, per_second(deceleration_));
+      return run_to(0, 0, per_second(deceleration_));
     case Movement::QUICK_STOP:
-      return axis_.run_to(0, 0, per_second(quick_stop_));
+      return run_to(0, 0, per_second(quick_stop_));
     case Movement::STOP_AT_LIMIT:
-      return axis_.run_to(0, 0, context_.settings.mechanics.limit_deceleration);
+      // A motor that is not ideal has its limits of current and voltage itself.
+      return run_to(0, 0, driven_ ? 0 : mechanics.limit_deceleration);
     case Movement::SHORT_CIRCUIT:
-      return axis_.run_to(0, 0, context_.settings.mechanics.short_circuit_deceleration);
+      return run_to(0, 0, mechanics.short_circuit_deceleration);
     case Movement::BRAKE:
-      return axis_.run_to(0, 0, context_.settings.mechanics.brake_deceleration);
+      return run_to(0, 0, mechanics.brake_deceleration);
   }
 }
 
@@ -153,7 +244,7 @@ void VelocityMode::follow() {
   // A locked ramp generator keeps its output (CiA 402-2, control word bit 5).
   const bool locked = ramp_bit(kEnableRamp) && !ramp_bit(kUnlockRamp);
   const double wanted = wanted_velocity();
-  axis_.run_to(locked ? axis_.velocity() : wanted, per_second(acceleration_), per_second(deceleration_));
+  run_to(locked ? demand() : wanted, per_second(acceleration_), per_second(deceleration_));
 }
 
 double VelocityMode::wanted_velocity() {
@@ -192,15 +283,17 @@ double VelocityMode::dimension_factor() const {
 }
 
 void VelocityMode::show_values() {
-  axis_.advance(context_.now);
+  turn();
   const double sign = (polarity_.get() & kVelocityReversed) != 0 ? -1.0 : 1.0;
-  const double actual = sign * divided(axis_.velocity(), dimension_factor());
-  const double in_set_point_units = divided(actual, set_point_factor());
-  demand_.set(movement_ == Movement::COAST ? std::int16_t{0} : rounded<std::int16_t>(in_set_point_units));
-  actual_.set(rounded<std::int16_t>(in_set_point_units));
-  velocity_.set(rounded<std::int32_t>(actual));
+  const auto in_user_units = [&](double speed) { return sign * divided(speed, dimension_factor()); };
+  const auto in_set_point_units = [&](double speed) {
+    return rounded<std::int16_t>(divided(in_user_units(speed), set_point_factor()));
+  };
+  demand_.set(movement_ == Movement::COAST ? std::int16_t{0} : in_set_point_units(demand()));
+  actual_.set(in_set_point_units(actual()));
+  velocity_.set(rounded<std::int32_t>(in_user_units(actual())));
   // Turned round, the lowest position has no counterpart in 32 bits: it stays itself, as the counter wraps.
-  const auto counted = static_cast<std::uint32_t>(axis_.position());
+  const auto counted = static_cast<std::uint32_t>(driven_ ? driven_->position() : axis_.position());
   const bool reversed = (polarity_.get() & kPositionReversed) != 0;
   position_.set(static_cast<std::int32_t>(reversed ? 0U - counted : counted));
 }

@@ -3,9 +3,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <utility>
 
 #include "node/Part.hpp"
 #include "power/Axis.hpp"
+#include "power/DrivenAxis.hpp"
 
 namespace tav::drive {
 
@@ -25,6 +29,9 @@ enum class Movement : std::uint8_t {
  * Set-point, limits and ramps are in the units of the user, which the dimension factor turns into 1/min. It
  * is the only mode: while 0x6060 asks for another one there is no set-point. What resets the node stops no
  * motor and moves no counter.
+ *
+ * The motor is the ideal one, or, where the settings give it, one with load, supply and heat; that one is
+ * looked at every 10 ms while it does not rest.
  */
 class VelocityMode : public Part {
  public:
@@ -33,21 +40,32 @@ class VelocityMode : public Part {
   /** Called whenever the wanted speed is reached. */
   void when_settled(std::function<void()> action) { settled_ = std::move(action); }
 
-  void command(Movement movement);
+  /** Called after each look at a motor that is not ideal, with what the sensors measure of it. */
+  void when_looked(std::function<void(const Environment&)> action) { looked_ = std::move(action); }
+
+  /** @param ends  torque is taken away when the motor stands: its brake is applied before */
+  void command(Movement movement, bool ends = false);
+  /** It stands and, where its torque is to end, its brake holds it. */
   [[nodiscard]] bool standstill();
   /** The motor's speed now, in 1/min, whatever the polarity. */
   [[nodiscard]] double velocity();
   /** The mode of operation that acts, as 0x6061 tells it: this one, or 0 for none. */
   [[nodiscard]] std::int8_t mode() const;
   /** Speed and position change by themselves. */
-  [[nodiscard]] bool moving() const { return axis_.velocity() != 0 || !axis_.settled(); }
+  [[nodiscard]] bool moving() const;
+  /** Whether the brake holds, of a motor that is not ideal. */
+  [[nodiscard]] std::optional<bool> brake_applied();
+  /** The motor that is not ideal; null for the ideal one. */
+  [[nodiscard]] DrivenAxis* driven() { return driven_.get(); }
+  /** Something was done to the motor from outside. */
+  void wake();
   /** Status word bit 10: the motor turns as the set-point asks, or stands when it is to stand. */
   [[nodiscard]] bool target_reached();
   /** Status word bit 11: the set-point lies outside 0x6046. */
   [[nodiscard]] bool limited() const { return limited_; }
 
   void reset(Reset kind) override;
-  [[nodiscard]] Time next_due() const override { return axis_.settles_at(); }
+  [[nodiscard]] Time next_due() const override { return driven_ ? look_due_ : axis_.settles_at(); }
   void run() override;
 
  private:
@@ -60,8 +78,15 @@ class VelocityMode : public Part {
     Variable<std::uint16_t> time;
   };
 
+  void turn();
+  [[nodiscard]] double actual() const { return driven_ ? driven_->velocity() : axis_.velocity(); }
+  [[nodiscard]] double demand() const { return driven_ ? driven_->demand() : axis_.velocity(); }
+  void run_to(double velocity, double acceleration, double deceleration);
   void apply();
+  void apply_to_stage();
   void follow();
+  void look();
+  void take_gains();
   [[nodiscard]] double wanted_velocity();
   [[nodiscard]] double within_limits(double velocity);
   [[nodiscard]] double set_point_factor() const;
@@ -73,8 +98,13 @@ class VelocityMode : public Part {
 
   Context& context_;
   Axis axis_;
+  std::unique_ptr<DrivenAxis> driven_;
   std::function<void()> settled_;
+  std::function<void(const Environment&)> looked_;
   Movement movement_ = Movement::COAST;
+  bool ends_ = false;
+  Time power_on_{};
+  Time look_due_ = Time::max();
   bool limited_ = false;
 
   Variable<std::int8_t> mode_;
@@ -94,6 +124,10 @@ class VelocityMode : public Part {
   Variable<std::int16_t> set_point_denominator_;
   Variable<std::int32_t> dimension_numerator_;
   Variable<std::int32_t> dimension_denominator_;
+  Variable<std::uint8_t> uses_brake_;
+  Variable<std::uint32_t> proportional_;
+  Variable<std::uint32_t> integral_;
+  Variable<std::uint32_t> differential_;
 };
 
 }  // namespace tav::drive

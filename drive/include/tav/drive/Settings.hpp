@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <nkr/can/Bus.hpp>
+#include <optional>
 #include <string>
+#include <tav/drive/MotorParameters.hpp>
 
 namespace tav::drive {
 
@@ -38,6 +40,9 @@ struct Settings {
   Mechanics mechanics;
   std::string store_path;  ///< file of the non-volatile memory; empty: kept as long as the drive lives
   std::function<void()> store_step;  ///< called before each step of writing it: to try out a power cut
+  /** The motor, its load and its supply as physics has them; nothing: an ideal motor that is where it should.
+   */
+  std::optional<MotorParameters> motor;
 };
 
 }  // namespace tav::drive
