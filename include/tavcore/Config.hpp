@@ -5,6 +5,7 @@
 #include <nkr/export.h>
 
 #include <string>
+#include <tavcore/ConfigValues.hpp>
 
 namespace nkr::tavcore {
 
@@ -12,6 +13,9 @@ namespace nkr::tavcore {
 class NKR_EXPORT Config {
  public:
   Config() = default;
+
+  /** A configuration with these settings, as if a file that holds them had been loaded. Checks nothing. */
+  [[nodiscard]] static Config from_values(const ConfigValues& values);
 
   /**
    * Reads section "default" of the file and the hardware members of the section that "HWConfigurationEntry"

@@ -14,6 +14,23 @@ std::mutex reader_in_use;
 
 }  // namespace
 
+Config Config::from_values(const ConfigValues& values) {
+  Config config;
+  config.path_ = values.path;
+  config.context_id_ = values.context_id;
+  config.node_id_ = values.node_id;
+  config.hw_configuration_entry_ = values.hw_configuration_entry;
+  config.nb_step_revolution_elec_ = values.nb_step_revolution_elec;
+  config.nb_pole_pair_ = values.nb_pole_pair;
+  config.reduction_ = values.reduction;
+  config.diameter_ = values.diameter;
+  config.usb_port_ = values.usb_port;
+  config.canopen_eds_file_path_ = values.canopen_eds_file_path;
+  config.target_velocity_timeout_ms_ = values.target_velocity_timeout_ms;
+  config.max_maintenance_speed_value_ = values.max_maintenance_speed_value;
+  return config;
+}
+
 nkr_error_t Config::load(const std::string& path) {
   const nkr_error_t settings = load_settings(path);
   if (settings != NKR_OK) return settings;

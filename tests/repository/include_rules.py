@@ -99,6 +99,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "description": {"words"},
         "frames": {"description", "words"},
         "configuration": {"words"},
+        "machine": {"words", "process"},
         "safety": set(),
         "unit": set(),
     },

@@ -84,4 +84,43 @@ TEST(FileMessages, SayWhichKeyNamesTheDescription) {
   EXPECT_NE(result.err.find("CANOpenEDSFile"), std::string::npos) << result.err;
 }
 
+TEST(ConfigurationOfTheTool, IsToldWithAllItsMistakes) {
+  const TemporaryFile configuration(
+      "[default]\ncontextId = 1\nnodeId = ten\nHWConfigurationEntry = unit\nCANOpenEDSFile = nothing.eds\n"
+      "targetVelocityTimeoutMs = 100\nmaxMaintenanceSpeedValue = 300\n"
+      "[unit]\nnbStepRevolutionElec = 360\nnbPolePairs = 7\nreduction = 10,0\ndiameter = 200.0\ndevice = "
+      "x\n");
+  const auto result = tavctl({"--bus", "virtual", "--config", configuration.path(), "info"});
+  EXPECT_EQ(result.code, 3);
+  const auto says = [&](const std::string& text) {
+    EXPECT_NE(result.err.find(text), std::string::npos) << text << "\n---\n" << result.err;
+  };
+  says("cannot use the configuration " + configuration.path());
+  says("line 3:       [default] nodeId = ten: expected a node id, 1 to 127, such as 10\n");
+  says("line 5:       [default] CANOpenEDSFile = nothing.eds: there is no such file; looked for: ");
+  says("line 8:       [unit] nbPolePair is missing: ");
+  says(
+      "line 11:      [unit] reduction = 10,0: expected a number above 0 with a decimal point, such as "
+      "10.0\n");
+  says("warning: " + configuration.path() +
+       ":10: [unit] nbPolePairs is a key that nothing uses: did you mean \"nbPolePair\"?");
+}
+
+TEST(ConfigurationOfTheTool, DescribesSeveralDrives) {
+  const TemporaryFile configuration(
+      "[default]\nCANOpenEDSFile = share/tav/tav.eds\nmaxMaintenanceSpeedValue = 300\n"
+      "nbStepRevolutionElec = 360\n[unit left]\nnodeId = 11\nnbStepRevolutionElec = 360\nnbPolePair = 7\n"
+      "reduction = 10.0\ndiameter = 200.0\n[unit right]\nnodeId = 12\nnbStepRevolutionElec = 360\n"
+      "nbPolePair = 7\nreduction = 10.0\ndiameter = 200.0\n");
+  std::vector<std::string> command{"--bus", "virtual", "--config", configuration.path(), "info"};
+  auto result = tavctl(command);
+  EXPECT_EQ(result.code, 3);
+  EXPECT_NE(result.err.find("it describes several drives, choose one: left, right"), std::string::npos)
+      << result.err;
+  command.insert(command.begin(), {"--unit", "right"});
+  result = tavctl(command);
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_NE(result.out.find("12"), std::string::npos) << result.out;
+}
+
 }  // namespace

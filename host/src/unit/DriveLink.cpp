@@ -2,7 +2,7 @@
 
 #include <nkr/can/open_bus.hpp>
 #include <nkr/canopen/RequestFailure.hpp>
-#include <tav/host/FailureLog.hpp>
+#include <tav/host/HostConfiguration.hpp>
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/description.hpp>
 #include <tav/host/words.hpp>
@@ -28,14 +28,8 @@ Result DriveLink::open(const UnitSettings& wanted) {
 Result DriveLink::open_config() {
   config = settings.parts.config;
   if (!config) {
-    config = std::make_shared<nkr::tavcore::Config>();
-    const FailureLog log;
-    const nkr_error_t loaded = config->load(settings.configuration);
-    if (loaded != NKR_OK) {
-      Explanation failed = explanation(Cause::CONFIGURATION, loaded, "use the configuration");
-      failed.detail = settings.configuration + (log.last().empty() ? "" : ": " + log.last());
-      return Result(std::move(failed));
-    }
+    Result result = read_configuration();
+    if (!result.ok()) return result;
   }
   const int id = settings.node_id != 0 ? settings.node_id : config->getNodeId();
   if (id < 1 || id > 127) {
@@ -44,6 +38,21 @@ Result DriveLink::open_config() {
     return Result(std::move(failed));
   }
   node = static_cast<std::uint8_t>(id);
+  return {};
+}
+
+Result DriveLink::read_configuration() {
+  HostConfiguration file;
+  Result result = file.read(settings.configuration);
+  UnitConfiguration unit;
+  if (result.ok()) result = file.select(settings.unit, unit);
+  if (!result.ok()) return result;
+  config = unit.config();
+  for (const ConfigurationRemark& remark : file.remarks()) {
+    Explanation warning = explanation(Cause::CONFIGURATION, NKR_OK, "use all of the configuration");
+    warning.detail = text(remark, file.path());
+    warn(warning);
+  }
   return {};
 }
 

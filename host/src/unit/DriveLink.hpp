@@ -48,6 +48,7 @@ class DriveLink {
 
  private:
   Result open_config();
+  Result read_configuration();
   Result open_description();
   Result open_bus();
   Result open_client();

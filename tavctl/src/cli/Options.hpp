@@ -11,6 +11,7 @@ struct Options {
   std::string bus;                ///< "virtual", "can0", "unix:PATH"; empty: none given
   std::string scenario;           ///< what happens to the drive on the bus "virtual"; empty: nothing
   std::string config;             ///< configuration file; empty: the usual places
+  std::string unit;               ///< "[unit NAME]" of that file; empty: its only drive
   std::optional<int> node;        ///< node id instead of the configuration's
   std::optional<int> host_node;   ///< this host's own node id; none: the first silent one
   std::optional<unsigned> log;    ///< show the library's log up to this level

@@ -39,6 +39,10 @@ void add_options(Command& program, Options& options) {
   program
       .option("-c,--config", options.config, "Configuration file [share/tav/tav.ini, or the installed one]")
       .from_environment("TAVCTL_CONFIG");
+  program
+      .option("-u,--unit", options.unit,
+              "Which drive of a configuration of several: NAME of its section [unit NAME]")
+      .from_environment("TAVCTL_UNIT");
   program.option("-n,--node", options.node, "Node id of the drive instead of the configuration's")
       .range(1, 127);
   program

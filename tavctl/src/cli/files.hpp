@@ -8,10 +8,6 @@ namespace tavctl {
 
 // The files that the user names, and what to say when they cannot be used.
 
-/** Why this user cannot read the file: it is not there, a folder, another user's. Empty when nothing is
- * against it. */
-[[nodiscard]] std::string why_unreadable(const std::string& path);
-
 /** Opens the file. Failure(CONFIGURATION), "cannot open WHAT PATH" with the reason, when it cannot be read.
  * @param what  "the configuration"; may be empty */
 void open_to_read(std::ifstream& stream, const std::string& path, const std::string& what = {});

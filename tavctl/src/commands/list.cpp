@@ -17,7 +17,7 @@ struct ListOptions {
 
 ExitCode list(Context& context, const ListOptions& options) {
   const std::string path =
-      options.file.empty() ? load_configuration(context.options)->getCANOpenEDSFilePath() : options.file;
+      options.file.empty() ? load_configuration(context).values.canopen_eds_file_path : options.file;
   const auto description = description_in(path);
   const std::size_t count = print_objects(context.output, *description, options.pattern);
   if (count == 0) context.output.note("no object fits \"" + options.pattern + "\" in " + path);

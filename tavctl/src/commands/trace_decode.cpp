@@ -31,14 +31,14 @@ void tell_bad_line(Output& output, const LogReader& reader, std::uint64_t bad) {
 }
 
 ExitCode decode(Context& context, const DecodeOptions& options) {
-  const auto config = load_configuration(context.options);
+  const auto config = load_configuration(context).values;
   const auto description =
-      description_in(options.description.empty() ? config->getCANOpenEDSFilePath() : options.description);
+      description_in(options.description.empty() ? config.canopen_eds_file_path : options.description);
   std::ifstream file;
   if (options.file != "-") open_to_read(file, options.file);
   Output& output = context.output;
   FrameDecoder decoder(*description,
-                       static_cast<std::uint8_t>(context.options.node.value_or(config->getNodeId())));
+                       static_cast<std::uint8_t>(context.options.node.value_or(config.node_id)));
   FrameView view(decoder, options.choice, output);
   LogReader reader(options.file == "-" ? std::cin : file);
   std::uint64_t bad = 0;

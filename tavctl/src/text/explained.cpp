@@ -4,12 +4,12 @@
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/RequestFailure.hpp>
 #include <optional>
+#include <tav/host/readable.hpp>
 #include <tav/host/text.hpp>
 #include <utility>
 #include <vector>
 
 #include "cli/Format.hpp"
-#include "cli/files.hpp"
 
 namespace tavctl {
 

@@ -186,4 +186,36 @@ TEST_F(ConfigLoad, ResultsAreTheSameWithLoggingDisabled) {
   EXPECT_EQ(config.load(file.path()), NKR_OK);
 }
 
+TEST_F(ConfigLoad, ValuesMakeTheConfigurationThatAFileWithThemMakes) {
+  const TemporaryFile file(config_text());
+  Config loaded;
+  ASSERT_EQ(loaded.load(file.path()), NKR_OK);
+  nkr::tavcore::ConfigValues values;
+  values.path = file.path();
+  values.context_id = 7;
+  values.node_id = 5;
+  values.hw_configuration_entry = "hw";
+  values.nb_step_revolution_elec = 6;
+  values.nb_pole_pair = 4;
+  values.reduction = 10.5;
+  values.diameter = 200.25;
+  values.usb_port = "/dev/null";
+  values.canopen_eds_file_path = "share/tav/tav.eds";
+  values.target_velocity_timeout_ms = 250;
+  values.max_maintenance_speed_value = 300;
+  const Config made = Config::from_values(values);
+  EXPECT_EQ(made.getPath(), loaded.getPath());
+  EXPECT_EQ(made.getContextId(), loaded.getContextId());
+  EXPECT_EQ(made.getNodeId(), loaded.getNodeId());
+  EXPECT_EQ(made.getHWConfigurationEntry(), loaded.getHWConfigurationEntry());
+  EXPECT_EQ(made.getNbStepRevolutionElec(), loaded.getNbStepRevolutionElec());
+  EXPECT_EQ(made.getNbPolePair(), loaded.getNbPolePair());
+  EXPECT_EQ(made.getReduction(), loaded.getReduction());
+  EXPECT_EQ(made.getDiameter(), loaded.getDiameter());
+  EXPECT_EQ(made.getUsbPort(), loaded.getUsbPort());
+  EXPECT_EQ(made.getCANOpenEDSFilePath(), loaded.getCANOpenEDSFilePath());
+  EXPECT_EQ(made.getTargetVelocityTimeoutMs(), loaded.getTargetVelocityTimeoutMs());
+  EXPECT_EQ(made.getMaxMaintenanceSpeedValue(), loaded.getMaxMaintenanceSpeedValue());
+}
+
 }  // namespace

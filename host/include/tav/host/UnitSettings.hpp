@@ -39,6 +39,7 @@ struct Parts {
 /** How a unit is opened; set by name what differs from its default. */
 struct UnitSettings {
   std::string configuration;      ///< path of the configuration (INI); not needed with parts.config
+  std::string unit;               ///< which drive of that file ("[unit NAME]"); empty: its only one
   std::string bus;                ///< "can0", "unix:PATH"; not needed with parts.bus
   std::uint8_t node_id = 0;       ///< of the drive; 0: the configuration's
   std::uint8_t host_node_id = 0;  ///< of this host; 0: the first silent one from 127 down

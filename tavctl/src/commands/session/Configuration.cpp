@@ -1,14 +1,13 @@
 #include "commands/session/Configuration.hpp"
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <system_error>
-#include <tav/host/FailureLog.hpp>
+#include <utility>
 #include <vector>
 
 #include "cli/Failure.hpp"
-#include "cli/files.hpp"
+#include "text/host.hpp"
 
 namespace tavctl {
 
@@ -40,24 +39,47 @@ std::string configuration_path(const Options& options) {
                 "name one with --config FILE (looked for: " + tried + ")");
 }
 
+/** Each remark as a line of its own, as compilers write them. */
+Failure unusable(const HostConfiguration& file, const Result& result) {
+  const std::string what = "cannot use the configuration ";
+  if (file.remarks().empty()) return {ExitCode::CONFIGURATION, what + result.explanation().detail};
+  Failure::Facts facts;
+  facts.json = Json::array();
+  for (const ConfigurationRemark& remark : file.remarks()) {
+    if (!remark.is_mistake) continue;
+    facts.lines.emplace_back("line " + std::to_string(remark.line), text(remark, {}));
+    facts.json.push_back({{"line", remark.line},
+                          {"section", remark.section},
+                          {"key", remark.key},
+                          {"found", remark.found},
+                          {"help", remark.help}});
+  }
+  Failure failure(ExitCode::CONFIGURATION, what + file.path(),
+                  "share/tav/tav.ini shows the keys that a configuration has");
+  if (!facts.lines.empty()) failure.set_facts(std::move(facts));
+  return failure;
+}
+
+/** That of the options, or the file's only one. */
+UnitConfiguration chosen(const HostConfiguration& file, const std::string& name) {
+  UnitConfiguration unit;
+  const Result result = file.select(name, unit);
+  if (result.ok()) return unit;
+  throw Failure(ExitCode::CONFIGURATION, "cannot use the configuration " + result.explanation().detail,
+                "--unit NAME chooses one; TAVCTL_UNIT sets it once for all");
+}
+
 }  // namespace
 
-std::shared_ptr<nkr::tavcore::Config> load_configuration(const Options& options) {
-  const std::string path = configuration_path(options);
-  std::ifstream stream;
-  open_to_read(stream, path, "the configuration");
-  auto config = std::make_shared<nkr::tavcore::Config>();
-  const tav::host::FailureLog log;
-  const nkr_error_t result = config->load(path);
-  if (result != NKR_OK) {
-    const std::string reason = log.last();
-    throw Failure(ExitCode::CONFIGURATION, "cannot use the configuration " + path,
-                  reason.empty() ? "the section that HWConfigurationEntry names needs nbStepRevolutionElec, "
-                                   "nbPolePair, reduction, diameter and device"
-                                 : reason + "; share/tav/tav.ini shows the keys that a configuration has",
-                  result);
+UnitConfiguration load_configuration(const Context& context) {
+  HostConfiguration file;
+  const std::string path = configuration_path(context.options);
+  const Result result = file.read(path);
+  for (const ConfigurationRemark& remark : file.remarks()) {
+    if (!remark.is_mistake) context.output.note("warning: " + text(remark, file.path()));
   }
-  return config;
+  if (!result.ok()) throw unusable(file, result);
+  return chosen(file, context.options.unit);
 }
 
 }  // namespace tavctl

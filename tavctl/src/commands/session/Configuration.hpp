@@ -1,16 +1,16 @@
 #ifndef TAVCTL_COMMANDS_SESSION_CONFIGURATION_HPP
 #define TAVCTL_COMMANDS_SESSION_CONFIGURATION_HPP
 
-#include <memory>
-#include <tavcore/Config.hpp>
+#include <tav/host/HostConfiguration.hpp>
 
-#include "cli/Options.hpp"
+#include "cli/Context.hpp"
 
 namespace tavctl {
 
-/** Loads the configuration that the options name, or the first found in the usual places: share/tav/tav.ini
- * in the folder tavctl runs in, beside the program, as installed. Failure(CONFIGURATION) with the cause. */
-[[nodiscard]] std::shared_ptr<nkr::tavcore::Config> load_configuration(const Options& options);
+/** The drive that the options name, of the configuration that they name, or of the first found in the usual
+ * places: share/tav/tav.ini in the folder tavctl runs in, beside the program, as installed. Warnings are
+ * told. Failure(CONFIGURATION) with every mistake of the file. */
+[[nodiscard]] tav::host::UnitConfiguration load_configuration(const Context& context);
 
 }  // namespace tavctl
 

@@ -29,7 +29,6 @@ std::shared_ptr<nkr::can::Bus> open(const std::string& name) {
 
 UnitSettings settings_of(const Options& options, const Interrupt* interrupt) {
   UnitSettings settings;
-  settings.parts.config = load_configuration(options);
   settings.node_id = static_cast<std::uint8_t>(options.node.value_or(0));
   settings.host_node_id = static_cast<std::uint8_t>(options.host_node.value_or(0));
   settings.sdo_timeout = std::chrono::milliseconds(options.timeout_ms.value_or(0));
@@ -42,6 +41,8 @@ UnitSettings settings_of(const Options& options, const Interrupt* interrupt) {
 Session::Session(Context& context, const Interrupt* interrupt) : context_(context), output_(context.output) {
   const Options& options = context.options;
   UnitSettings settings = settings_of(options, interrupt);
+  configuration_ = load_configuration(context);
+  settings.parts.config = configuration_.config();
   settings.on_warning = [this](const Explanation& warning) { tell(warning); };
   settings.parts.bus = bus_ = open(options.bus);
   if (!options.scenario.empty() && options.bus != kVirtual) {

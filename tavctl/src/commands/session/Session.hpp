@@ -9,6 +9,7 @@
 #include <nkr/tools/EDSParser.hpp>
 #include <string>
 #include <tav/host/FailureLog.hpp>
+#include <tav/host/HostConfiguration.hpp>
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/Unit.hpp>
 #include <tavcore/CANOpenDispatcher.hpp>
@@ -37,6 +38,8 @@ class Session {
 
   [[nodiscard]] Output& output() const { return output_; }
   [[nodiscard]] Unit& unit() const { return *unit_; }
+  /** What the configuration says of the drive. */
+  [[nodiscard]] const UnitConfiguration& configuration() const { return configuration_; }
   [[nodiscard]] const std::shared_ptr<nkr::tavcore::Config>& config() const { return unit_->config(); }
   [[nodiscard]] const nkr::tools::EDSParser& description() const { return unit_->description(); }
   [[nodiscard]] const std::shared_ptr<nkr::tavcore::CANOpenDispatcher>& dispatcher() const {
@@ -65,6 +68,7 @@ class Session {
   Context& context_;
   Output& output_;
   FailureLog failure_log_;
+  UnitConfiguration configuration_;
   std::atomic<bool> limited_{false};
   std::shared_ptr<nkr::can::Bus> bus_;
   std::shared_ptr<const nkr::tools::EDSParser> description_;

@@ -2,6 +2,7 @@
 
 #include <clocale>
 #include <nkr/tools/INIParser.hpp>
+#include <nkr/tools/INIText.hpp>
 #include <sstream>
 
 using nkr::tools::INIParserClass;
@@ -120,4 +121,29 @@ TEST(INIParser, FailsOnAStreamThatCannotBeRead) {
 
 TEST(INIParser, IsOneForTheProcess) {
   EXPECT_EQ(&nkr::tools::INIParser::instance(), &nkr::tools::INIParser::instance());
+}
+
+TEST(INIText, SaysWhatStandsInWhichLine) {
+  std::istringstream stream("[a]\n; comment\nkey = 1 ; one\nno entry\n[b]\nkey=\"two ; 2\"\nkey = 3\n");
+  nkr::tools::INIText text;
+  ASSERT_TRUE(nkr::tools::INIText::read(stream, text));
+  ASSERT_EQ(text.sections.size(), 2U);
+  EXPECT_EQ(text.sections[1].name, "b");
+  EXPECT_EQ(text.sections[1].line, 5U);
+  ASSERT_EQ(text.entries.size(), 3U);
+  EXPECT_EQ(text.entries[0].section, "a");
+  EXPECT_EQ(text.entries[0].key, "key");
+  EXPECT_EQ(text.entries[0].value, "1");
+  EXPECT_EQ(text.entries[0].line, 3U);
+  EXPECT_EQ(text.entries[1].value, "two ; 2");
+  EXPECT_EQ(text.entries[2].line, 7U);
+  ASSERT_EQ(text.unclear.size(), 1U);
+  EXPECT_EQ(text.unclear[0].text, "no entry");
+  EXPECT_EQ(text.unclear[0].line, 4U);
+}
+
+TEST(INIText, IsNoneWithANulByte) {
+  std::istringstream stream(std::string("a = 1\n\0", 7));
+  nkr::tools::INIText text;
+  EXPECT_FALSE(nkr::tools::INIText::read(stream, text));
 }
