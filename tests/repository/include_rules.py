@@ -102,6 +102,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "machine": {"words", "process"},
         "safety": set(),
         "unit": set(),
+        "group": {"unit"},
     },
 }
 

@@ -8,6 +8,8 @@
 
 namespace tav::host {
 
+struct StopReason;
+
 // What the records say, in words. The facts are in the records: nobody needs to read these texts but people.
 
 /** One sentence: "the drive was not enabled (node 10 on can0)". */
@@ -16,6 +18,9 @@ namespace tav::host {
 [[nodiscard]] NKR_EXPORT std::string details(const Explanation& explanation);
 /** All of it, with the result code; "done" for success. */
 [[nodiscard]] NKR_EXPORT std::string text(const Result& result);
+
+/** Why a group stopped: "node 11 restarted". */
+[[nodiscard]] NKR_EXPORT std::string text(const StopReason& reason);
 
 /** What the power stage says: the state, the status word's bits, the last error, STO. One sentence a line. */
 [[nodiscard]] NKR_EXPORT std::string power_text(const PowerFacts& facts);

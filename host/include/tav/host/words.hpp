@@ -14,6 +14,8 @@
 
 namespace tav::host {
 
+enum class GroupState : std::uint8_t;
+
 // What states, words, objects and numbers are called.
 
 /** "operational", "pre-operational", "stopped"; "not heard" for UNKNOWN. */
@@ -34,6 +36,9 @@ namespace tav::host {
 
 /** What a control word (0x6040) commands: "enable operation, ramp", "shutdown", "fault reset". */
 [[nodiscard]] NKR_EXPORT std::string control_word_text(std::uint16_t control_word);
+
+/** "enabled", "held" ... */
+[[nodiscard]] NKR_EXPORT const char* name_of(GroupState state);
 
 /** Names of the error register's set bits (object 0x1001); "no error" for 0. */
 [[nodiscard]] NKR_EXPORT std::string error_register_text(std::uint8_t error_register);
