@@ -1,7 +1,9 @@
 #include "Arguments.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <tav/drive/Timing.hpp>
 
 namespace tav::drive {
 namespace {
@@ -15,14 +17,23 @@ bool read_node(const std::string& text, std::uint8_t& node) {
   return error == std::errc() && stop == end && node >= 1 && node <= 127;
 }
 
+bool read_seed(const std::string& text, std::uint64_t& seed) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, seed);
+  return error == std::errc() && stop == end;
+}
+
 /** Where the value of an option goes; null for an option that does not exist. */
-std::string* place_of(const std::string& option, Arguments& arguments, std::string& node) {
+std::string* place_of(const std::string& option, Arguments& arguments, std::string& node,
+                      std::string& seed) {
   if (option == "--bus") return &arguments.bus;
   if (option == "--eds") return &arguments.eds;
   if (option == "--config") return &arguments.config;
   if (option == "--store") return &arguments.store;
   if (option == "--scenario") return &arguments.scenario;
   if (option == "--motor") return &arguments.motor;
+  if (option == "--timing") return &arguments.timing;
+  if (option == "--seed") return &seed;
   if (option == "--node") return &node;
   return nullptr;
 }
@@ -36,7 +47,7 @@ bool* flag_of(const std::string& word, Arguments& arguments) {
 }
 
 bool read_words(const std::vector<std::string>& words, Arguments& arguments, std::string& node,
-                std::string& problem) {
+                std::string& seed, std::string& problem) {
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (bool* const flag = flag_of(words[i], arguments)) {
       *flag = true;
@@ -44,7 +55,7 @@ bool read_words(const std::vector<std::string>& words, Arguments& arguments, std
     }
     const std::size_t sign = words[i].find('=');
     const std::string option = words[i].substr(0, sign);
-    std::string* const place = place_of(option, arguments, node);
+    std::string* const place = place_of(option, arguments, node, seed);
     if (place == nullptr) {
       problem = "unknown option " + words[i];
       return false;
@@ -62,10 +73,20 @@ bool read_words(const std::vector<std::string>& words, Arguments& arguments, std
 
 bool read_arguments(const std::vector<std::string>& words, Arguments& arguments, std::string& problem) {
   std::string node;
-  if (!read_words(words, arguments, node, problem)) return false;
+  std::string seed;
+  if (!read_words(words, arguments, node, seed, problem)) return false;
   if (arguments.help || arguments.version) return true;
   if (!node.empty() && !read_node(node, arguments.node)) {
     problem = "--node " + node + ": a node id is a number from 1 to 127";
+    return false;
+  }
+  if (!seed.empty() && !read_seed(seed, arguments.seed)) {
+    problem = "--seed " + seed + ": a seed is a whole number";
+    return false;
+  }
+  const std::vector<std::string> profiles = timing_profiles();
+  if (std::find(profiles.begin(), profiles.end(), arguments.timing) == profiles.end()) {
+    problem = "--timing " + arguments.timing + ": a drive is ideal, typical or slow";
     return false;
   }
   if (arguments.bus.empty()) {
@@ -83,7 +104,7 @@ std::string help_text() {
   return R"(tav-drive - a virtual drive on a CAN bus
 
 Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FILE]
-                 [--motor MOTOR] [--scenario FILE] [--console]
+                 [--motor MOTOR] [--timing PROFILE] [--seed N] [--scenario FILE] [--console]
 
   --bus BUS      unix:PATH   a bus between programs of this machine; no rights needed
                  can0 ...    a SocketCAN interface (vcan0 too)
@@ -92,6 +113,9 @@ Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FIL
   --config FILE  take the mechanics (steps, pole pairs, gear, wheel) from the hardware section of this file
   --motor MOTOR  what the drive turns: a preset (agv-200mm, the default; agv-200mm-heavy, agv-200mm-24v), a file
                  of parameters (docs/virtual-drive.md), or "ideal": what is demanded is there at once
+  --timing PROFILE
+                 how long it takes to boot, to answer, to store ...: typical (the default), slow, or "ideal": no time
+  --seed N       of what is random in that (default: 1)
   --store FILE   keep what is stored in the drive in this file; without it a restart forgets it
   --scenario FILE
                  faults and disturbances, one a line: at a time, or at an access (docs/virtual-drive.md)

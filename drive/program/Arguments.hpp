@@ -15,6 +15,8 @@ struct Arguments {
   std::string store;
   std::string scenario;
   std::string motor = "agv-200mm";
+  std::string timing = "typical";
+  std::uint64_t seed = 1;
   std::uint8_t node = 0;
   bool console = false;
   bool help = false;

@@ -121,6 +121,12 @@ bool wait_for_the_end(const tav::drive::Runner& runner, tav::drive::VirtualDrive
   return false;
 }
 
+/** What is said of a drive that is on the bus is true: it hears requests. */
+void wait_for_boot(const tav::drive::VirtualDrive& drive) {
+  constexpr int kMilliseconds = 5;
+  while (drive.nmt_state() == tav::drive::NMTState::INITIALISING) poll(nullptr, 0, kMilliseconds);
+}
+
 int run(const tav::drive::Arguments& arguments) {
   const EndingSignals signals;
   std::string problem;
@@ -131,6 +137,8 @@ int run(const tav::drive::Arguments& arguments) {
   if (!arguments.config.empty() && !read_mechanics(arguments.config, settings.mechanics, motor, problem)) {
     return fail(problem);
   }
+  settings.timing.seed = arguments.seed;
+  if (!tav::drive::timing_profile(arguments.timing, settings.timing)) return kWrongUsage;
   if (!read_motor(arguments.motor, motor, settings.motor, problem)) return fail(problem);
   const auto drive = tav::drive::VirtualDrive::from_file(description_path(arguments), settings, problem);
   if (!drive) return fail(problem);
@@ -145,8 +153,9 @@ int run(const tav::drive::Arguments& arguments) {
   tav::drive::Runner runner(*drive);
   result = runner.start(*bus);
   if (result != NKR_OK) return fail(arguments.bus + ": " + nkr_error_text(result));
+  wait_for_boot(*drive);
   std::cout << "drive " << int{drive->node_id()} << " is on " << arguments.bus << " with the motor "
-            << arguments.motor << "; Ctrl-C switches it off" << std::endl;
+            << arguments.motor << " and " << arguments.timing << " timing; Ctrl-C switches it off" << std::endl;
   tav::drive::Console console(*drive);
   if (wait_for_the_end(runner, *drive, signals, arguments.console ? &console : nullptr)) return kStopped;
   const std::string advice = nkr::can::bus_advice(arguments.bus, runner.status());

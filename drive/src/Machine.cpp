@@ -50,7 +50,16 @@ bool is_communication(const Object& object) {
 }  // namespace
 
 Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs outputs)
-    : context_{settings, ObjectDictionary(std::move(objects)), Time{}, 0, NMTState::INITIALISING, {}, {}, {}},
+    : context_{settings,
+               ObjectDictionary(std::move(objects)),
+               Time{},
+               0,
+               NMTState::INITIALISING,
+               {},
+               {},
+               Duration::zero(),
+               {},
+               {}},
       node_id_setting_(context_.dictionary.find("Node ID"), 1),
       bus_(context_, effects_of_bus(std::move(outputs))),
       store_(context_),
@@ -73,6 +82,7 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
   guard_identifiers(context_.dictionary);
   velocity_mode_.when_looked([this](const Environment& measured) { health_.sense(measured); });
   context_.transmit = [this](const nkr::can::Frame& frame) { bus_.transmit(frame); };
+  context_.reply = [this](const nkr::can::Frame& frame) { bus_.reply(frame); };
   context_.report = [this](Event::Kind kind, std::uint32_t code, const std::string& text) {
     remember(kind, code, text);
   };
@@ -249,15 +259,34 @@ void Machine::power_on(Time now) {
   if (context_.nmt != NMTState::INITIALISING) return;
   context_.now = now;
   player_.power_on();
+  velocity_mode_.power_on();
   reset(Reset::POWER_ON);
   plan();
   advance(now);
 }
 
+Duration Machine::boot_time(Reset kind) const {
+  const Timing& timing = context_.settings.timing;
+  return kind == Reset::COMMUNICATION ? timing.communication_reset : timing.boot;
+}
+
+/** The node starts anew: at once, or after the time that takes it. */
 void Machine::reset(Reset kind) {
   enter(NMTState::INITIALISING);
+  // What is cut short by a reset of more is part of that one.
+  boots_after_ = booting() ? std::min(boots_after_, kind) : kind;
+  const Duration time = boot_time(boots_after_);
+  boot_at_ = context_.now + time;
+  if (kind != Reset::COMMUNICATION) velocity_mode_.command(Movement::COAST);
+  if (time == Duration::zero()) boot();
+}
+
+void Machine::boot() {
+  const Reset kind = boots_after_;
+  boot_at_ = Time::max();
   load_values(kind);
   for (Part* const part : parts_) part->reset(kind);
+  context_.work = Duration::zero();
   heartbeat_producer_.send_boot_up();
   enter(NMTState::PRE_OPERATIONAL);
 }
@@ -283,11 +312,12 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
 }
 
 void Machine::advance(Time now) {
-  if (context_.nmt == NMTState::INITIALISING) return;
+  if (context_.nmt == NMTState::INITIALISING && !booting()) return;
   while (next_due_ <= now) {
     context_.now = std::max(context_.now, next_due_);
+    if (boot_at_ <= context_.now) boot();
     for (Part* const part : parts_) {
-      if (part->next_due() <= context_.now) part->run();
+      if (part->next_due() <= context_.now && acts(*part)) part->run();
     }
     process_data_.sample();
     plan();
@@ -295,9 +325,16 @@ void Machine::advance(Time now) {
   context_.now = std::max(context_.now, now);
 }
 
+/** While the drive boots nothing of it acts but what happens to it. */
+bool Machine::acts(const Part& part) const {
+  return !booting() || &part == &player_ || &part == &bus_ || &part == &velocity_mode_;
+}
+
 void Machine::plan() {
-  next_due_ = Time::max();
-  for (Part* const part : parts_) next_due_ = std::min(next_due_, part->next_due());
+  next_due_ = boot_at_;
+  for (Part* const part : parts_) {
+    if (acts(*part)) next_due_ = std::min(next_due_, part->next_due());
+  }
 }
 
 }  // namespace tav::drive

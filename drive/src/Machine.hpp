@@ -73,10 +73,14 @@ class Machine {
   void behave_on_error_of(std::uint16_t code);
   void enter(NMTState state);
   void reset(Reset kind);
+  void boot();
+  [[nodiscard]] Duration boot_time(Reset kind) const;
+  [[nodiscard]] bool booting() const { return boot_at_ != Time::max(); }
   void deliver_node_id();
   void load_values(Reset kind);
   void set_power_on_value(Object& object);
   void plan();
+  [[nodiscard]] bool acts(const Part& part) const;
   void remember(Event::Kind kind, std::uint32_t code, const std::string& text);
 
   Context context_;
@@ -101,6 +105,8 @@ class Machine {
   ProcessDataObjects process_data_;
   std::vector<Part*> parts_;  // all of them, in the order in which they act
   Time next_due_ = Time::max();
+  Reset boots_after_ = Reset::POWER_ON;
+  Time boot_at_ = Time::max();  ///< when the drive that boots is ready
   std::vector<Event> events_;
 };
 

@@ -47,7 +47,9 @@ void misstate_size(Frame& reply) {
 }  // namespace
 
 BusConnection::BusConnection(Context& context, Effects effects)
-    : context_(context), effects_(std::move(effects)) {}
+    : context_(context),
+      effects_(std::move(effects)),
+      turnaround_(context.settings.timing.seed, "turnaround") {}
 
 void BusConnection::reset(Reset /*kind*/) {
   awaits_reply_ = false;
@@ -91,15 +93,33 @@ bool BusConnection::accepts(const Frame& frame) {
   return false;
 }
 
-void BusConnection::send(const Frame& frame) {
+void BusConnection::send(const Frame& frame, Duration delay) {
+  if (delay > Duration::zero()) {
+    // Replies stay in order.
+    last_reply_ = std::max(last_reply_, context_.now + delay);
+    late_.push_back({frame, last_reply_});
+    return;
+  }
   if (context_.on_bus && context_.now >= silent_until_) effects_.transmit(frame);
 }
 
-void BusConnection::transmit(const Frame& frame) {
+void BusConnection::reply(const Frame& frame) {
+  const Timing& timing = context_.settings.timing;
+  Duration delay = timing.turnaround;
+  if (timing.turnaround_jitter.count() > 0) {
+    delay += turnaround_.up_to(2 * timing.turnaround_jitter) - timing.turnaround_jitter;
+  }
+  const Duration work = std::exchange(context_.work, Duration::zero());
+  delay = std::max(delay, Duration::zero()) + work;
+  transmit(frame, delay);
+  if (work.count() > 0 && timing.silent_while_storing) silence(delay);
+}
+
+void BusConnection::transmit(const Frame& frame, Duration delay) {
   if ((awaits_reply_ || fault_.wrong_toggle) && frame.id == access_.reply_id) {
-    send_reply(frame);
+    send_reply(frame, delay);
   } else {
-    send(frame);
+    send(frame, delay);
   }
 }
 
@@ -117,14 +137,14 @@ bool BusConnection::resets(const Frame& reply) {
   return !resets_on_request_;
 }
 
-void BusConnection::send_reply(Frame reply) {
+void BusConnection::send_reply(Frame reply, Duration delay) {
   constexpr std::uint8_t kAbort = 4;
   const bool first = std::exchange(awaits_reply_, false);
   if (fault_.wrong_toggle && (!first || !goes_on(reply)) && specifier(reply) != kAbort) {
     fault_.wrong_toggle = false;
     reply.data[0] ^= kToggle;
   }
-  if (!first) return send(reply);
+  if (!first) return send(reply, delay);
   if (is_block(reply)) fault_.wrong_toggle = false;  // a block transfer has no toggle bit
   if (resets(reply)) return;
   const ReplyFault fault = fault_;
@@ -133,9 +153,9 @@ void BusConnection::send_reply(Frame reply) {
   if (fault.lost) return;
   for (int copies = fault.twice ? 2 : 1; copies > 0; --copies) {
     if (fault.late == Duration::zero()) {
-      send(reply);
+      send(reply, delay);
     } else {
-      late_.push_back({reply, context_.now + fault.late});
+      late_.push_back({reply, context_.now + delay + fault.late});
     }
   }
 }

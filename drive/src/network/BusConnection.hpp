@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "node/Part.hpp"
+#include "node/Random.hpp"
 
 namespace tav::drive {
 
@@ -32,7 +33,9 @@ class BusConnection : public Part {
 
   BusConnection(Context& context, Effects effects);
 
-  void transmit(const nkr::can::Frame& frame);
+  void transmit(const nkr::can::Frame& frame) { transmit(frame, Duration::zero()); }
+  /** An SDO reply: it takes as long as such a drive takes, and what was done for it. */
+  void reply(const nkr::can::Frame& frame);
   /** False when a frame does not reach the drive. */
   bool accepts(const nkr::can::Frame& frame);
   /** The access that begins now is answered with this fault. */
@@ -52,8 +55,9 @@ class BusConnection : public Part {
     Time due;
   };
 
-  void send(const nkr::can::Frame& frame);
-  void send_reply(nkr::can::Frame reply);
+  void transmit(const nkr::can::Frame& frame, Duration delay);
+  void send(const nkr::can::Frame& frame, Duration delay = Duration::zero());
+  void send_reply(nkr::can::Frame reply, Duration delay);
   bool resets(const nkr::can::Frame& reply);
   [[nodiscard]] bool goes_on(const nkr::can::Frame& reply) const;
 
@@ -65,6 +69,8 @@ class BusConnection : public Part {
   bool resets_on_request_ = false;  // the next request of the access finds the node starting anew
   std::vector<LateFrame> late_;
   Time silent_until_ = Time::min();
+  Time last_reply_ = Time::min();  // of those that took their time
+  Random turnaround_;
   nkr::can::BusState state_ = nkr::can::BusState::ERROR_ACTIVE;
   Time back_at_ = Time::max();
 };

@@ -1,9 +1,13 @@
 #include "network/HeartbeatProducer.hpp"
 
+#include <algorithm>
+
 namespace tav::drive {
 
 HeartbeatProducer::HeartbeatProducer(Context& context)
-    : context_(context), period_(context.dictionary, 0x1017, 0) {
+    : context_(context),
+      period_(context.dictionary, 0x1017, 0),
+      late_(context.settings.timing.seed, "heartbeat") {
   if (period_.object() != nullptr) period_.object()->when_written([this] { schedule(); });
 }
 
@@ -13,8 +17,17 @@ void HeartbeatProducer::send(NMTState state) {
 }
 
 void HeartbeatProducer::schedule() {
+  nominal_ = context_.now;
+  schedule_next();
+}
+
+/** Lateness does not add up: the next one keeps to the grid. */
+void HeartbeatProducer::schedule_next() {
   const std::chrono::milliseconds period(period_.get());
-  due_ = period.count() == 0 ? Time::max() : context_.now + period;
+  due_ = Time::max();
+  if (period.count() == 0) return;
+  nominal_ += period;
+  due_ = nominal_ + late_.up_to(context_.settings.timing.heartbeat_jitter);
 }
 
 void HeartbeatProducer::send_boot_up() {
@@ -27,7 +40,8 @@ void HeartbeatProducer::reset(Reset /*kind*/) {
 
 void HeartbeatProducer::run() {
   send(context_.nmt);
-  schedule();
+  nominal_ = std::max(nominal_, context_.now - std::chrono::milliseconds(period_.get()));
+  schedule_next();
 }
 
 }  // namespace tav::drive

@@ -2,6 +2,7 @@
 #define TAV_DRIVE_SRC_NETWORK_HEARTBEATPRODUCER_HPP
 
 #include "node/Part.hpp"
+#include "node/Random.hpp"
 
 namespace tav::drive {
 
@@ -20,10 +21,13 @@ class HeartbeatProducer : public Part {
  private:
   void send(NMTState state);
   void schedule();
+  void schedule_next();
 
   Context& context_;
   Variable<std::uint16_t> period_;
+  Time nominal_{};  ///< when it would be due were it never late
   Time due_ = Time::max();
+  Random late_;
 };
 
 }  // namespace tav::drive

@@ -41,6 +41,8 @@ struct Context {
   std::uint8_t node_id = 0;
   NMTState nmt = NMTState::INITIALISING;
   std::function<void(const nkr::can::Frame&)> transmit;
+  std::function<void(const nkr::can::Frame&)> reply;  ///< the same for SDO replies, which take their time
+  Duration work{0};                                   ///< what the reply to come takes besides
   std::function<Admission(const Access&)> admit;  ///< asked before an access is served
   /** Told what happens, for whom asks the drive. */
   std::function<void(Event::Kind kind, std::uint32_t code, const std::string& text)> report;

@@ -137,6 +137,7 @@ void PowerStateMachine::reset(Reset kind) {
   if (kind == Reset::COMMUNICATION) return;
   last_controlword_ = 0;
   torque_inhibited_ = false;
+  if (kind == Reset::POWER_ON) commutated_ = false;
   supply_ = true;
   warning_ = false;
   enter(PowerState::NOT_READY_TO_SWITCH_ON);
@@ -194,7 +195,7 @@ void PowerStateMachine::quick_stop() {
 
 void PowerStateMachine::shutdown() {
   if (state_ == PowerState::SWITCH_ON_DISABLED) {
-    if (!torque_inhibited_) enter(PowerState::READY_TO_SWITCH_ON);
+    if (!torque_inhibited_) approach(PowerState::READY_TO_SWITCH_ON);
   } else if (state_ == PowerState::SWITCHED_ON) {
     enter(PowerState::READY_TO_SWITCH_ON);
   } else if (state_ == PowerState::OPERATION_ENABLED) {
@@ -204,7 +205,7 @@ void PowerStateMachine::shutdown() {
 
 void PowerStateMachine::switch_on() {
   if (state_ == PowerState::READY_TO_SWITCH_ON) {
-    enter(PowerState::SWITCHED_ON);
+    approach(PowerState::SWITCHED_ON);
   } else if (state_ == PowerState::OPERATION_ENABLED) {
     leave_after_stop(PowerState::SWITCHED_ON, disable_operation_option_.get() == kSlowDown);
   }
@@ -217,7 +218,7 @@ void PowerStateMachine::enable_operation() {
     after_stop_.reset();
   } else if (state_ == PowerState::READY_TO_SWITCH_ON || state_ == PowerState::SWITCHED_ON ||
              quick_stop_ends) {
-    enter(PowerState::OPERATION_ENABLED);
+    approach(PowerState::OPERATION_ENABLED);
   }
 }
 
@@ -261,8 +262,31 @@ void PowerStateMachine::inhibit_torque(bool inhibited) {
   }
 }
 
+/** A transition towards OPERATION_ENABLED takes its time, once it is asked for; any other one comes before it. */
+void PowerStateMachine::approach(PowerState state) {
+  const Timing& timing = context_.settings.timing;
+  Duration time = timing.transition;
+  if (state == PowerState::OPERATION_ENABLED && !commutated_) time += timing.commutation;
+  if (time == Duration::zero()) return enter(state);
+  if (next_at_ != Time::max() && next_ == state) return;
+  next_ = state;
+  next_at_ = context_.now + time;
+}
+
+/** The command that stands by then leads on, or back. */
+void PowerStateMachine::run() {
+  if (next_at_ > context_.now) return;
+  next_at_ = Time::max();
+  if (torque_inhibited_) return;
+  enter(next_);
+  const std::uint16_t word = controlword_.get();
+  if ((word & kFaultReset) == 0) controlword_written();
+}
+
 /** States that end by themselves do so when the motor stands. */
 void PowerStateMachine::enter(PowerState state) {
+  next_at_ = Time::max();
+  commutated_ = commutated_ || state == PowerState::OPERATION_ENABLED;
   if (state != state_) context_.report(Event::Kind::POWER_STATE, static_cast<std::uint32_t>(state), {});
   state_ = state;
   after_stop_.reset();

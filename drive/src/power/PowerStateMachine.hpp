@@ -39,6 +39,8 @@ class PowerStateMachine : public Part {
 
   void reset(Reset kind) override;
   void nmt_changed(NMTState before) override;
+  [[nodiscard]] Time next_due() const override { return next_at_; }
+  void run() override;
 
  private:
   /** The six peripheral status flags. */
@@ -62,6 +64,7 @@ class PowerStateMachine : public Part {
   void switch_on();
   void enable_operation();
   void leave_after_stop(PowerState next, bool slows_down);
+  void approach(PowerState state);
   void enter(PowerState state);
   void motion_settled();
   void move();
@@ -80,6 +83,9 @@ class PowerStateMachine : public Part {
   Errors& errors_;
   PowerState state_ = PowerState::NOT_READY_TO_SWITCH_ON;
   std::optional<PowerState> after_stop_;  ///< where an operation that is being ended leads
+  PowerState next_ = PowerState::SWITCH_ON_DISABLED;  ///< where a transition that takes time leads
+  Time next_at_ = Time::max();
+  bool commutated_ = false;  ///< it was in OPERATION_ENABLED since power-on
   std::uint16_t last_controlword_ = 0;
   bool torque_inhibited_ = false;
   bool supply_ = true;

@@ -69,7 +69,10 @@ VelocityMode::VelocityMode(Context& context)
       integral_(context.dictionary.find("motctrl_speed_pid_i"), 100),
       differential_(context.dictionary.find("motctrl_speed_pid_d"), 0) {
   if (context.settings.motor) {
-    driven_ = std::make_unique<DrivenAxis>(*context.settings.motor, context.settings.mechanics);
+    MotorParameters motor = *context.settings.motor;
+    const double brake = std::chrono::duration<double>(context.settings.timing.brake).count();
+    if (brake > 0) motor.brake_release_time = motor.brake_apply_time = brake;
+    driven_ = std::make_unique<DrivenAxis>(motor, context.settings.mechanics);
   }
   watch_objects();
 }
@@ -108,12 +111,13 @@ void VelocityMode::watch_objects() {
   }
 }
 
+void VelocityMode::power_on() {
+  power_on_ = context_.now;
+  if (driven_) driven_->power_on(context_.now);
+}
+
 void VelocityMode::reset(Reset kind) {
   if (kind == Reset::COMMUNICATION) return;
-  if (kind == Reset::POWER_ON) {
-    power_on_ = context_.now;
-    if (driven_) driven_->power_on(context_.now);
-  }
   if (driven_) take_gains();
   command(Movement::COAST);
 }

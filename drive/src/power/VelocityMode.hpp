@@ -64,6 +64,8 @@ class VelocityMode : public Part {
   /** Status word bit 11: the set-point lies outside 0x6046. */
   [[nodiscard]] bool limited() const { return limited_; }
 
+  /** The motor begins to stand at position 0. */
+  void power_on();
   void reset(Reset kind) override;
   [[nodiscard]] Time next_due() const override { return driven_ ? look_due_ : axis_.settles_at(); }
   void run() override;

@@ -402,7 +402,7 @@ Frame SDOServer::reply_with_object(std::uint8_t command) const {
 }
 
 void SDOServer::answer(const Frame& reply) {
-  context_.transmit(reply);
+  context_.reply(reply);
 }
 
 void SDOServer::abort(Abort code) {

@@ -31,7 +31,9 @@ void ParameterStore::add_command(std::uint16_t index, std::uint32_t signature,
     const auto group = static_cast<Group>(i);
     // Done while it can still be refused: a drive that could not store says so.
     object->refuse_when([this, signature, action, group](const Bytes& bytes) {
-      return unsigned_of(bytes) == signature ? (this->*action)(group) : Abort::CANNOT_STORE;
+      if (unsigned_of(bytes) != signature) return Abort::CANNOT_STORE;
+      context_.work += context_.settings.timing.store;  // memory is slow
+      return (this->*action)(group);
     });
     // What is read there tells the capability: 1, on command.
     object->when_written([object] { put_number(object->value, 1); });

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <tav/drive/MotorParameters.hpp>
+#include <tav/drive/Timing.hpp>
 
 namespace tav::drive {
 
@@ -43,6 +44,7 @@ struct Settings {
   /** The motor, its load and its supply as physics has them; nothing: an ideal motor that is where it should.
    */
   std::optional<MotorParameters> motor;
+  Timing timing;  ///< how long it takes for what it does
 };
 
 }  // namespace tav::drive
