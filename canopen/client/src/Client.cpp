@@ -54,6 +54,14 @@ void Client::cancelRequests() {
   core_->cancel_requests();
 }
 
+void Client::cancelRequests(std::uint8_t nodeId) {
+  core_->cancel_requests(nodeId);
+}
+
+bool Client::hearsTwoNodes(std::uint8_t nodeId) const {
+  return Core::is_node(nodeId) && core_->nmt().is_doubled(nodeId);
+}
+
 nkr_error_t Client::setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout) {
   if (!Core::is_node(nodeId)) return NKR_CAN_INVALID_NODE;
   return core_->set_heartbeat_timeout(nodeId, timeout);

@@ -113,11 +113,14 @@ void Client::Core::close() {
 }
 
 void Client::Core::cancel_requests() {
-  ++cancellations_;
-  for (std::uint8_t node = 1; node <= kLastNode && port_; ++node) {
-    sdo::Multiplexer object;
-    if (channels_.at(node)->cancel(object)) abort_transfer(node, object);
-  }
+  for (std::uint8_t node = 1; node <= kLastNode; ++node) cancel_requests(node);
+}
+
+void Client::Core::cancel_requests(std::uint8_t node) {
+  if (!is_node(node)) return;
+  ++cancellations_.at(node);
+  sdo::Multiplexer object;
+  if (port_ && channels_.at(node)->cancel(object)) abort_transfer(node, object);
 }
 
 /** The server shall not wait for the rest; nobody waits for the frame's way. */
@@ -180,13 +183,13 @@ nkr_error_t Client::Core::download(std::uint8_t node, std::uint32_t address, con
 nkr_error_t Client::Core::later(std::uint8_t node, LaterRequest request) {
   if (!is_node(node)) return NKR_CAN_INVALID_NODE;
   if (!port_) return NKR_CAN_NOT_CONNECTED;
-  const unsigned cancellations = cancellations_.load();
+  const unsigned cancellations = cancellations_.at(node).load();
   const SdoTimeoutScope* const scope = SdoTimeoutScope::innermost();
   const auto timeout = scope != nullptr ? std::optional(scope->timeout()) : std::nullopt;
-  return requests_.add(node, [this, cancellations, timeout, inner = std::move(request)] {
+  return requests_.add(node, [this, node, cancellations, timeout, inner = std::move(request)] {
     std::optional<SdoTimeoutScope> same;
     if (timeout) same.emplace(*timeout);
-    inner(cancellations != cancellations_.load());
+    inner(cancellations != cancellations_.at(node).load());
   });
 }
 
@@ -209,7 +212,13 @@ void Client::Core::note_failure(std::uint8_t node, sdo::Multiplexer object, bool
     failure.other_node = heard_.any_node();
   }
   failure.nmt_state = nmt_.state(node, now);
-  failure.cause = likely_cause(failure, circumstances(node, result, now));
+  TimePoint lost;
+  failure.heartbeat_lost = nmt_.is_lost(node, now, lost);
+  Circumstances found = circumstances(node, result, now);
+  found.fell_silent = failure.heartbeat_lost && heard <= lost;
+  // What it answered before says nothing of now.
+  if (failure.heartbeat_lost && result.last_answer <= lost) found.answered_other_requests = false;
+  failure.cause = likely_cause(failure, found);
   if (history_ && failure.cause != FailureCause::REFUSED_BY_NODE)
     failure.frames = std::make_shared<const std::vector<can::TracedFrame>>(history_->frames());
   failures_.failed(std::move(failure));
@@ -223,7 +232,6 @@ Circumstances Client::Core::circumstances(std::uint8_t node, const TransferResul
   Circumstances found;
   found.by_node = result.by_node;
   found.queued = result.queued;
-  found.heartbeat_lost = nmt_.is_lost(node, now);
   found.just_booted = booting && now - booted < kBooting && (!answered || result.last_answer < booted);
   found.answered_other_requests = answered && now - result.last_answer < kRecently;
   return found;

@@ -61,6 +61,7 @@ class Client::Core final : private Recovery::Access {
   nkr_error_t later(std::uint8_t node, LaterRequest request);
   /** Ends the requests that are there, those that nobody waits for included. */
   void cancel_requests();
+  void cancel_requests(std::uint8_t node);
   void ignore_stated_sizes(std::uint8_t node, bool ignored);
   nkr_error_t send_nmt(canopencore::NMTCommand command, std::uint8_t node);
   nkr_error_t send_sync();
@@ -124,7 +125,7 @@ class Client::Core final : private Recovery::Access {
   bool bus_failed_ = false;  ///< of the listener's thread
   bool watches_ = true;      ///< so is this: the timers look at the heartbeats
   bool is_complete_ = true;  ///< the system had all the threads that it needs
-  std::atomic<unsigned> cancellations_{0};
+  std::array<std::atomic<unsigned>, kLastNode + 1> cancellations_{};  ///< by node id
   Timeouts timeouts_;
   HeardTimes heard_;
   NmtMonitor nmt_;

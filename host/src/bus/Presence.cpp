@@ -47,6 +47,7 @@ class DeviceTypeTap {
 
 Presence look_for_node(nkr::can::Bus& bus, nkr::canopen::Client& client, std::uint8_t node) {
   Presence presence;
+  presence.beats_twice = client.hearsTwoNodes(node);
   NMTState nmt = NMTState::UNKNOWN;
   static_cast<void>(client.getNMTState(node, nmt));
   if (nmt == NMTState::STOPPED) {

@@ -91,6 +91,7 @@ Result DriveLink::open_client() {
     failed.detail = nkr::can::bus_advice(bus->name(), NKR_CAN_INTERFACE_GONE);
     return Result(std::move(failed));
   }
+  watch.watch(settings.interrupt, client);
   host = settings.parts.host_node;
   if (!host) host = std::make_shared<HostNode>(client, settings.host_node_id);
   events = std::make_unique<NodeEvents>(client, node);
@@ -127,12 +128,18 @@ Explanation DriveLink::explanation(Cause cause, nkr_error_t code, std::string ac
 
 Result DriveLink::check(nkr_error_t code, const std::string& action) const {
   if (code == NKR_OK) return {};
-  if (code == NKR_INTERRUPTED) return interrupted(action);
+  if (code == NKR_INTERRUPTED || (code == NKR_CAN_CANCELLED && is_interrupted())) return interrupted(action);
   Explanation failed = explanation(Cause::REQUEST, code, action);
   auto request = std::make_shared<nkr::canopen::RequestFailure>();
   if (client->getLastFailure(node, *request) == NKR_OK && request->code == code) failed.request = request;
   failed.detail = nkr::can::bus_advice(bus->name(), code);
   return Result(std::move(failed));
+}
+
+Cause DriveLink::cause_of_silence(const Explanation& explanation) {
+  const auto& request = explanation.request;
+  const bool silent = !request || request->cause == nkr::canopen::FailureCause::HEARD_THEN_LOST;
+  return silent ? Cause::FELL_SILENT : Cause::REQUEST;
 }
 
 void DriveLink::warn(const Explanation& explanation) const {
@@ -146,7 +153,7 @@ bool DriveLink::wait_until(std::chrono::steady_clock::time_point time) const {
 }
 
 bool DriveLink::is_interrupted() const {
-  return settings.interrupt != nullptr && settings.interrupt->requested();
+  return is_ending || (settings.interrupt != nullptr && settings.interrupt->requested());
 }
 
 Result DriveLink::interrupted(std::string action) const {

@@ -1,6 +1,7 @@
 #ifndef TAV_HOST_SRC_UNIT_DRIVELINK_HPP
 #define TAV_HOST_SRC_UNIT_DRIVELINK_HPP
 
+#include <atomic>
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/Client.hpp>
@@ -12,6 +13,7 @@
 #include <tavcore/CANOpenDispatcher.hpp>
 #include <tavcore/Config.hpp>
 
+#include "InterruptWatch.hpp"
 #include "NodeEvents.hpp"
 #include "UnitDispatcher.hpp"
 
@@ -27,8 +29,13 @@ class DriveLink {
   [[nodiscard]] Explanation explanation(Cause cause, nkr_error_t code, std::string action) const;
   /** Success for NKR_OK; else what the client noted of the request. */
   [[nodiscard]] Result check(nkr_error_t code, const std::string& action) const;
+  /** FELL_SILENT for a drive of which nothing comes any more; REQUEST when it sends, but does not answer. */
+  [[nodiscard]] static Cause cause_of_silence(const Explanation& explanation);
   /** Speaks to the drive under that node id from now on. */
   [[nodiscard]] Result address(std::uint8_t id);
+  /** As long as it lives, the program's request to end ends what the drive is asked. */
+  [[nodiscard]] InterruptWatch::Span interruptible() { return {watch, node, true}; }
+  [[nodiscard]] InterruptWatch::Span not_interruptible() { return {watch, node, false}; }
   void warn(const Explanation& explanation) const;
   /** Sleeps; false, at once, when the program asked to end. */
   [[nodiscard]] bool wait_until(std::chrono::steady_clock::time_point time) const;
@@ -45,6 +52,8 @@ class DriveLink {
   std::unique_ptr<NodeEvents> events;
   std::shared_ptr<nkr::tavcore::CANOpenDispatcher> dispatcher;
   std::shared_ptr<UnitDispatcher> own_dispatcher;  ///< the same; null when the program brought one
+  std::atomic<bool> is_ending{false};              ///< what is under way is to end, as for an interrupt
+  InterruptWatch watch;
 
  private:
   Result open_config();

@@ -9,6 +9,7 @@ namespace tav::host {
 Result Unit::Impl::enable(const Enabling& enabling) {
   if (is_enabled) return {};
   if (link.is_interrupted()) return link.interrupted("enable the drive");
+  const InterruptWatch::Span until_enabled = link.interruptible();
   link.events->begin_operation();
   lost_ = false;
   Result result = see_presence();
@@ -41,14 +42,24 @@ Result Unit::Impl::see_presence() {
   if (!presence.is_there) {
     if (presence.asked != NKR_SDO_TIMED_OUT) return link.check(presence.asked, "look for the drive");
     Explanation absent = link.explanation(Cause::NEVER_HEARD, presence.asked, "look for the drive");
-    if (absent.heard.last) absent.cause = Cause::FELL_SILENT;
     absent.request = link.check(presence.asked, "look for the drive").explanation().request;
+    if (absent.heard.last) absent.cause = DriveLink::cause_of_silence(absent);
     return Result(std::move(absent));
   }
-  if (presence.answered_twice) {
-    link.warn(link.explanation(Cause::TWO_NODES, NKR_OK, "look for the drive"));
-  }
+  two_nodes_told_ = false;
+  if (presence.answered_twice) tell_two_nodes();
+  see_two_nodes();
   return {};
+}
+
+void Unit::Impl::tell_two_nodes() {
+  if (std::exchange(two_nodes_told_, true)) return;
+  link.warn(link.explanation(Cause::TWO_NODES, NKR_OK, "look for the drive"));
+}
+
+/** By their heartbeats. */
+void Unit::Impl::see_two_nodes() {
+  if (link.client->hearsTwoNodes(link.node)) tell_two_nodes();
 }
 
 /** A node that is stopped serves no SDO: the walk starts it, and looks then. */
@@ -70,7 +81,10 @@ Result Unit::Impl::see_state(bool reset_fault, std::optional<State>& state) {
 /** From here on the unit's end, and that of the program, stops the drive. */
 void Unit::Impl::take_responsibility() {
   responsible_ = true;
-  if (living_ == 0) living_ = LivingUnits::add([this] { end(); });
+  if (living_ != 0) return;
+  living_ = LivingUnits::add([weak = weak_from_this()] {
+    if (const auto unit = weak.lock()) unit->end();
+  });
 }
 
 Result Unit::Impl::take_over() {

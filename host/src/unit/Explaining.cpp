@@ -27,6 +27,7 @@ Result Unit::Impl::explain(Cause fallback, const std::string& action) {
   if (!tells_why(made.heard)) {
     PowerFacts facts;
     const Result read = read_power(facts);
+    if (read.code() == NKR_INTERRUPTED) return read;
     if (read.ok()) made.power = facts;
     const bool fault =
         made.power && (facts.state == State::FAULT || facts.state == State::FAULT_REACTION_ACTIVE);
@@ -41,7 +42,7 @@ Result Unit::Impl::explain(Cause fallback, const std::string& action) {
       made.heard = link.events->heard();
       made.request = read.explanation().request;
       made.code = read.code();
-      if (made.heard.heartbeat_lost) made.cause = Cause::FELL_SILENT;
+      if (made.heard.heartbeat_lost) made.cause = DriveLink::cause_of_silence(made);
     }
   }
   if (made.heard.boot_up) {

@@ -78,8 +78,11 @@ Result Unit::Impl::look(Look& look) {
     return Result(link.explanation(Cause::NOT_ENABLED, NKR_INVALID_STATE, "follow the drive"));
   }
   if (link.is_interrupted()) return link.interrupted("follow the drive");
+  const InterruptWatch::Span while_it_looks = link.interruptible();
   Result result = read_look(look);
   if (lost_ || link.host->is_contested()) return protection_lost();
+  if (result.code() == NKR_INTERRUPTED) return result;
+  see_two_nodes();
   if (result.ok()) result = judge(look);
   if (!result.ok()) is_enabled = false;
   return result;

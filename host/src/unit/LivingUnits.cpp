@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <utility>
 
 namespace tav::host {
 
@@ -19,7 +18,7 @@ struct Entry {
 
 /** Never destroyed: exit() comes when other statics are gone. */
 struct Registry {
-  std::recursive_mutex mutex;
+  std::mutex mutex;
   std::map<int, Entry> entries;
   int last = 0;
 };
@@ -29,11 +28,14 @@ Registry& registry() {
   return *kept;
 }
 
+/** Without the lock: another thread that is at work on a unit may take it off meanwhile. */
 void stop_all() {
   Registry& all = registry();
-  const std::lock_guard<std::recursive_mutex> lock(all.mutex);
-  const std::map<int, Entry> entries = std::move(all.entries);
-  all.entries.clear();
+  std::map<int, Entry> entries;
+  {
+    const std::lock_guard<std::mutex> lock(all.mutex);
+    entries.swap(all.entries);
+  }
   for (const auto& [number, entry] : entries) {
     if (entry.process == ::getpid()) entry.stop();
   }
@@ -43,7 +45,7 @@ void stop_all() {
 
 int LivingUnits::add(std::function<void()> stop) {
   Registry& all = registry();
-  const std::lock_guard<std::recursive_mutex> lock(all.mutex);
+  const std::lock_guard<std::mutex> lock(all.mutex);
   static const bool registered = std::atexit(stop_all) == 0;
   static_cast<void>(registered);
   all.entries.emplace(++all.last, Entry{::getpid(), std::move(stop)});
@@ -52,7 +54,7 @@ int LivingUnits::add(std::function<void()> stop) {
 
 void LivingUnits::remove(int number) {
   Registry& all = registry();
-  const std::lock_guard<std::recursive_mutex> lock(all.mutex);
+  const std::lock_guard<std::mutex> lock(all.mutex);
   all.entries.erase(number);
 }
 

@@ -8,9 +8,10 @@ namespace tav::host {
 /** Who is to be stopped when the program calls exit(), or returns from main, with a unit still living. */
 class LivingUnits {
  public:
-  /** Adds a function that exit() calls, in the process that adds it alone: not in a child that it forks. */
+  /** Adds a function that exit() calls, on whatever thread that comes, in the process that adds it alone: not
+   * in a child that it forks. */
   static int add(std::function<void()> stop);
-  /** When it returns the function is not called any more. */
+  /** The function is called no more, but may be under way on the thread that called exit(). */
   static void remove(int number);
 };
 

@@ -78,6 +78,7 @@ Heard NodeEvents::heard() const {
     heard.other_node = other_node(*client_, node_);
   }
   static_cast<void>(client_->getNMTState(node_, heard.nmt));
+  heard.two_nodes = client_->hearsTwoNodes(node_);
   const std::lock_guard<std::mutex> lock(mutex_);
   heard.boot_up = boot_up_;
   heard.heartbeat_lost = heartbeat_lost_;

@@ -35,6 +35,7 @@ Result Protection::begin(std::function<void()> lost) {
   }
   if (!begun.ok()) return begun;
   const Result arranged = arrange();
+  if (arranged.code() == NKR_INTERRUPTED) return arranged;
   HostMonitoring after;
   const Result read_back = arranged.ok() ? read(after) : arranged;
   Explanation warning = link_.explanation(Cause::UNPROTECTED, NKR_OK, "let the drive watch this host");

@@ -21,6 +21,7 @@ nkr::canopencore::NMTState Unit::Impl::wait_for_nmt_state(std::chrono::milliseco
 }
 
 Result Unit::Impl::read_state(Snapshot& now) {
+  const InterruptWatch::Span while_it_reads = link.interruptible();
   const CANOpenDispatcher& drive = *link.dispatcher;
   std::int16_t target = 0;
   std::int16_t demand = 0;
@@ -41,6 +42,7 @@ Result Unit::Impl::read_state(Snapshot& now) {
 }
 
 Result Unit::Impl::read_power(PowerFacts& facts) {
+  const InterruptWatch::Span while_it_reads = link.interruptible();
   constexpr std::uint32_t kErrorCode = 0x603F0010;
   constexpr auto kSto = CANOpenDispatcher::SafetyFunctionId::STO;
   const CANOpenDispatcher& drive = *link.dispatcher;
@@ -58,6 +60,7 @@ Result Unit::Impl::read_power(PowerFacts& facts) {
 }
 
 Result Unit::Impl::read_errors(std::vector<Emergency>& errors) {
+  const InterruptWatch::Span while_it_reads = link.interruptible();
   const CANOpenDispatcher& drive = *link.dispatcher;
   int count = 0;
   errors.clear();

@@ -17,12 +17,17 @@ constexpr std::uint32_t kErrorControl = 0x700;  // heartbeat and boot-up, CiA 30
 constexpr std::uint8_t kBootUp = 0;
 constexpr std::chrono::seconds kBootTime{10};
 
-bool wait_for_boot_up(Port& port, Clock::time_point deadline) {
+constexpr std::chrono::milliseconds kLook{50};
+
+bool wait_for_boot_up(Port& port, const DriveLink& link) {
+  const Clock::time_point deadline = Clock::now() + kBootTime;
   Frame frame;
-  while (port.receive(frame, deadline) == NKR_OK) {
-    if (!frame.remote && frame.size == 1 && frame.data[0] == kBootUp) return true;
+  while (true) {
+    const nkr_error_t result = port.receive(frame, Clock::now() + kLook);
+    if (result == NKR_OK && !frame.remote && frame.size == 1 && frame.data[0] == kBootUp) return true;
+    const bool goes_on = result == NKR_OK || result == NKR_CAN_TIMED_OUT;
+    if (!goes_on || link.is_interrupted() || Clock::now() >= deadline) return false;
   }
-  return false;
 }
 
 }  // namespace
@@ -35,7 +40,8 @@ Result Unit::Impl::reset(std::uint8_t after, nkr::canopencore::NMTCommand comman
   Result done = link.address(link.node);
   if (done.ok()) done = link.check(link.dispatcher->setNMTState(command), "reset the drive");
   if (!done.ok()) return done;
-  if (!wait_for_boot_up(*listener, Clock::now() + kBootTime)) {
+  if (!wait_for_boot_up(*listener, link)) {
+    if (link.is_interrupted()) return link.interrupted("reset the drive");
     Explanation silent = link.explanation(Cause::NO_BOOT_UP, NKR_SDO_TIMED_OUT, "reset the drive");
     silent.expected = next;
     return Result(std::move(silent));

@@ -17,12 +17,11 @@ constexpr milliseconds kLongestStop{20'000};
 constexpr milliseconds kLook{20};
 /** A node that was woken changes its state within that time; its heartbeat may tell it later. */
 constexpr milliseconds kWaking{100};
+/** Of another thread, when the program ends. */
+constexpr milliseconds kLongestWork{10'000};
+constexpr milliseconds kUntilNext{5};
 
 }  // namespace
-
-Unit::Impl::~Impl() {
-  end();
-}
 
 /** Another master stopped the node, and a stopped node serves no SDO: it could not be told to stop the motor,
  * nor be seen to stand. */
@@ -34,6 +33,7 @@ void Unit::Impl::wake_node() {
 }
 
 Result Unit::Impl::stop() {
+  const InterruptWatch::Span to_its_end = link.not_interruptible();
   wake_node();
   Result result = link.check(link.dispatcher->setTargetVelocity(0), "stop the drive");
   if (result.code() == NKR_SDO_TIMED_OUT) {  // by now its state may be known
@@ -88,8 +88,18 @@ void Unit::Impl::give_up_responsibility() {
   LivingUnits::remove(std::exchange(living_, 0));
 }
 
-/** The unit's end, or the program's: whichever comes first. */
+/** exit() may come while another thread is at work: what that asks the drive is ended, and waited for. A
+ * program that does not come back from what it was called for is not waited for any longer. */
 void Unit::Impl::end() noexcept try {
+  const std::lock_guard<std::recursive_mutex> one_at_a_time(ending_);
+  link.is_ending = true;
+  std::unique_lock<std::recursive_mutex> at_work(at_work_, std::try_to_lock);
+  const auto deadline = steady_clock::now() + kLongestWork;
+  while (!at_work.owns_lock() && steady_clock::now() < deadline) {
+    link.client->cancelRequests(link.node);
+    std::this_thread::sleep_for(kUntilNext);
+    static_cast<void>(at_work.try_lock());
+  }
   if (responsible_) {
     const Result result = disable();
     if (!result.ok()) {

@@ -6,55 +6,57 @@
 namespace tav::host {
 
 std::unique_ptr<Unit> Unit::open(const UnitSettings& settings, Result& result) {
-  auto impl = std::make_unique<Impl>();
+  auto impl = std::make_shared<Impl>();
   result = impl->link.open(settings);
   return result.ok() ? std::unique_ptr<Unit>(new Unit(std::move(impl))) : nullptr;
 }
 
-Unit::Unit(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
-Unit::~Unit() = default;
+Unit::Unit(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Unit::~Unit() {
+  impl_->end();
+}
 
 Result Unit::enable(Enabling enabling) {
-  return impl_->enable(enabling);
+  return impl_->call("enable the drive", [&] { return impl_->enable(enabling); });
 }
 bool Unit::is_enabled() const {
   return impl_->is_enabled;
 }
 Result Unit::set_velocity(int velocity) {
-  return impl_->set_velocity(velocity);
+  return impl_->call("set the target velocity", [&] { return impl_->set_velocity(velocity); });
 }
 Result Unit::adopt() {
-  return impl_->adopt();
+  return impl_->call("read the target velocity back", [&] { return impl_->adopt(); });
 }
 Result Unit::follow(std::chrono::milliseconds time, const OnLook& on_look) {
-  return impl_->follow(time, on_look);
+  return impl_->call("follow the drive", [&] { return impl_->follow(time, on_look); });
 }
 Result Unit::look(Look& look) {
-  return impl_->look(look);
+  return impl_->call("follow the drive", [&] { return impl_->look(look); });
 }
 Result Unit::stop() {
-  return impl_->stop();
+  return impl_->call("stop the drive", [&] { return impl_->stop(); });
 }
 Result Unit::disable() {
-  return impl_->disable();
+  return impl_->call("disable the drive", [&] { return impl_->disable(); });
 }
 Result Unit::leave() {
-  return impl_->leave();
+  return impl_->call("leave the drive", [&] { return impl_->leave(); });
 }
 Result Unit::reset(std::uint8_t after, nkr::canopencore::NMTCommand command) {
-  return impl_->reset(after, command);
+  return impl_->call("reset the drive", [&] { return impl_->reset(after, command); });
 }
 nkr::canopencore::NMTState Unit::wait_for_nmt_state(std::chrono::milliseconds patience) {
   return impl_->wait_for_nmt_state(patience);
 }
 Result Unit::read_state(Snapshot& state) {
-  return impl_->read_state(state);
+  return impl_->call("read the state", [&] { return impl_->read_state(state); });
 }
 Result Unit::read_power(PowerFacts& facts) {
-  return impl_->read_power(facts);
+  return impl_->call("read the status word", [&] { return impl_->read_power(facts); });
 }
 Result Unit::read_errors(std::vector<nkr::canopen::Emergency>& errors) {
-  return impl_->read_errors(errors);
+  return impl_->call("read the errors", [&] { return impl_->read_errors(errors); });
 }
 Heard Unit::heard() const {
   return impl_->link.events->heard();

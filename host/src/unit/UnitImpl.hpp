@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <tav/host/Unit.hpp>
@@ -13,9 +14,13 @@
 
 namespace tav::host {
 
-class Unit::Impl {
+/** Of a unit, and of exit() as long as that stops its drive. */
+class Unit::Impl : public std::enable_shared_from_this<Unit::Impl> {
  public:
-  ~Impl();
+  /** One call of the program. exit() on another thread has it come back soon, and lets none begin after it.
+   */
+  template <class Operation>
+  Result call(const char* action, const Operation& operation);
 
   // Enabling.cpp
   Result enable(const Enabling& enabling);
@@ -28,6 +33,8 @@ class Unit::Impl {
   Result look(Look& look);
 
   // Stopping.cpp
+  /** The unit's end, or the program's: whichever comes first. */
+  void end() noexcept;
   Result stop();
   Result disable();
   Result leave();
@@ -51,6 +58,8 @@ class Unit::Impl {
 
   // Enabling.cpp
   Result see_presence();
+  void tell_two_nodes();
+  void see_two_nodes();
   Result see_state(bool reset_fault, std::optional<State>& state);
   Result take_over();
   Result walk(bool reset_fault);
@@ -68,7 +77,6 @@ class Unit::Impl {
   // Stopping.cpp
   Result wait_for_standstill();
   void wake_node();
-  void end() noexcept;
   void give_up_responsibility();
   void lose_protection();
   Result protection_lost();
@@ -77,6 +85,8 @@ class Unit::Impl {
   /** Why the drive is no longer, or did not become, enabled: what was heard first, then what it says. */
   Result explain(Cause fallback, const std::string& action);
 
+  std::recursive_mutex at_work_;  ///< of a call
+  std::recursive_mutex ending_;   ///< of the end, before at_work_
   std::unique_ptr<Controller> controller_;
   bool responsible_ = false;       ///< the unit's end is to stop the drive
   bool enabled_here_ = false;      ///< and to take its power stage off
@@ -85,7 +95,20 @@ class Unit::Impl {
   std::int16_t target_ = 0;        ///< as set by this unit
   std::uint16_t control_word_ = 0;
   bool limits_told_ = false;
+  bool two_nodes_told_ = false;
 };
+
+template <class Operation>
+Result Unit::Impl::call(const char* action, const Operation& operation) {
+  Result result;
+  {
+    const std::lock_guard<std::recursive_mutex> at_work(at_work_);
+    result = link.is_ending ? link.interrupted(action) : operation();
+  }
+  // Back in the program it may end the process: not before the drive stands.
+  if (link.is_ending) const std::lock_guard<std::recursive_mutex> ended(ending_);
+  return result;
+}
 
 }  // namespace tav::host
 

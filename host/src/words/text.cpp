@@ -139,8 +139,9 @@ std::string heard_text(const Heard& heard) {
                                  : "never heard, but node " + std::to_string(heard.other_node) + " is";
   }
   return "last heard " + std::to_string(heard.last->count()) + " ms before" +
-         (heard.nmt == NMTState::UNKNOWN ? "; no heartbeat tells its NMT state"
-                                         : ", NMT state " + nmt_name(heard.nmt));
+         (heard.nmt != NMTState::UNKNOWN ? ", NMT state " + nmt_name(heard.nmt)
+          : heard.heartbeat_lost         ? "; its heartbeat stays away"
+                                         : "; no heartbeat tells its NMT state");
 }
 
 std::string headline(const Explanation& explanation) {
@@ -173,7 +174,8 @@ std::string headline(const Explanation& explanation) {
     case Cause::NEVER_HEARD:
       return "no sign of life of the drive" + at;
     case Cause::TWO_NODES:
-      return "two nodes answer as node " + std::to_string(explanation.node) + " on " + explanation.bus;
+      return std::string(explanation.heard.two_nodes ? "two nodes send heartbeats" : "two nodes answer") +
+             " as node " + std::to_string(explanation.node) + " on " + explanation.bus;
     case Cause::REQUEST:
       return request_headline(explanation);
     case Cause::NOT_KEPT:

@@ -72,8 +72,12 @@ class LogOnStandardError {
     nkr_log_add_stderr(*level, &sink_);
     nkr_log_set_enabled(1);
   }
+  /** What a slow terminal or pipe has not taken yet is waited for. */
   ~LogOnStandardError() {
-    if (sink_ != 0) nkr_log_remove_sink(sink_);
+    constexpr std::uint32_t kLongestMs = 5000;
+    if (sink_ == 0) return;
+    static_cast<void>(nkr_log_flush(kLongestMs));
+    nkr_log_remove_sink(sink_);
   }
   LogOnStandardError(const LogOnStandardError&) = delete;
   LogOnStandardError& operator=(const LogOnStandardError&) = delete;

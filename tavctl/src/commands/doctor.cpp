@@ -96,8 +96,9 @@ bool check_node(Session& session, Report& report) {
     return false;
   }
   const Presence presence = look_for_node(session.bus(), session.client(), session.node());
-  if (presence.answered_twice) {
-    report.problem("node", "two nodes answer as " + who,
+  if (presence.answered_twice || presence.beats_twice) {
+    const char* const how = presence.answered_twice ? "answer" : "send heartbeats";
+    report.problem("node", std::string("two nodes ") + how + " as " + who,
                    "give one of them another node id: both take every command");
   }
   if (nmt != NMTState::UNKNOWN) {

@@ -131,6 +131,28 @@ TEST_F(Nmt, TheTimeSinceANodeWasHeardCountsItsReplies) {
 }
 
 /** One thread finds that the heartbeat stayed away, another one that it is back. */
+TEST(HeartbeatEvents, TellOfTwoNodesWithOneIdAndOfNoneThatIsGuarded) {
+  constexpr std::uint8_t kNode = 10;
+  using nkr::canopen::Event;
+  std::vector<Event> told;
+  nkr::canopen::NmtMonitor monitor(0ms, [&](const Event& event) { told.push_back(event); });
+  const auto beats = [&](std::uint8_t node) {
+    for (int i = 0; i < 20; ++i) {
+      const Clock::time_point at = Clock::time_point(1h) + i * 100ms;
+      monitor.arrived({0x700U + node, {0x05}}, at);
+      monitor.arrived({0x700U + node, {0x05}}, at + 3ms);
+    }
+  };
+  beats(kNode);
+  EXPECT_TRUE(monitor.is_doubled(kNode));
+  ASSERT_EQ(told.size(), 2U);
+  EXPECT_EQ(told[1].kind, Event::Kind::TWO_NODES);
+  EXPECT_EQ(told[1].node, kNode);
+  monitor.start_guarding(11, 10s, Clock::time_point(1h));
+  beats(11);
+  EXPECT_FALSE(monitor.is_doubled(11));
+}
+
 TEST(HeartbeatEvents, OfLossAndReturnAlternateWhicheverThreadFindsThem) {
   using Kind = nkr::canopen::Event::Kind;
   std::vector<Kind> told;  // the monitor tells one after the other

@@ -38,6 +38,22 @@ TEST_F(Cancel, ARunningReadEndsAndItsServerIsToldSo) {
   EXPECT_EQ(node.requests().back(), kAbort);
 }
 
+TEST_F(Cancel, ThoseToOneNodeLeaveThoseToOthers) {
+  ScriptedNode other(*bus, 11);
+  auto reading = read();
+  auto beside = std::async(std::launch::async, [this] {
+    std::uint16_t value = 0;
+    return client.getValue(11, 0x60410010, value);
+  });
+  ASSERT_TRUE(node.wait_for_requests(1));
+  ASSERT_TRUE(other.wait_for_requests(1));
+  client.cancelRequests(0);
+  client.cancelRequests(kNode);
+  EXPECT_EQ(reading.get(), NKR_CAN_CANCELLED);
+  other.send(0x58B, "4B 41 60 00 01 00 00 00");
+  EXPECT_EQ(beside.get(), NKR_OK);
+}
+
 TEST_F(Cancel, SoEndThoseThatWaitForTheirTurn) {
   auto first = read();
   ASSERT_TRUE(node.wait_for_requests(1));

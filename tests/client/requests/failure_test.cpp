@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "client/EventLog.hpp"
 #include "requests/Diagnosis.hpp"
 
 namespace tests::client {
@@ -13,6 +14,7 @@ namespace {
 
 using nkr::can::BusState;
 using nkr::can::Clock;
+using nkr::canopen::Event;
 using nkr::canopen::FailureCause;
 using nkr::canopen::RequestFailure;
 using nkr::canopencore::NMTState;
@@ -99,6 +101,20 @@ TEST_F(Failure, ANodeWhoseHeartbeatStayedAway) {
   EXPECT_EQ(failure.cause, FailureCause::HEARD_THEN_LOST);
   ASSERT_TRUE(failure.last_heard.has_value());
   EXPECT_GE(*failure.last_heard, 20ms);
+}
+
+TEST_F(Failure, ANodeWithoutHeartbeatWhoseOtherFramesComeDidNotFallSilent) {
+  EventLog events(client);
+  client.setHeartbeatTimeout(kNode, 10ms);
+  node.send(0x70A, "05");
+  events.wait_for(Event::Kind::HEARTBEAT_LOST);
+  node.send(0x08A, "00 10 01 00 00 00 00 00");
+  events.wait_for(Event::Kind::EMERGENCY);
+  const RequestFailure failure = read_fails();
+  EXPECT_EQ(failure.cause, FailureCause::SILENT_SDO_SERVER);
+  EXPECT_TRUE(failure.heartbeat_lost);
+  EXPECT_EQ(to_string(failure).find("lost power"), std::string::npos) << to_string(failure);
+  EXPECT_NE(to_string(failure).find("its heartbeat stays away"), std::string::npos) << to_string(failure);
 }
 
 TEST_F(Failure, AStoppedNodeServesNoSdo) {
@@ -241,7 +257,7 @@ TEST(LikelyCause, WhatExplainsMostComesFirst) {
   failure.nmt_state = NMTState::STOPPED;
   circumstances.answered_other_requests = true;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::STOPPED);
-  circumstances.heartbeat_lost = true;
+  circumstances.fell_silent = true;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::HEARD_THEN_LOST);
   failure.bus.state = BusState::BUS_OFF;
   EXPECT_EQ(likely_cause(failure, circumstances), FailureCause::BUS_OFF);

@@ -39,6 +39,17 @@ TEST_F(PresenceTest, OfTwoNodesWithOneId) {
   EXPECT_TRUE(look_for_node(*bus, client, kNode).answered_twice);
 }
 
+TEST_F(PresenceTest, OfTwoNodesThatBeatUnderOneId) {
+  node.on(kRead, {kDrive});
+  for (int i = 0; i < 20; ++i) node.send(0x70A, i % 2 == 0 ? "05" : "7F");
+  for (int i = 0; i < 4000 && !client.hearsTwoNodes(kNode); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  const Presence presence = look_for_node(*bus, client, kNode);
+  EXPECT_TRUE(presence.beats_twice);
+  EXPECT_FALSE(presence.answered_twice);
+}
+
 TEST_F(PresenceTest, OneAnswerTooManyIsSomebodyElsesRequest) {
   node.on(kRead, {kDrive, kDrive});
   node.on(kRead, {kDrive});

@@ -56,6 +56,8 @@ class UnitTest : public ::testing::Test {
   }
 
   DriveBeside beside;
+  nkr_error_t opened = NKR_OK;
+  std::unique_ptr<nkr::can::Port> beats = beside.bus().open({{0x700U + kNode, 0x7FF}}, opened);
   std::mutex mutex;
   std::vector<Explanation> warnings;
 };
@@ -235,6 +237,25 @@ TEST_F(UnitTest, SaysThatTheDriveFellSilent) {
   EXPECT_TRUE(is_warned_of(Cause::MAY_STILL_MOVE));
 }
 
+TEST_F(UnitTest, SaysOfADriveWhoseOtherFramesStillComeThatItDoesNotAnswer) {
+  tav::host::UnitSettings settings = beside.settings();
+  settings.sdo_timeout = 300ms;
+  auto unit = open(settings);
+  ASSERT_TRUE(unit->enable().ok());
+  ASSERT_TRUE(becomes([&] { return unit->heard().nmt == nkr::canopencore::NMTState::OPERATIONAL; }));
+  beside.unplug();
+  ASSERT_TRUE(becomes([&] { return unit->heard().heartbeat_lost; }));
+  beside.send(0x080U + kNode, {0x00, 0x10, 0x01, 0, 0, 0, 0, 0});
+  ASSERT_TRUE(becomes([&] { return !unit->heard().emergencies.empty(); }));
+  const Result followed = unit->follow(20s);
+  EXPECT_EQ(followed.cause(), Cause::REQUEST) << text(followed);
+  EXPECT_EQ(text(followed).find("lost power"), std::string::npos) << text(followed);
+  EXPECT_NE(text(followed).find("alive but answered no request"), std::string::npos) << text(followed);
+  const Result enabled = unit->enable();
+  EXPECT_EQ(enabled.cause(), Cause::REQUEST) << text(enabled);
+  EXPECT_EQ(text(enabled).find("lost power"), std::string::npos) << text(enabled);
+}
+
 TEST_F(UnitTest, NoticesATargetOfSomebodyElse) {
   auto unit = turning(200);
   beside.write_target(100);
@@ -317,6 +338,53 @@ TEST_F(UnitTest, ComesBackFromFollowingWhenTheProgramAsksToEnd) {
   EXPECT_EQ(followed.code(), NKR_INTERRUPTED);
   EXPECT_TRUE(unit->disable().ok()) << "stopping is not cut short";
   EXPECT_EQ(beside.velocity(), 0);
+}
+
+TEST_F(UnitTest, EndsARequestThatWaitsWhenTheProgramAsksToEnd) {
+  tav::host::Interrupt interrupt;
+  tav::host::UnitSettings settings = beside.settings();
+  settings.interrupt = &interrupt;
+  settings.sdo_timeout = 600s;
+  auto unit = open(settings);
+  beside.unplug();
+  const auto interrupted = [&](const std::function<Result()>& operation) {
+    interrupt.clear();
+    const auto begin = std::chrono::steady_clock::now();
+    std::thread asking([&] {
+      std::this_thread::sleep_for(100ms);  // it waits for its answer, or will
+      interrupt.request();
+    });
+    const Result result = operation();
+    asking.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 300s);
+    return result;
+  };
+  tav::host::Snapshot state;
+  tav::host::PowerFacts power;
+  std::vector<nkr::canopen::Emergency> errors;
+  EXPECT_EQ(interrupted([&] { return unit->read_state(state); }).cause(), Cause::INTERRUPTED);
+  EXPECT_EQ(interrupted([&] { return unit->read_power(power); }).cause(), Cause::INTERRUPTED);
+  EXPECT_EQ(interrupted([&] { return unit->read_errors(errors); }).cause(), Cause::INTERRUPTED);
+  EXPECT_EQ(interrupted([&] { return unit->enable(); }).cause(), Cause::INTERRUPTED);
+  EXPECT_EQ(interrupted([&] { return unit->reset(); }).cause(), Cause::INTERRUPTED);
+  EXPECT_TRUE(warnings.empty()) << headline(warnings.front());
+}
+
+TEST_F(UnitTest, WarnsOfTwoNodesThatBeatUnderOneIdWhileItFollows) {
+  auto unit = turning(200);
+  std::thread other([&] {
+    for (int i = 0; i < 3000 && !is_warned_of(Cause::TWO_NODES); ++i) {
+      // Never like the drive's own, which is operational: its states take turns with this one.
+      beside.send(0x700U + kNode, {0x7F});
+      nkr::can::Frame beat;
+      while (beats->receive(beat, nkr::can::Clock::now() + 10s) == NKR_OK && beat.data[0] == 0x7F) {
+      }
+    }
+  });
+  while (!is_warned_of(Cause::TWO_NODES) && unit->follow(50ms).ok()) {
+  }
+  other.join();
+  EXPECT_TRUE(is_warned_of(Cause::TWO_NODES));
 }
 
 TEST_F(UnitTest, EnablesNothingWhenTheProgramAskedToEnd) {

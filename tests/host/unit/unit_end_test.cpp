@@ -10,6 +10,7 @@
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/Unit.hpp>
 #include <tav/host/text.hpp>
+#include <thread>
 
 #include "host/DriveBeside.hpp"
 
@@ -116,6 +117,40 @@ TEST(TheEndOfAProgram, StopsTheDriveByExit) {
   EXPECT_EQ(program.beside().velocity(), 0);
   EXPECT_NE(program.beside().state_bits(), kOperationEnabled);
   EXPECT_EQ(program.beside().consumer_heartbeat(), 0U) << "in order: no fault is left";
+}
+
+TEST(TheEndOfAProgram, StopsTheDriveByExitOnAnotherThread) {
+  Program program([](Unit& unit, tav::host::Interrupt&) {
+    std::thread ending([] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      std::exit(7);
+    });
+    const Result followed = unit.follow(std::chrono::hours(1));
+    // Not before the drive stands: this ends the process at once.
+    if (followed.code() == NKR_INTERRUPTED) ::_exit(7);
+    ::_exit(1);
+  });
+  const int status = program.wait();
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(program.beside().velocity(), 0);
+  EXPECT_NE(program.beside().state_bits(), kOperationEnabled);
+  EXPECT_EQ(program.beside().consumer_heartbeat(), 0U) << "in order: no fault is left";
+}
+
+TEST(TheEndOfAProgram, StopsTheDriveByExitOnAnotherThreadWhateverThisOneIsAt) {
+  Program program([](Unit& unit, tav::host::Interrupt&) {
+    std::thread ending([] { std::exit(7); });
+    for (int i = 0; i < 1000; ++i) {
+      if (!unit.disable().ok() || !unit.enable().ok() || !unit.set_velocity(300).ok()) break;
+    }
+    ending.join();
+  });
+  const int status = program.wait();
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(program.beside().velocity(), 0);
+  EXPECT_NE(program.beside().state_bits(), kOperationEnabled);
 }
 
 TEST(TheEndOfAProgram, StopsTheDriveByASignalThatItHandles) {

@@ -47,6 +47,9 @@ TEST(TextTest, SaysNotBothThatANodeIsHeardAndThatItIsNot) {
   EXPECT_EQ(heard_text(heard), "last heard 0 ms before; no heartbeat tells its NMT state");
   heard.nmt = nkr::canopencore::NMTState::OPERATIONAL;
   EXPECT_EQ(heard_text(heard), "last heard 0 ms before, NMT state operational");
+  heard.nmt = nkr::canopencore::NMTState::UNKNOWN;
+  heard.heartbeat_lost = true;
+  EXPECT_EQ(heard_text(heard), "last heard 0 ms before; its heartbeat stays away");
   heard = {};
   heard.other_node = 10;
   EXPECT_EQ(heard_text(heard), "never heard, but node 10 is");

@@ -68,6 +68,7 @@ void NmtMonitor::boot_up(Node& node, Event event) {
   const bool surprising = !std::exchange(node.reset_commanded, false) && node.heard;
   node.state = event.state = NMTState::PRE_OPERATIONAL;
   node.booting = true;
+  node.rhythm.restart();
   node.last_toggle = kNoToggle;
   event.kind = surprising ? Event::Kind::UNEXPECTED_BOOT_UP : Event::Kind::BOOT_UP;
   tell_(event);
@@ -87,7 +88,15 @@ bool NmtMonitor::heartbeat(Node& node, NMTState state, Event event) {
     event.kind = Event::Kind::STATE_CHANGED;
     tell_(event);
   }
+  see_rhythm(node, event);
   return changed || returned;
+}
+
+/** The answers of a guarded node come when they are asked for. */
+void NmtMonitor::see_rhythm(Node& node, Event event) {
+  if (node.life_time != Duration::zero() || !node.rhythm.heard(node.last, node.state)) return;
+  event.kind = Event::Kind::TWO_NODES;
+  tell_(event);
 }
 
 void NmtMonitor::check(TimePoint now) {
@@ -117,15 +126,21 @@ NMTState NmtMonitor::state(std::uint8_t node, TimePoint now) const {
   return now > known.lost_at() ? NMTState::UNKNOWN : known.state;
 }
 
-bool NmtMonitor::is_lost(std::uint8_t node, TimePoint now) const {
+bool NmtMonitor::is_lost(std::uint8_t node, TimePoint now, TimePoint& since) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return now > nodes_.at(node).lost_at();
+  since = nodes_.at(node).lost_at();
+  return now > since;
 }
 
 bool NmtMonitor::is_booting(std::uint8_t node, TimePoint& when) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   when = nodes_.at(node).last;
   return nodes_.at(node).booting;
+}
+
+bool NmtMonitor::is_doubled(std::uint8_t node) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return nodes_.at(node).rhythm.is_doubled();
 }
 
 void NmtMonitor::set_heartbeat_timeout(std::uint8_t node, Duration timeout) {

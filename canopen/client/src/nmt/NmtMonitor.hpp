@@ -11,6 +11,8 @@
 #include <nkr/canopen/Event.hpp>
 #include <nkr/canopencore/NMT.hpp>
 
+#include "nmt/HeartbeatRhythm.hpp"
+
 namespace nkr::canopen {
 
 /**
@@ -40,10 +42,13 @@ class NmtMonitor {
 
   /** UNKNOWN for a node never heard and for one whose heartbeat is lost. */
   [[nodiscard]] canopencore::NMTState state(std::uint8_t node, TimePoint now) const;
-  /** Whether a heartbeat was heard and stays away. */
-  [[nodiscard]] bool is_lost(std::uint8_t node, TimePoint now) const;
+  /** True, and since when, for a node whose heartbeat was heard and stays away. */
+  [[nodiscard]] bool is_lost(std::uint8_t node, TimePoint now, TimePoint& since) const;
   /** True, and when, for a node whose last message of this kind was its boot-up. */
   [[nodiscard]] bool is_booting(std::uint8_t node, TimePoint& when) const;
+
+  /** Whether two nodes send heartbeats under that id. */
+  [[nodiscard]] bool is_doubled(std::uint8_t node) const;
 
   /** The silence after which a node whose heartbeat was heard is lost; 0: it never is. */
   void set_heartbeat_timeout(std::uint8_t node, Duration timeout);
@@ -69,6 +74,7 @@ class NmtMonitor {
     Duration life_time{};                  ///< of a guarded node; 0: it is not guarded
     std::uint8_t last_toggle = kNoToggle;  ///< of its last answer
     bool lost = false;                     ///< its loss was told
+    HeartbeatRhythm rhythm;
 
     [[nodiscard]] TimePoint lost_at() const;
     [[nodiscard]] TimePoint due() const;
@@ -76,6 +82,7 @@ class NmtMonitor {
   };
   void boot_up(Node& node, Event event);
   bool heartbeat(Node& node, canopencore::NMTState state, Event event);
+  void see_rhythm(Node& node, Event event);
 
   const Tell tell_;
   mutable std::mutex mutex_;

@@ -21,7 +21,7 @@ bool has_no_interface(const RequestFailure& failure) {
 FailureCause cause_of_silence(const RequestFailure& failure, const Circumstances& circumstances) {
   if (!failure.last_heard)
     return failure.other_node != 0 ? FailureCause::OTHER_ID_HEARD : FailureCause::NEVER_HEARD;
-  if (circumstances.heartbeat_lost) return FailureCause::HEARD_THEN_LOST;
+  if (circumstances.fell_silent) return FailureCause::HEARD_THEN_LOST;
   if (failure.nmt_state == canopencore::NMTState::STOPPED) return FailureCause::STOPPED;
   if (circumstances.just_booted) return FailureCause::BOOTING;
   if (circumstances.answered_other_requests) return FailureCause::ANSWERS_OTHER_OBJECTS;

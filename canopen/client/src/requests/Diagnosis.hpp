@@ -9,7 +9,7 @@ namespace nkr::canopen {
 struct Circumstances {
   bool by_node = false;                  ///< the code came from the node, as an abort
   bool queued = false;                   ///< it was not sent: other requests to the node took its time
-  bool heartbeat_lost = false;           ///< a heartbeat was heard and stays away
+  bool fell_silent = false;              ///< its heartbeat stays away, and no other frame came since
   bool just_booted = false;              ///< the node's last sign of life but SDO was a boot-up, a moment ago
   bool answered_other_requests = false;  ///< the node answered another request a moment ago
 };

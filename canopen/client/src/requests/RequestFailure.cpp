@@ -46,7 +46,7 @@ std::string node_text(const RequestFailure& failure) {
   if (failure.last_heard) {
     return "Node " + std::to_string(failure.node) + " was last heard " +
            milliseconds_text(*failure.last_heard) + " before, NMT state " + state_text(failure.nmt_state) +
-           ".";
+           (failure.heartbeat_lost ? ": its heartbeat stays away." : ".");
   }
   std::string text = "Node " + std::to_string(failure.node) + " was never heard";
   if (failure.other_node != 0) text += ", but node " + std::to_string(failure.other_node) + " is";

@@ -30,6 +30,8 @@ const char* to_string(Event::Kind kind) {
       return "recovered";
     case Event::Kind::CONFIGURATION_FAILED:
       return "configuration failed";
+    case Event::Kind::TWO_NODES:
+      return "two nodes with one id";
   }
   return "unknown";
 }

@@ -77,6 +77,7 @@ struct Heard {
   nkr::canopencore::NMTState nmt = nkr::canopencore::NMTState::UNKNOWN;
   bool boot_up = false;                    ///< it booted since the operation began
   bool heartbeat_lost = false;             ///< its heartbeat was heard and stays away
+  bool two_nodes = false;                  ///< two nodes send heartbeats under its id
   std::vector<std::uint16_t> emergencies;  ///< codes of its emergencies since the operation began
   std::uint8_t other_node = 0;             ///< some other node that is heard; 0: none
 };

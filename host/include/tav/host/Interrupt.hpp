@@ -10,9 +10,10 @@
 namespace tav::host {
 
 /**
- * The program's request to end what is under way. A unit that was given one comes back from enabling and
- * following within 100 ms of the request, with NKR_INTERRUPTED; stopping is not cut short by it. Any thread,
- * and a signal handler.
+ * The program's request to end what is under way. A unit that was given one comes back from enabling,
+ * following and reading within 100 ms of the request, with NKR_INTERRUPTED: what the drive was asked is
+ * cancelled. Stopping is not cut short by it, nor is what begins after the request. Any thread, and a signal
+ * handler.
  */
 class NKR_EXPORT Interrupt {
  public:

@@ -21,7 +21,8 @@ struct Presence {
   bool is_there = false;        ///< it answered, or was heard
   bool serves_sdo = false;      ///< it answered, if only with an abort
   bool is_stopped = false;      ///< NMT state stopped: it was not asked, for it serves no SDO
-  bool answered_twice = false;  ///< two nodes have this id
+  bool answered_twice = false;  ///< two nodes have this id: both answered
+  bool beats_twice = false;     ///< two nodes have this id: both send heartbeats
 };
 
 /** Asks a node for a sign of life: one SDO upload, two when the answer to the first came twice. A node that

@@ -35,8 +35,9 @@ namespace tav::host {
  * 0x1016).
  *
  * One thread at a time may call, except host_node() and the parts that are handed out, which have rules of
- * their own. Nothing throws for what a device, a file or a bus does. The C++ objects that were handed out
- * (client(), dispatcher() ...) may outlive the unit.
+ * their own. exit() may come on any thread: what another is at work on comes back with NKR_INTERRUPTED, when
+ * the drive stands. Nothing throws for what a device, a file or a bus does. The C++ objects that were handed
+ * out (client(), dispatcher() ...) may outlive the unit.
  */
 class NKR_EXPORT Unit {
  public:
@@ -151,8 +152,8 @@ class NKR_EXPORT Unit {
 
  private:
   class Impl;
-  explicit Unit(std::unique_ptr<Impl> impl);
-  std::unique_ptr<Impl> impl_;
+  explicit Unit(std::shared_ptr<Impl> impl);
+  std::shared_ptr<Impl> impl_;
 };
 
 }  // namespace tav::host

@@ -80,9 +80,15 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * requests are made as usual. From any thread, but not from a signal handler; waits for nothing.
    */
   void cancelRequests();
+  /** The same for the requests to one node; nothing for what is no node id. */
+  void cancelRequests(std::uint8_t nodeId);
 
   /** The silence after which a node whose heartbeat was heard counts as lost; 0 or less: it never does. */
   nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
+
+  /** Whether heartbeats tell that two nodes have this id: they come too often, or their states take turns.
+   * Half a second to a few seconds of them tell it, or the event TWO_NODES. */
+  [[nodiscard]] bool hearsTwoNodes(std::uint8_t nodeId) const;
 
   /** When the node gives no sign of life within that time, the event NEVER_HEARD tells. */
   nkr_error_t expectNode(std::uint8_t nodeId, Duration within);

@@ -28,6 +28,7 @@ struct Event {
     CONFIGURED,          ///< the node's configuration was written and read back for the first time
     RECOVERED,           ///< the node or the bus is back, and the node's configuration was read back from it
     CONFIGURATION_FAILED,  ///< the node's configuration is not in it: `result` and `address` say why
+    TWO_NODES,             ///< two nodes send heartbeats under one id
   };
 
   Kind kind = Kind::BOOT_UP;

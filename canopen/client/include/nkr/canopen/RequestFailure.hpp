@@ -51,6 +51,7 @@ struct RequestFailure {
   std::string bus_name;
   std::optional<std::chrono::milliseconds> last_heard;  ///< age of the node's last frame; none: never heard
   canopencore::NMTState nmt_state = canopencore::NMTState::UNKNOWN;
+  bool heartbeat_lost = false;  ///< the node's heartbeat was heard and stays away; other frames may come
   std::uint8_t other_node = 0;  ///< a node that was heard although this one never was; 0: none
   FailureCause cause = FailureCause::NEVER_HEARD;
   /** The client's last frames up to the failure, oldest first; null for what the node itself refused, and
