@@ -8,6 +8,9 @@ namespace tav::host {
 
 Result Unit::Impl::enable(const Enabling& enabling) {
   if (is_enabled) return {};
+  if (is_in_group) {
+    return Result(link.explanation(Cause::REFUSED, NKR_INVALID_STATE, "the unit moves with its group"));
+  }
   if (link.is_interrupted()) return link.interrupted("enable the drive");
   const InterruptWatch::Span until_enabled = link.interruptible();
   link.events->begin_operation();

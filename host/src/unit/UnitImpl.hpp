@@ -50,7 +50,8 @@ class Unit::Impl : public std::enable_shared_from_this<Unit::Impl> {
 
   DriveLink link;
   Protection protection{link};
-  std::atomic<bool> is_enabled{false};  ///< enable() succeeded, and nothing was seen to end it
+  std::atomic<bool> is_in_group{false};  ///< which moves it
+  std::atomic<bool> is_enabled{false};   ///< enable() succeeded, and nothing was seen to end it
 
  private:
   using Controller = nkr::tavcore::Controller;

@@ -213,6 +213,14 @@ std::string headline(const Explanation& explanation) {
       return control_word_change(explanation) + at;
     case Cause::TAKEN_OVER:
       return "the drive was enabled already, with target velocity " + number(explanation.found) + at;
+    case Cause::BUS_LOAD:
+      return "the group does not fit onto " + explanation.bus;
+    case Cause::RAMPS_DIFFER:
+      return "the units do not follow alike";
+    case Cause::OTHER_HOST:
+      return "somebody else commands the units on " + explanation.bus;
+    case Cause::GROUP_STOPPED:
+      return "the group stopped: " + explanation.detail;
     case Cause::INTERRUPTED:
       return "interrupted";
   }
@@ -268,6 +276,9 @@ std::string details(const Explanation& explanation) {
     case Cause::FILE:
     case Cause::UNKNOWN_OBJECT:
     case Cause::REFUSED:
+    case Cause::BUS_LOAD:
+    case Cause::RAMPS_DIFFER:
+    case Cause::OTHER_HOST:
       return explanation.detail;
     default:
       return text;

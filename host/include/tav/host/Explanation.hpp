@@ -68,6 +68,12 @@ enum class Cause {
   FOREIGN_CONTROL_WORD,  ///< the control word was changed
   TAKEN_OVER,            ///< it was enabled already by somebody else
 
+  // Several drives together.
+  BUS_LOAD,       ///< what a group's cycle takes of the bus does not fit; `detail` has the numbers
+  RAMPS_DIFFER,   ///< its units do not follow alike; `detail` has object and values
+  OTHER_HOST,     ///< somebody else commands its units; `detail` has the frame
+  GROUP_STOPPED,  ///< the group stopped; `detail` says why
+
   INTERRUPTED,  ///< the program asked to end
 };
 

@@ -25,6 +25,8 @@ class EDSParser;
 
 namespace tav::host {
 
+class Group;
+
 /**
  * One drive on a bus: opened in the right order, protected against this program's death, turned, stopped.
  *
@@ -64,8 +66,8 @@ class NKR_EXPORT Unit {
    *
    * That the drive would not stop when this program dies is told (Cause::UNPROTECTED) and no failure; a host
    * node id that was asked for and is in use is one.
-   * @return with Cause::NEVER_HEARD, HOST_NODE_TAKEN, IN_FAULT, STALLED with the transition and its reasons,
-   * INTERRUPTED, or what happened meanwhile: see follow()
+   * @return with Cause::REFUSED while it is moved by a group; NEVER_HEARD, HOST_NODE_TAKEN, IN_FAULT, STALLED
+   * with the transition and its reasons, INTERRUPTED, or what happened meanwhile: see follow()
    */
   Result enable(Enabling enabling);
   Result enable() { return enable(Enabling{}); }
@@ -151,6 +153,7 @@ class NKR_EXPORT Unit {
   [[nodiscard]] std::uint8_t node_id() const;
 
  private:
+  friend class Group;
   class Impl;
   explicit Unit(std::shared_ptr<Impl> impl);
   std::shared_ptr<Impl> impl_;
