@@ -100,6 +100,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "frames": {"description", "words"},
         "configuration": {"words"},
         "machine": {"words", "process"},
+        "quantities": {"words"},
         "safety": set(),
         "unit": set(),
         "group": {"unit"},

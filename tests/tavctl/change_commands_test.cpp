@@ -109,8 +109,8 @@ TEST(OptionCodes, AreSetAndReadBack) {
   const DriveOnBus drive;
   const auto result = drive.tavctl({"option-codes", "--quick-stop", "6", "--halt", "4", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.json()["quick-stop"], 6);
-  EXPECT_EQ(result.json()["halt"], 4);
+  EXPECT_EQ(result.json()["quick-stop"]["value"], 6);
+  EXPECT_EQ(result.json()["halt"]["value"], 4);
 }
 
 TEST(OptionCodes, ThatTheDriveDoesNotHaveAreRefusedByIt) {

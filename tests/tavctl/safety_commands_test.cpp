@@ -28,7 +28,7 @@ TEST(Safety, ParametersAreSetWithTheirSignature) {
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_EQ(result.json()["velocity_limit"], 321);
   EXPECT_EQ(drive.tavctl({"safety", "verify"}).code, 0);
-  EXPECT_EQ(drive.tavctl({"safety", "set", "SBC", "4", "brake_time_delay=1"}).code, 2) << "there are three";
+  EXPECT_EQ(drive.tavctl({"safety", "set", "SBC", "4", "brake_time_delay=1"}).code, 6) << "there are three";
 }
 
 TEST(Safety, ParametersAreNotChangedUnderAnEnabledMotor) {

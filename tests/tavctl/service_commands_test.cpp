@@ -26,7 +26,7 @@ TEST(Comm, IsChangedFieldByFieldAndReadBack) {
 TEST(Comm, RefusesUnknownFieldsAndValuesThatDoNotFitBeforeAnythingIsWritten) {
   const DriveOnBus drive;
   EXPECT_EQ(drive.tavctl({"comm", "set", "heartbeat=1"}).code, 2);
-  EXPECT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=65536"}).code, 2);
+  EXPECT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=65536"}).code, 6);
   EXPECT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time"}).code, 2);
   EXPECT_EQ(drive.downloads(), 0);
 }

@@ -11,6 +11,7 @@
 #include "commands/AllCommands.hpp"
 #include "commands/FaultResetOption.hpp"
 #include "commands/session/Drive.hpp"
+#include "commands/session/Quantities.hpp"
 #include "text/explained.hpp"
 
 namespace tavctl {
@@ -67,7 +68,9 @@ ExitCode move(Context& context, const MoveOptions& options) {
   session.check(unit.controller().setTavInfos(options.percent, order), "give the motion order");
   short target = 0;
   session.check(session.dispatcher()->getTargetVelocity(target), "read the target velocity back");
-  session.output().fact("Target velocity", std::to_string(target), "target_velocity", target);
+  Quantities quantities(session);
+  session.output().fact("Target velocity", quantity_text(target, quantities.units().target_velocity),
+                        "target_velocity", target);
   if (order == Move::STOP) {
     see(unit.stop());
     return ExitCode::OK;
@@ -122,10 +125,11 @@ ExitCode drive_info(Context& context) {
     throw Failure(ExitCode::NO_ANSWER, "no heartbeat of the drive was heard (" + session.where() + ")",
                   "\"tavctl doctor\" looks for the cause.");
   }
+  Quantities quantities(session);
   output.fact("Operation enabled", yes_no(enabled), "operation_enabled", enabled);
-  output.fact("Odometry", std::to_string(odometry), "odometry", odometry);
-  output.fact("Position", std::to_string(position), "position", position);
-  output.fact("Velocity", std::to_string(velocity), "velocity", velocity);
+  output.fact("Odometry", std::to_string(odometry) + " mm", "odometry", odometry);
+  output.fact("Position", quantity_text(position, quantities.units().position), "position", position);
+  output.fact("Velocity", quantity_text(velocity, quantities.units().velocity), "velocity", velocity);
   output.fact("Speed", std::to_string(percent) + " %", "speed_percent", percent);
   output.fact("Direction", direction_name(direction), "direction", direction_name(direction));
   return ExitCode::OK;

@@ -1,13 +1,17 @@
 // Units, polarity and option codes: shown, or set and read back.
 #include <array>
+#include <cctype>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tav/host/Quantity.hpp>
 #include <vector>
 
 #include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
+#include "commands/session/Quantities.hpp"
 #include "commands/session/Session.hpp"
 #include "text/Record.hpp"
 #include "text/SafetyFields.hpp"
@@ -25,9 +29,27 @@ using nkr::tavcore::CANOpenDispatcher;
 // --- units
 
 struct UnitOptions {
-  std::optional<unsigned> time, position, velocity, acceleration;
-  [[nodiscard]] bool any() const { return time || position || velocity || acceleration; }
+  std::string time, position, velocity, acceleration;
+  [[nodiscard]] bool any() const {
+    return !(time.empty() && position.empty() && velocity.empty() && acceleration.empty());
+  }
 };
+
+/** The unit that the user names, by name or number; the present one when none is named. Failure(REFUSED) for
+ * a number that means nothing, and for a unit that measures something else. */
+std::uint32_t chosen_unit(const std::string& text, UnitKind kind, const char* what, std::uint32_t present) {
+  if (text.empty()) return present;
+  const std::optional<std::int64_t> number = typed_integer(text);
+  const auto unit = number ? std::optional(static_cast<std::uint32_t>(*number)) : unit_named(text);
+  const std::string examples = "such as rpm, 0.1rpm, rev/s, mm/s, inc, deg, rev/s^2, ms";
+  if (!unit) throw Failure(ExitCode::USAGE, "\"" + text + "\" is no unit", examples);
+  const bool fits = !number || (*number >= 0 && *number <= std::numeric_limits<std::uint32_t>::max());
+  if (!fits || !is_unit(*unit)) {
+    throw Failure(ExitCode::REFUSED, text + " means no unit", "by name: " + examples);
+  }
+  if (unit_kind(*unit) == kind) return *unit;
+  throw Failure(ExitCode::REFUSED, unit_text(*unit) + " is no unit of " + what, examples);
+}
 
 CANOpenDispatcher::UnitParameters read_units(Session& session) {
   CANOpenDispatcher::UnitParameters units{};
@@ -37,10 +59,11 @@ CANOpenDispatcher::UnitParameters read_units(Session& session) {
 
 void set_units(Session& session, const UnitOptions& options) {
   CANOpenDispatcher::UnitParameters units = read_units(session);
-  units.time_unit = options.time.value_or(units.time_unit);
-  units.position_unit = options.position.value_or(units.position_unit);
-  units.velocity_unit = options.velocity.value_or(units.velocity_unit);
-  units.acceleration_unit = options.acceleration.value_or(units.acceleration_unit);
+  units.time_unit = chosen_unit(options.time, UnitKind::TIME, "time", units.time_unit);
+  units.position_unit = chosen_unit(options.position, UnitKind::POSITION, "position", units.position_unit);
+  units.velocity_unit = chosen_unit(options.velocity, UnitKind::VELOCITY, "velocity", units.velocity_unit);
+  units.acceleration_unit =
+      chosen_unit(options.acceleration, UnitKind::ACCELERATION, "acceleration", units.acceleration_unit);
   session.check(session.dispatcher()->setUnitParameters(units), "set the units");
   CANOpenDispatcher::UnitParameters kept = read_units(session);
   if (!differing_fields(units, kept, kUnitFields).empty()) not_kept(session, "the units");
@@ -48,6 +71,17 @@ void set_units(Session& session, const UnitOptions& options) {
   session.check(session.dispatcher()->updateAllSafetySignatures(), "refresh the safety signatures");
   session.output().note("the safety configuration signatures were refreshed: units are part of them");
   tell_not_stored(session.output());
+}
+
+/** Target velocity, demand and limits have a unit of their own (CiA 402-2, vl dimension factor). */
+void tell_target_unit(Session& session) {
+  Quantities quantities(session);
+  const Scale& scale = quantities.units().target_velocity;
+  const std::string factor = std::to_string(scale.numerator) + '/' + std::to_string(scale.denominator);
+  const bool is_rpm = scale.numerator == scale.denominator;
+  session.output().fact(
+      "Target velocity unit", is_rpm ? "rpm" : "rpm times " + factor, "target_velocity_unit",
+      {{"unit", "rpm"}, {"numerator", scale.numerator}, {"denominator", scale.denominator}});
 }
 
 ExitCode units(Context& context, const UnitOptions& options) {
@@ -59,9 +93,11 @@ ExitCode units(Context& context, const UnitOptions& options) {
   const CANOpenDispatcher::UnitParameters present = read_units(session);
   kUnitFields(
       [&session](const char* key, std::uint32_t unit) {
-        session.output().fact(label_of(key), padded(unit_text(unit), 12) + hex(unit, 8), key, unit);
+        session.output().fact(label_of(key), padded(unit_text(unit), 12) + hex(unit, 8), key,
+                              {{"unit", unit_text(unit)}, {"raw", unit}});
       },
       present);
+  tell_target_unit(session);
   return ExitCode::OK;
 }
 
@@ -158,7 +194,7 @@ const std::array<OptionCode, 6>& option_codes() {
   return codes;
 }
 
-using CodeOptions = std::array<std::optional<int>, 6>;
+using CodeOptions = std::array<std::string, 6>;
 
 std::string meaning_of(const OptionCode& code, int value) {
   if (value < 0) return "manufacturer specific";
@@ -167,20 +203,51 @@ std::string meaning_of(const OptionCode& code, int value) {
              : "reserved";
 }
 
+/** Letters and digits alone, in lower case: "quick-stop ramp" and quick_stop_ramp are one. */
+std::string plain(const std::string& text) {
+  std::string result;
+  for (const char sign : text) {
+    const auto byte = static_cast<unsigned char>(sign);
+    if (std::isalnum(byte) != 0) result += static_cast<char>(std::tolower(byte));
+  }
+  return result;
+}
+
+/** The value that the user says, by name or number. */
+int value_of_code(const OptionCode& code, const std::string& text) {
+  constexpr int kLowest = -32768;
+  constexpr int kHighest = 32767;
+  if (const auto number = typed_integer(text)) {
+    if (*number >= kLowest && *number <= kHighest) return static_cast<int>(*number);
+    throw Failure(ExitCode::REFUSED, text + " is no option code: -32768 to 32767");
+  }
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < code.meanings.size(); ++i) {
+    if (plain(code.meanings[i]) == plain(text)) return static_cast<int>(i);
+    names.emplace_back(code.meanings[i]);
+  }
+  throw Failure(ExitCode::USAGE, "\"" + text + "\" is none of what the drive can do on " + code.name,
+                "a number, or: " + joined(names));
+}
+
 ExitCode show_option_codes(Context& context, const CodeOptions& options) {
   Session session(context);
   const CANOpenDispatcher& drive = *session.dispatcher();
   bool any_set = false;
+  std::array<std::optional<int>, 6> wanted;
+  for (std::size_t i = 0; i < options.size(); ++i) {
+    if (!options[i].empty()) wanted[i] = value_of_code(option_codes()[i], options[i]);
+  }
   for (std::size_t i = 0; i < options.size(); ++i) {
     const OptionCode& code = option_codes()[i];
     const std::string what = std::string(code.name) + " option code";
-    if (options[i]) session.check(code.set(drive, *options[i]), "set the " + what);
-    any_set = any_set || options[i].has_value();
+    if (wanted[i]) session.check(code.set(drive, *wanted[i]), "set the " + what);
+    any_set = any_set || wanted[i].has_value();
     int value = 0;
     session.check(code.get(drive, value), "read the " + what);
     session.output().fact(code.label, padded(std::to_string(value), 4) + meaning_of(code, value), code.name,
-                          value);
-    if (options[i] && value != *options[i]) not_kept(session, "the " + what);
+                          {{"value", value}, {"name", meaning_of(code, value)}});
+    if (wanted[i] && value != *wanted[i]) not_kept(session, "the " + what);
   }
   if (any_set) tell_not_stored(session.output());
   return ExitCode::OK;
@@ -191,10 +258,10 @@ ExitCode show_option_codes(Context& context, const CodeOptions& options) {
 void add_settings(Command& program) {
   auto unit_options = std::make_shared<UnitOptions>();
   Command& unit_command = program.add("units", "Show the drive's units; set them (safety signatures follow)");
-  unit_command.option("--time", unit_options->time, "Raw unit, such as 0xFD030000 (ms)");
-  unit_command.option("--position", unit_options->position, "Raw unit");
-  unit_command.option("--velocity", unit_options->velocity, "Raw unit");
-  unit_command.option("--acceleration", unit_options->acceleration, "Raw unit");
+  unit_command.option("--time", unit_options->time, "By name (ms, s) or number (0xFD030000)");
+  unit_command.option("--position", unit_options->position, "inc, rev, deg, mm ...");
+  unit_command.option("--velocity", unit_options->velocity, "rpm, 0.1rpm, rev/s, mm/s ...");
+  unit_command.option("--acceleration", unit_options->acceleration, "rev/s^2, mm/s^2 ...");
   unit_command.on([unit_options](Context& context) { return units(context, *unit_options); });
 
   auto polarity_options = std::make_shared<PolarityOptions>();
@@ -208,8 +275,9 @@ void add_settings(Command& program) {
   Command& code_command =
       program.add("option-codes", "Show or set what the drive does on stop, halt, fault and lost host");
   for (std::size_t i = 0; i < code_options->size(); ++i) {
-    code_command.option(std::string("--") + option_codes()[i].name, (*code_options)[i], "New value")
-        .range(-32768, 32767);
+    code_command.option(
+        std::string("--") + option_codes()[i].name, (*code_options)[i],
+        "New value, by name (\"" + std::string(option_codes()[i].meanings[1]) + "\") or number");
   }
   code_command.on([code_options](Context& context) { return show_option_codes(context, *code_options); });
 }

@@ -5,6 +5,7 @@
 #include "cli/Format.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
+#include "commands/session/Quantities.hpp"
 
 namespace tavctl {
 
@@ -39,6 +40,8 @@ ExitCode state(Context& context) {
   const auto nmt = session.unit().wait_for_nmt_state(kFirstHeartbeat);
   output.fact("NMT state", nmt_name(nmt), "nmt_state", nmt_name(nmt));
   const Snapshot now = read_snapshot(session);
+  Quantities quantities(session);
+  const DriveUnits& units = quantities.units();
   const std::string name = status_word_text(now.status_word);
   output.fact("State", name, "state", name);
   const std::vector<std::string> bits = status_bits(now.status_word);
@@ -52,8 +55,8 @@ ExitCode state(Context& context) {
   output.fact("Mode of operation",
               std::to_string(static_cast<int>(displayed)) + (velocity ? " (velocity)" : ""), "mode",
               static_cast<int>(displayed));
-  output.fact("Velocity", std::to_string(now.velocity), "velocity", now.velocity);
-  output.fact("Position", std::to_string(now.position), "position", now.position);
+  output.fact("Velocity", quantity_text(now.velocity, units.velocity), "velocity", now.velocity);
+  output.fact("Position", quantity_text(now.position, units.position), "position", now.position);
   const PowerFacts power = read_power(session);
   const std::string error = last_error_text(power.error_code);
   output.fact("Last error", error, "last_error", error);

@@ -5,10 +5,12 @@
 #include <string>
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/Unit.hpp>
+#include <tav/host/number.hpp>
 #include <vector>
 
 #include "commands/AllCommands.hpp"
 #include "commands/FaultResetOption.hpp"
+#include "commands/session/Quantities.hpp"
 #include "commands/session/Session.hpp"
 #include "text/Plot.hpp"
 #include "text/explained.hpp"
@@ -22,7 +24,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kSamplePeriod{50};
 
 struct VelocityOptions {
-  std::vector<int> values;
+  std::vector<std::string> texts;
+  std::vector<int> values;  ///< what is sent for them
   std::optional<double> seconds;
   bool plot = false;
   bool leave_running = false;
@@ -85,14 +88,41 @@ bool follow_profile(Unit& unit, const VelocityOptions& options, const Unit::OnLo
   return true;
 }
 
-ExitCode velocity(Context& context, const VelocityOptions& options) {
-  if (options.values.size() > 1 && !options.seconds) {
+/** "12%" of the configured maximum; any other text is a number of the drive, or one with a unit. */
+int target_of(Session& session, Quantities& quantities, const std::string& text) {
+  constexpr int kLowest = -32768;
+  constexpr int kHighest = 32767;
+  constexpr const char* kWhat = "target velocity";
+  const Scale plain{kRpm};
+  if (text.empty() || text.back() != '%') {
+    const Scale& scale = has_unit(text) ? quantities.units().target_velocity : plain;
+    return static_cast<int>(quantities.take(text, scale, kWhat, kLowest, kHighest));
+  }
+  const auto percent = typed_real(text.substr(0, text.size() - 1));
+  if (!percent) throw Failure(ExitCode::USAGE, "\"" + text + "\" is no number", "such as 300, 12% or 1.2m/s");
+  const double exact = *percent / 100.0 * session.config()->getMaxMaintenanceSpeedValue();
+  if (!(exact >= kLowest && exact <= kHighest)) {
+    throw Failure(ExitCode::REFUSED, text + " is no target velocity: -32768 to 32767");
+  }
+  const int value = static_cast<int>(std::lround(exact));
+  session.output().note(std::string(kWhat) + ": " + text + " of maxMaintenanceSpeedValue is sent as " +
+                        quantity_text(value, quantities.units().target_velocity));
+  return value;
+}
+
+ExitCode velocity(Context& context, VelocityOptions options) {
+  if (options.texts.size() > 1 && !options.seconds) {
     throw Failure(ExitCode::USAGE, "several velocities need a time", "--for SECONDS: the time of each");
   }
   const SignalInterrupt interrupt;
   Session session(context, &interrupt);
   Unit& unit = session.unit();
+  Quantities quantities(session);
+  for (const std::string& text : options.texts) {
+    options.values.push_back(target_of(session, quantities, text));
+  }
   see(unit.enable({options.reset_fault}));
+  const DriveUnits& units = quantities.units();
   Samples samples;
   const Unit::OnLook on_look = into(samples, Clock::now());
   const bool finished = follow_profile(unit, options, on_look);
@@ -107,9 +137,9 @@ ExitCode velocity(Context& context, const VelocityOptions& options) {
     see(unit.disable());
   }
   print_samples(session.output(), samples, options.plot);
-  session.output().fact("Target velocity", std::to_string(options.values.back()), "target_velocity",
-                        options.values.back());
-  session.output().fact("Velocity at the end", std::to_string(reached), "velocity", reached);
+  session.output().fact("Target velocity", quantity_text(options.values.back(), units.target_velocity),
+                        "target_velocity", options.values.back());
+  session.output().fact("Velocity at the end", quantity_text(reached, units.velocity), "velocity", reached);
   if (!finished) return ExitCode::INTERRUPTED;
   return session.was_limited() ? ExitCode::FINDINGS : ExitCode::OK;
 }
@@ -122,9 +152,12 @@ void add_velocity(Command& program) {
       program.add("velocity",
                   "Enable the drive, turn at VALUE (one after the other), and stop again: "
                   "after --for seconds each, or on Ctrl-C (1 when the drive's limits kept it from a value)");
-  command.option("VALUE", options->values, "Target velocity in the drive's unit (tavctl units), signed")
-      .required()
-      .range(-32768, 32767);
+  command
+      .option(
+          "VALUE", options->texts,
+          "Target velocity, signed: 300 (the drive's unit: tavctl units), 300rpm, 5rev/s, 1.2m/s, or 12% of "
+          "maxMaintenanceSpeedValue")
+      .required();
   command.option("--for", options->seconds, "Seconds for each value; without it until Ctrl-C")
       .range(0.0, 1e6);
   command.flag("--plot", options->plot, "Draw demanded and actual velocity at the end");

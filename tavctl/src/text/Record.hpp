@@ -2,6 +2,7 @@
 #define TAVCTL_TEXT_RECORD_HPP
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -19,6 +20,13 @@ namespace tavctl {
 // A record of the library is shown and set field by field. What a record's fields are is said once, by a
 // function object `fields(visit, record)` that calls visit(key, field) for each of them, in order.
 
+/** How fields are shown and taken beyond what their types say: with units, by name. Empty: as the type does.
+ */
+struct FieldWords {
+  std::function<std::string(const std::string& key, const Value& value)> shown;
+  std::function<std::string(const std::string& key, const std::string& text)> taken;
+};
+
 /** "KEY=VALUE" in its two parts. Failure(USAGE) when it is none. */
 struct Assignment {
   std::string key;
@@ -29,9 +37,8 @@ struct Assignment {
 /** Takes the text as a value of the field's type. Failure(USAGE) when it is none or does not fit. */
 template <class Field>
 void assign(const Assignment& assignment, Field& field) {
-  const auto refuse = [&](const char* wanted) {
-    throw Failure(ExitCode::USAGE,
-                  "\"" + assignment.value + "\" is no value for " + assignment.key + ": " + wanted);
+  const auto refuse = [&](const char* wanted, ExitCode code = ExitCode::USAGE) {
+    throw Failure(code, "\"" + assignment.value + "\" is no value for " + assignment.key + ": " + wanted);
   };
   if constexpr (std::is_same_v<Field, bool>) {
     const std::optional<bool> flag = typed_flag(assignment.value);
@@ -49,7 +56,7 @@ void assign(const Assignment& assignment, Field& field) {
     if (!number) refuse("a whole number is wanted");
     if (*number < static_cast<std::int64_t>(Limits::min()) ||
         *number > static_cast<std::int64_t>(Limits::max())) {
-      refuse("it is out of range");
+      refuse("it is out of range", ExitCode::REFUSED);
     }
     field = static_cast<Field>(*number);
   }
@@ -82,20 +89,22 @@ template <class Record, class Fields>
 }
 
 template <class Record, class Fields>
-void show_record(Output& output, Record& record, Fields fields) {
+void show_record(Output& output, Record& record, Fields fields, const FieldWords& words = {}) {
   fields(
       [&](const char* key, const auto& field) {
-        Value value = field_value(field);
-        output.fact(label_of(key), value.text, key, json_of(value));
+        const Value value = field_value(field);
+        output.fact(label_of(key), words.shown ? words.shown(key, value) : value.text, key, json_of(value));
       },
       record);
 }
 
 /** Sets the fields that the assignments name. Failure(USAGE), with the keys there are, for an unknown one. */
 template <class Record, class Fields>
-void assign_fields(const std::vector<std::string>& texts, Record& record, Fields fields) {
+void assign_fields(const std::vector<std::string>& texts, Record& record, Fields fields,
+                   const FieldWords& words = {}) {
   for (const std::string& text : texts) {
-    const Assignment assignment = assignment_of(text);
+    Assignment assignment = assignment_of(text);
+    if (words.taken) assignment.value = words.taken(assignment.key, assignment.value);
     bool known = false;
     fields(
         [&](const char* key, auto& field) {

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <string>
+#include <tav/host/Quantity.hpp>
 
+#include "text/Values.hpp"
 #include "text/host.hpp"
 
 namespace tavctl {
@@ -22,6 +24,15 @@ template <class Units>
   return {text(units.time_unit), text(units.position_unit), text(units.velocity_unit),
           text(units.acceleration_unit)};
 }
+
+/** A field of the safety records as people read it: velocities and times with their unit, the error reaction
+ * by its name. */
+[[nodiscard]] std::string safety_field_text(const std::string& key, const Value& value,
+                                            std::uint32_t velocity_unit, std::uint32_t time_unit);
+
+/** What the values of a key of the safety records are measured in. */
+enum class SafetyMeasure { NONE, VELOCITY, TIME };
+[[nodiscard]] SafetyMeasure safety_measure(const std::string& key);
 
 }  // namespace tavctl
 

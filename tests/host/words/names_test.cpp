@@ -35,11 +35,5 @@ TEST(ErrorRegister, NamesItsBits) {
   EXPECT_NE(tav::host::error_register_text(0x02).find("current"), std::string::npos);
 }
 
-TEST(UnitText, ReadsPrefixNumeratorAndDenominator) {
-  EXPECT_EQ(tav::host::unit_text(0xFD030000), "ms");
-  EXPECT_EQ(tav::host::unit_text(0x00B44700), "rev/min");
-  EXPECT_EQ(tav::host::unit_text(0x00B50000), "inc");
-}
-
 }  // namespace
 }  // namespace tests::host

@@ -49,9 +49,6 @@ enum class GroupState : std::uint8_t;
 /** What an error code (0x603F, an emergency) says: "0x3220 DC link under-voltage"; "none" for 0. */
 [[nodiscard]] NKR_EXPORT std::string last_error_text(std::uint16_t code);
 
-/** A unit object (prefix, numerator, denominator; CiA 303-2) as text: 0xFD030000 is "ms". */
-[[nodiscard]] NKR_EXPORT std::string unit_text(std::uint32_t unit);
-
 /** "0x" and at least `digits` hexadecimal digits, upper case. */
 [[nodiscard]] NKR_EXPORT std::string hex(std::uint64_t value, int digits);
 

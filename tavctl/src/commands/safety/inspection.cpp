@@ -15,28 +15,36 @@ namespace tavctl {
 
 namespace {
 
+using Units = nkr::tavcore::CANOpenDispatcher::UnitParameters;
+
 template <class Record, class Fields>
-void print_record(Output& output, const std::string& title, Record record, Fields fields) {
+void print_record(Output& output, const std::string& title, Record record, Fields fields,
+                  const Units& units = {}) {
   output.line(title);
-  fields([&](const char* key,
-             const auto& field) { output.line("  " + padded(label_of(key), 32) + field_value(field).text); },
-         record);
+  fields(
+      [&](const char* key, const auto& field) {
+        output.line("  " + padded(label_of(key), 32) +
+                    safety_field_text(key, field_value(field), units.velocity_unit, units.time_unit));
+      },
+      record);
 }
 
 template <class Records, class Fields>
-void print_records(Output& output, const std::string& function, const Records& records, Fields fields) {
+void print_records(Output& output, const std::string& function, const Records& records, Fields fields,
+                   const Units& units) {
   for (std::size_t i = 0; i < records.size(); ++i) {
-    print_record(output, function + " " + std::to_string(i + 1), records[i], fields);
+    print_record(output, function + " " + std::to_string(i + 1), records[i], fields, units);
   }
 }
 
 void print_configuration(Output& output, const SafetyFile& file) {
+  const Units& units = file.configuration.units;
   output.put("configuration", json_of(file));
-  print_record(output, "Units", unit_texts(file.configuration.units), kUnitFields);
+  print_record(output, "Units", unit_texts(units), kUnitFields);
   print_record(output, "STO 1", file.configuration.sto, kStoFields);
-  print_records(output, "SLS", file.configuration.sls, kHeldSlsFields);
-  print_records(output, "SDI", file.configuration.sdi, kSdiFields);
-  print_records(output, "SBC", file.configuration.sbc, kSbcFields);
+  print_records(output, "SLS", file.configuration.sls, kHeldSlsFields, units);
+  print_records(output, "SDI", file.configuration.sdi, kSdiFields, units);
+  print_records(output, "SBC", file.configuration.sbc, kSbcFields, units);
   output.line("");
 }
 

@@ -5,6 +5,7 @@
 
 #include "commands/safety/SafetyCommands.hpp"
 #include "commands/session/Drive.hpp"
+#include "commands/session/Quantities.hpp"
 #include "commands/session/Safety.hpp"
 #include "text/Record.hpp"
 #include "text/SafetyFields.hpp"
@@ -22,12 +23,14 @@ void set_parameters(Session& session, const std::string& name, const std::vector
                     Fields fields, Read read, Write write) {
   Record wanted{};
   unsigned short signature = 0;
+  Quantities quantities(session);
+  const FieldWords words = quantities.safety_words();
   session.check(read(wanted, signature), "read the parameters of " + name);
-  assign_fields(assignments, wanted, fields);
+  assign_fields(assignments, wanted, fields, words);
   session.check(write(wanted), "write the parameters of " + name);
   Record held{};
   session.check(read(held, signature), "read the parameters of " + name + " back");
-  show_record(session.output(), held, fields);
+  show_record(session.output(), held, fields, words);
   const std::vector<std::string> different = differing_fields(wanted, held, fields);
   if (!different.empty()) {
     throw Failure(ExitCode::REFUSED,
@@ -45,7 +48,7 @@ struct SetArguments {
 
 void see_instance(const SetArguments& arguments, int most) {
   if (arguments.instance >= 1 && arguments.instance <= most) return;
-  throw Failure(ExitCode::USAGE, arguments.function + " has instances 1 to " + std::to_string(most));
+  throw Failure(ExitCode::REFUSED, arguments.function + " has instances 1 to " + std::to_string(most));
 }
 
 ExitCode set(Context& context, const SetArguments& arguments) {
@@ -91,11 +94,13 @@ void add_safety_parameters(Command& safety) {
       .one_of({"STO", "SLS", "SDI", "SBC"});
   command.option("INSTANCE", arguments->instance, "From 1").required();
   command.option("KEY=VALUE", arguments->assignments, "Fields, as below").required();
-  command.footer("Fields:\n  STO 1       " + field_keys<Dispatcher::STOParameters>(kStoFields) +
-                 "\n  SLS 1 to 8  " + field_keys<Dispatcher::SLSParameters>(kSlsFields) + "\n  SDI 1, 2    " +
-                 field_keys<Dispatcher::SDIParameters>(kSdiFields) + "\n  SBC 1 to 3  " +
-                 field_keys<Dispatcher::SBCParameters>(kSbcFields) +
-                 "\nThe signature is written behind them; the drive gives no torque while one does not fit.");
+  command.footer(
+      "Fields:\n  STO 1       " + field_keys<Dispatcher::STOParameters>(kStoFields) + "\n  SLS 1 to 8  " +
+      field_keys<Dispatcher::SLSParameters>(kSlsFields) + "\n  SDI 1, 2    " +
+      field_keys<Dispatcher::SDIParameters>(kSdiFields) + "\n  SBC 1 to 3  " +
+      field_keys<Dispatcher::SBCParameters>(kSbcFields) +
+      "\nVelocities and times may have units (0.3m/s, 50rpm, 200ms); error_reaction is STO or none."
+      "\nThe signature is written behind them; the drive gives no torque while one does not fit.");
   command.on([arguments](Context& context) { return set(context, *arguments); });
 }
 
