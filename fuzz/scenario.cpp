@@ -16,9 +16,10 @@ using tav::drive::VirtualDrive;
 
 constexpr std::size_t kMostPlayed = 40;  // a drive for each event would take too long
 
-std::unique_ptr<VirtualDrive> make_drive() {
+std::unique_ptr<VirtualDrive> make_drive(bool with_motor) {
   tav::drive::Settings settings;
   settings.node_id = 1;
+  if (with_motor) settings.motor.emplace();
   std::string problem;
   auto drive = VirtualDrive::from_file(TAV_DESCRIPTION, settings, problem);
   if (!drive) std::abort();
@@ -48,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   if (scenario.events.empty() || scenario.events.size() > kMostPlayed) return 0;
-  const auto drive = make_drive();
+  const auto drive = make_drive(size % 2 != 0);
   if (drive->play(scenario, problem)) use(*drive);
+  (void)drive->finish_scenario();
   return 0;
 }

@@ -26,6 +26,87 @@ std::vector<std::unique_ptr<SDOServer>> make_sdo_servers(Context& context) {
   return servers;
 }
 
+void disturb_encoder(Encoder& encoder, const Action& action) {
+  using Fault = Action::EncoderFault;
+  switch (static_cast<Fault>(action.code)) {
+    case Fault::OK:
+      encoder.disturb(0);
+      return encoder.fail(Encoder::Fault::NONE);
+    case Fault::STUCK:
+      return encoder.fail(Encoder::Fault::STUCK);
+    case Fault::INVERTED:
+      return encoder.fail(Encoder::Fault::INVERTED);
+    case Fault::OFFSET:
+      return encoder.jump(action.value);
+    case Fault::NOISE:
+      return encoder.disturb(action.value);
+  }
+}
+
+void disturb_brake(HoldingBrake& brake, const Action& action) {
+  using Fault = Action::BrakeFault;
+  const auto fault = static_cast<Fault>(action.code);
+  brake.wear(fault == Fault::WORN ? action.number : 0.0);
+  brake.fail(fault == Fault::STUCK_OPEN     ? HoldingBrake::Fault::STUCK_OPEN
+             : fault == Fault::STUCK_CLOSED ? HoldingBrake::Fault::STUCK_CLOSED
+                                            : HoldingBrake::Fault::NONE);
+}
+
+void change_quantity(Motor& motor, const Action& action) {
+  using Quantity = Action::Quantity;
+  MotorParameters parameters = motor.parameters();
+  switch (action.quantity) {
+    case Quantity::LOAD:
+      parameters.mass = action.number;
+      break;
+    case Quantity::SLOPE:
+      parameters.slope = action.number;
+      break;
+    case Quantity::FRICTION:
+      parameters.friction_torque = action.number;
+      break;
+    case Quantity::AMBIENT:
+      parameters.ambient = action.number;
+      break;
+    case Quantity::VOLTAGE:
+      return motor.supply().set_source(action.number);
+  }
+  motor.load(parameters);
+}
+
+double quantity_of(const Motor& motor, Action::Quantity quantity) {
+  switch (quantity) {
+    case Action::Quantity::LOAD:
+      return motor.parameters().mass;
+    case Action::Quantity::SLOPE:
+      return motor.parameters().slope;
+    case Action::Quantity::FRICTION:
+      return motor.parameters().friction_torque;
+    case Action::Quantity::AMBIENT:
+      return motor.parameters().ambient;
+    case Action::Quantity::VOLTAGE:
+      break;
+  }
+  return motor.supply().source();
+}
+
+void disturb_motor(DrivenAxis& axis, const Action& action) {
+  switch (action.kind) {
+    case Action::Kind::QUANTITY:
+      return change_quantity(axis.motor(), action);
+    case Action::Kind::ENCODER:
+      return disturb_encoder(axis.encoder(), action);
+    case Action::Kind::BRAKE:
+      return disturb_brake(axis.motor().brake(), action);
+    case Action::Kind::PHASE:
+      return axis.motor().lose_phase(!action.on);
+    case Action::Kind::BATTERY:
+      return axis.motor().supply().connect(action.on);
+    default:
+      return;
+  }
+}
+
 std::int32_t Environment::*place_of(Action::Sensor sensor) {
   switch (sensor) {
     case Action::Sensor::BATTERY_VOLTAGE:
@@ -98,9 +179,12 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
 
 BusConnection::Effects Machine::effects_of_bus(Outputs outputs) {
   constexpr std::uint16_t kRecoveredFromBusOff = 0x8140;
-  return {std::move(outputs.transmit), std::move(outputs.bus_state), [this] { reset(Reset::NODE); },
+  return {std::move(outputs.transmit),
+          std::move(outputs.bus_state),
+          [this] { reset(Reset::NODE); },
           [this] { communication_lost(kRecoveredFromBusOff, {}); },
-          [this] { errors_.clear(kRecoveredFromBusOff, {}); }};
+          [this] { errors_.clear(kRecoveredFromBusOff, {}); },
+          [this](const nkr::can::Frame& frame) { take(frame); }};
 }
 
 ScenarioPlayer::Effects Machine::effects_of_scenario() {
@@ -109,7 +193,13 @@ ScenarioPlayer::Effects Machine::effects_of_scenario() {
           [this](std::uint16_t code) { errors_.clear_code(code); },
           [this](std::uint16_t code) { emergencies_.send(code, errors_.error_register(), {}); },
           [this](bool demanded) { safety_control_.set_torque_off_input(demanded); },
-          [this](Action::Sensor sensor, std::int32_t value) { set_sensor(sensor, value); }};
+          [this](Action::Sensor sensor, std::int32_t value) { set_sensor(sensor, value); },
+          [this](Action::Sensor sensor) { health_.release(place_of(sensor)); },
+          [this](const Action& action, bool only_asks) { return to_machine(action, only_asks); },
+          [this](Action::Quantity which) { return quantity(which); },
+          [this](const nkr::can::Frame& frame) { bus_.receive_from_bus(frame); },
+          [this](Signal which) { return signal(which); },
+          [this] { return power_.state(); }};
 }
 
 HeartbeatConsumer::Events Machine::heartbeat_events() {
@@ -201,6 +291,85 @@ void Machine::set_sensor(Action::Sensor sensor, std::int32_t value) {
   health_.force(place_of(sensor), value);
 }
 
+/** What happens to motor, supply and memory. @return why it has no effect; empty when it has */
+std::string Machine::to_machine(const Action& action, bool only_asks) {
+  using Does = Action::Kind;
+  if (action.kind == Does::POWER) {
+    if (!only_asks) set_power(action.on);
+    return {};
+  }
+  if (action.kind == Does::FLASH) {
+    if (!only_asks) store_.fail(!action.on);
+    return {};
+  }
+  DrivenAxis* const axis = velocity_mode_.driven();
+  if (axis == nullptr) return "on an ideal motor this has no effect (tav-drive --motor, Settings::motor)";
+  if (only_asks) return {};
+  (void)velocity_mode_.velocity();  // until now it was as it was
+  disturb_motor(*axis, action);
+  velocity_mode_.wake();
+  return {};
+}
+
+double Machine::quantity(Action::Quantity which) {
+  const DrivenAxis* const axis = velocity_mode_.driven();
+  return axis == nullptr ? 0.0 : quantity_of(axis->motor(), which);
+}
+
+std::optional<double> Machine::signal(Signal which) {
+  constexpr double kThousandth = 1000;
+  const double speed = velocity_mode_.velocity();
+  const DrivenAxis* const axis = velocity_mode_.driven();
+  switch (which) {
+    case Signal::SPEED:
+      return speed;
+    case Signal::POSITION:
+      return static_cast<double>(velocity_mode_.position());
+    case Signal::CURRENT:
+      return axis != nullptr ? axis->motor().current() : health_.environment().phase_current_ma / kThousandth;
+    case Signal::VOLTAGE:
+      return axis != nullptr ? axis->motor().supply().voltage()
+                             : health_.environment().battery_mv / kThousandth;
+    case Signal::STAGE:
+      return axis != nullptr ? axis->motor().stage_temperature()
+                             : static_cast<double>(health_.environment().mosfet_1_celsius);
+    case Signal::BRAKE:
+      return power_.brake_applied() ? 1.0 : 0.0;
+    case Signal::TIME:
+      return std::chrono::duration<double>(context_.now - powered_).count();
+    case Signal::TORQUE:
+      if (axis == nullptr) return std::nullopt;
+      return axis->motor().parameters().torque_constant * axis->motor().current();
+    case Signal::WINDING:
+      break;
+  }
+  return axis == nullptr ? std::nullopt : std::optional(axis->motor().winding_temperature());
+}
+
+/** The supply goes or comes. The drive bears to be without for a moment. */
+void Machine::set_power(bool on) {
+  constexpr std::chrono::milliseconds kHoldUp(20);
+  if (std::exchange(supplied_, on) == on) return;
+  if (DrivenAxis* const axis = velocity_mode_.driven()) {
+    (void)velocity_mode_.velocity();
+    axis->motor().supply().connect(on);
+    velocity_mode_.wake();
+  }
+  dies_at_ = on || off_ ? Time::max() : context_.now + kHoldUp;
+  if (!on || !off_) return;
+  off_ = false;
+  velocity_mode_.forget_position();
+  reset(Reset::POWER_ON);
+}
+
+void Machine::die() {
+  dies_at_ = boot_at_ = Time::max();
+  const Because because(context_, "the supply is off");
+  enter(NMTState::INITIALISING);
+  off_ = true;
+  velocity_mode_.command(Movement::COAST);
+}
+
 bool Machine::play(const Scenario& scenario, std::string& problem) {
   if (!player_.play(scenario, problem)) return false;
   plan();
@@ -220,7 +389,8 @@ const Object* Machine::read(std::string_view name) {
 void Machine::remember(Event::Kind kind, std::uint32_t code, const std::string& text) {
   constexpr std::size_t kMost = 1000;
   if (events_.size() == kMost) events_.erase(events_.begin());
-  events_.push_back({context_.now, kind, code, text});
+  events_.push_back({context_.now, kind, code, text, context_.cause});
+  player_.happened(events_.back());
 }
 
 /** The node id that the drive's maker gave it, as if stored at delivery. */
@@ -258,6 +428,7 @@ void Machine::load_values(Reset kind) {
 void Machine::power_on(Time now) {
   if (context_.nmt != NMTState::INITIALISING) return;
   context_.now = now;
+  powered_ = now;
   player_.power_on();
   velocity_mode_.power_on();
   reset(Reset::POWER_ON);
@@ -304,17 +475,21 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
   advance(now);
   if (context_.nmt == NMTState::INITIALISING) return;
   if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
-  if (bus_.accepts(frame)) {
-    for (Part* const part : parts_) part->receive(frame);
-  }
+  bus_.receive_from_bus(frame);
   process_data_.sample();
   plan();
 }
 
+void Machine::take(const nkr::can::Frame& frame) {
+  if (context_.nmt == NMTState::INITIALISING) return;
+  for (Part* const part : parts_) part->receive(frame);
+}
+
 void Machine::advance(Time now) {
-  if (context_.nmt == NMTState::INITIALISING && !booting()) return;
+  if (context_.nmt == NMTState::INITIALISING && !booting() && !off_) return;
   while (next_due_ <= now) {
     context_.now = std::max(context_.now, next_due_);
+    if (dies_at_ <= context_.now) die();
     if (boot_at_ <= context_.now) boot();
     for (Part* const part : parts_) {
       if (part->next_due() <= context_.now && acts(*part)) part->run();
@@ -327,11 +502,11 @@ void Machine::advance(Time now) {
 
 /** While the drive boots nothing of it acts but what happens to it. */
 bool Machine::acts(const Part& part) const {
-  return !booting() || &part == &player_ || &part == &bus_ || &part == &velocity_mode_;
+  return !(booting() || off_) || &part == &player_ || &part == &bus_ || &part == &velocity_mode_;
 }
 
 void Machine::plan() {
-  next_due_ = boot_at_;
+  next_due_ = std::min(boot_at_, dies_at_);
   for (Part* const part : parts_) {
     if (acts(*part)) next_due_ = std::min(next_due_, part->next_due());
   }

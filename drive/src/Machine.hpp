@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -47,6 +48,8 @@ class Machine {
   void clear_fault(std::uint16_t code);
   void measure(const Environment& environment);
   bool play(const Scenario& scenario, std::string& problem);
+  std::vector<Verdict> finish_scenario() { return player_.finish(); }
+  [[nodiscard]] bool scenario_stopped() const { return player_.stopped(); }
   /** False when the file of the non-volatile memory is damaged. */
   [[nodiscard]] bool memory_readable() const { return store_.readable(); }
   [[nodiscard]] Time now() const { return context_.now; }
@@ -68,6 +71,11 @@ class Machine {
   void follow_safety();
   void safety_violated(const SafeMotion::Violation& violation);
   void set_sensor(Action::Sensor sensor, std::int32_t value);
+  [[nodiscard]] std::string to_machine(const Action& action, bool only_asks);
+  [[nodiscard]] double quantity(Action::Quantity quantity);
+  [[nodiscard]] std::optional<double> signal(Signal signal);
+  void set_power(bool on);
+  void die();
   void communication_lost(std::uint16_t code, const VendorBytes& vendor);
   void behave_on_error(std::uint8_t subindex);
   void behave_on_error_of(std::uint16_t code);
@@ -75,6 +83,7 @@ class Machine {
   void reset(Reset kind);
   void boot();
   [[nodiscard]] Duration boot_time(Reset kind) const;
+  void take(const nkr::can::Frame& frame);
   [[nodiscard]] bool booting() const { return boot_at_ != Time::max(); }
   void deliver_node_id();
   void load_values(Reset kind);
@@ -105,6 +114,10 @@ class Machine {
   ProcessDataObjects process_data_;
   std::vector<Part*> parts_;  // all of them, in the order in which they act
   Time next_due_ = Time::max();
+  Time powered_{};  ///< for the first time
+  bool supplied_ = true;
+  bool off_ = false;            ///< without supply for longer than it bears
+  Time dies_at_ = Time::max();  ///< without supply
   Reset boots_after_ = Reset::POWER_ON;
   Time boot_at_ = Time::max();  ///< when the drive that boots is ready
   std::vector<Event> events_;

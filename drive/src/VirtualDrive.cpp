@@ -167,6 +167,16 @@ bool VirtualDrive::play(const Scenario& scenario, std::string& problem) {
   return played;
 }
 
+std::vector<Verdict> VirtualDrive::finish_scenario() {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.finish_scenario();
+}
+
+bool VirtualDrive::scenario_stopped() const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->machine.scenario_stopped();
+}
+
 std::uint8_t VirtualDrive::node_id() const {
   const std::lock_guard<std::mutex> lock(impl_->mutex);
   return impl_->machine.node_id();

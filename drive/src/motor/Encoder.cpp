@@ -19,6 +19,12 @@ void Encoder::fail(Fault fault) {
   still_ = 0;
 }
 
+void Encoder::restart() {
+  // Inverted, it counts the other way from the same place.
+  offset_ += fault_ == Fault::INVERTED ? counts_ : -counts_;
+  counts_ = 0;
+}
+
 void Encoder::jump(std::int32_t counts) {
   offset_ += counts;
   still_ = 0;

@@ -22,10 +22,14 @@ class Encoder {
 
   [[nodiscard]] std::int64_t counts() const { return counts_; }
   [[nodiscard]] double velocity() const { return velocity_; }  ///< in 1/min
+  /** Part of a difference that its filter takes in a cycle. */
+  [[nodiscard]] double follows() const { return follows_; }
   /** Another look at the same angle would change nothing. */
   [[nodiscard]] bool settled() const { return still_ >= kStandsAfter && noise_ == 0; }
 
   void fail(Fault fault);
+  /** It counts from 0 again, where it is. */
+  void restart();
   /** It jumps by that many counts. */
   void jump(std::int32_t counts);
   /** Each look is wrong by up to that many counts, by a generator of its own. */

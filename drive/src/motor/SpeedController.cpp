@@ -1,11 +1,15 @@
 #include "motor/SpeedController.hpp"
 
+#include <cmath>
+
 #include "motor/Grid.hpp"
 
 namespace tav::drive {
 
 SpeedController::SpeedController(const MotorParameters& parameters, double inertia)
-    : nominal_proportional_(2 * parameters.damping * parameters.bandwidth * inertia /
+    : ampere_seconds_(inertia / parameters.torque_constant),
+      limit_(parameters.current_limit),
+      nominal_proportional_(2 * parameters.damping * parameters.bandwidth * inertia /
                             parameters.torque_constant),
       nominal_integral_(parameters.bandwidth * parameters.bandwidth * inertia / parameters.torque_constant) {
   set_gains({});
@@ -25,10 +29,13 @@ void SpeedController::reset() {
   sum_ = wanted_current_ = 0;
 }
 
-double SpeedController::run(double wanted, double measured) {
+double SpeedController::run(double wanted, double measured, double acceleration) {
   const double error = wanted - measured;
   sum_ += integral_ * error * kControlSeconds;
   wanted_current_ = proportional_ * error + sum_;
+  // A step of the wanted speed is no ramp: nothing could give that acceleration.
+  const double ahead = ampere_seconds_ * acceleration;
+  if (std::abs(ahead) <= limit_) wanted_current_ += ahead;
   if (differential_ != 0) wanted_current_ -= differential_ * (measured - last_measured_) / kControlSeconds;
   last_measured_ = measured;
   return wanted_current_;

@@ -22,8 +22,11 @@ class SpeedController {
   void set_gains(const Gains& gains);
   void reset();
 
-  /** The current that is to flow, in A, from wanted and measured speed in rad/s. */
-  double run(double wanted, double measured);
+  /**
+   * The current that is to flow, in A, from wanted and measured speed in rad/s.
+   * @param acceleration  of the wanted speed, in rad/s2: what it needs is given before there is an error
+   */
+  double run(double wanted, double measured, double acceleration = 0);
   /**
    * What flowed of it: where a limit acted, the integral part follows the limit and not the error, so that it
    * does not overshoot when the limit ends.
@@ -31,6 +34,8 @@ class SpeedController {
   void flowed(double current);
 
  private:
+  double ampere_seconds_;  ///< per rad/s: of the whole inertia
+  double limit_;           ///< of the current
   double nominal_proportional_;
   double nominal_integral_;
   double proportional_ = 0;  ///< in A s/rad

@@ -97,10 +97,39 @@ void BusConnection::send(const Frame& frame, Duration delay) {
   if (delay > Duration::zero()) {
     // Replies stay in order.
     last_reply_ = std::max(last_reply_, context_.now + delay);
-    late_.push_back({frame, last_reply_});
+    late_.push_back({frame, last_reply_, false, false});
     return;
   }
+  if (!context_.pass) return put_on_bus(frame);
+  const Passage passage = context_.pass(frame);
+  for (int copy = 0; copy < passage.copies; ++copy) {
+    if (passage.delay > Duration::zero()) {
+      late_.push_back({passage.frame, context_.now + passage.delay, true, false});
+    } else {
+      put_on_bus(passage.frame);
+    }
+  }
+}
+
+void BusConnection::put_on_bus(const Frame& frame) {
   if (context_.on_bus && context_.now >= silent_until_) effects_.transmit(frame);
+}
+
+void BusConnection::receive_from_bus(const Frame& frame) {
+  if (!context_.on_bus) return;
+  if (!context_.pass) return take_from_bus(frame);
+  const Passage passage = context_.pass(frame);
+  for (int copy = 0; copy < passage.copies; ++copy) {
+    if (passage.delay > Duration::zero()) {
+      late_.push_back({passage.frame, context_.now + passage.delay, true, true});
+    } else {
+      take_from_bus(passage.frame);
+    }
+  }
+}
+
+void BusConnection::take_from_bus(const Frame& frame) {
+  if (accepts(frame)) effects_.received(frame);
 }
 
 void BusConnection::reply(const Frame& frame) {
@@ -155,7 +184,7 @@ void BusConnection::send_reply(Frame reply, Duration delay) {
     if (fault.late == Duration::zero()) {
       send(reply, delay);
     } else {
-      late_.push_back({reply, context_.now + delay + fault.late});
+      late_.push_back({reply, context_.now + delay + fault.late, false, false});
     }
   }
 }
@@ -168,11 +197,19 @@ Time BusConnection::next_due() const {
 
 void BusConnection::run() {
   if (back_at_ <= context_.now) restore();
-  const auto is_due = [this](const LateFrame& late) { return late.due <= context_.now; };
-  for (const LateFrame& late : late_) {
-    if (is_due(late)) send(late.frame);
+  const auto waits = [this](const LateFrame& late) { return late.due > context_.now; };
+  const auto first = std::stable_partition(late_.begin(), late_.end(), waits);
+  const std::vector<LateFrame> due(first, late_.end());
+  late_.erase(first, late_.end());
+  for (const LateFrame& late : due) {
+    if (late.incoming) {
+      take_from_bus(late.frame);
+    } else if (late.passed) {
+      put_on_bus(late.frame);
+    } else {
+      send(late.frame);
+    }
   }
-  late_.erase(std::remove_if(late_.begin(), late_.end(), is_due), late_.end());
 }
 
 }  // namespace tav::drive

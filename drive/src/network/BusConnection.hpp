@@ -15,10 +15,11 @@ class BusConnection : public Part {
  public:
   struct Effects {
     std::function<void(const nkr::can::Frame&)> transmit;
-    std::function<void(nkr::can::BusState)> bus_state;  ///< what the bus is to be from now on
-    std::function<void()> reset;                        ///< the node starts anew
-    std::function<void()> lost;                         ///< the bus went off
-    std::function<void()> returned;                     ///< the bus that was off works again
+    std::function<void(nkr::can::BusState)> bus_state;     ///< what the bus is to be from now on
+    std::function<void()> reset;                           ///< the node starts anew
+    std::function<void()> lost;                            ///< the bus went off
+    std::function<void()> returned;                        ///< the bus that was off works again
+    std::function<void(const nkr::can::Frame&)> received;  ///< a frame came that reaches the drive
   };
   /** What becomes of the answer to one access. */
   struct ReplyFault {
@@ -36,8 +37,8 @@ class BusConnection : public Part {
   void transmit(const nkr::can::Frame& frame) { transmit(frame, Duration::zero()); }
   /** An SDO reply: it takes as long as such a drive takes, and what was done for it. */
   void reply(const nkr::can::Frame& frame);
-  /** False when a frame does not reach the drive. */
-  bool accepts(const nkr::can::Frame& frame);
+  /** A frame comes from the bus: the drive gets what a scenario leaves of it, when it does. */
+  void receive_from_bus(const nkr::can::Frame& frame);
   /** The access that begins now is answered with this fault. */
   void disturb(const Access& access, const ReplyFault& fault);
   void silence(Duration duration);
@@ -53,10 +54,15 @@ class BusConnection : public Part {
   struct LateFrame {
     nkr::can::Frame frame;
     Time due;
+    bool passed = false;    ///< what a scenario makes of it is made
+    bool incoming = false;  ///< from the bus
   };
 
   void transmit(const nkr::can::Frame& frame, Duration delay);
   void send(const nkr::can::Frame& frame, Duration delay = Duration::zero());
+  void put_on_bus(const nkr::can::Frame& frame);
+  void take_from_bus(const nkr::can::Frame& frame);
+  [[nodiscard]] bool accepts(const nkr::can::Frame& frame);
   void send_reply(nkr::can::Frame reply, Duration delay);
   bool resets(const nkr::can::Frame& reply);
   [[nodiscard]] bool goes_on(const nkr::can::Frame& reply) const;

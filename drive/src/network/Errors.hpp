@@ -43,6 +43,10 @@ class Errors : public Part {
   /** The user has seen the errors. @return false when one still has its cause */
   bool acknowledge();
   [[nodiscard]] bool any() const { return !active_.empty(); }
+  /** The code of the error that came last; 0 when there is none. */
+  [[nodiscard]] std::uint16_t last_code() const {
+    return active_.empty() ? std::uint16_t{0} : active_.back().code;
+  }
   /** The value of the error register: generic, and the classes of the errors there are. */
   [[nodiscard]] std::uint8_t error_register() const;
 

@@ -1,5 +1,6 @@
 #include "network/NMTSlave.hpp"
 
+#include <string>
 #include <utility>
 
 namespace tav::drive {
@@ -18,6 +19,7 @@ NMTSlave::NMTSlave(Context& context, Actions actions) : context_(context), actio
 void NMTSlave::receive(const nkr::can::Frame& frame) {
   if (frame.id != 0 || frame.size != 2) return;
   if (frame.data[1] != 0 && frame.data[1] != context_.node_id) return;
+  const Because because(context_, "NMT command " + std::to_string(int{frame.data[0]}));
   switch (frame.data[0]) {
     case kStart:
       return actions_.enter(NMTState::OPERATIONAL);

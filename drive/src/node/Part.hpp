@@ -8,6 +8,7 @@
 #include <string>
 #include <tav/drive/DriveStates.hpp>
 #include <tav/drive/Settings.hpp>
+#include <utility>
 
 #include "dictionary/ObjectDictionary.hpp"
 
@@ -33,6 +34,13 @@ struct Admission {
   bool in_segments = false;      ///< a short value is uploaded in segments too
 };
 
+/** What becomes of a frame that passes the drive's end of the bus. */
+struct Passage {
+  nkr::can::Frame frame;
+  int copies = 1;
+  Duration delay{0};
+};
+
 /** What all parts of one drive share. */
 struct Context {
   Settings settings;
@@ -43,10 +51,29 @@ struct Context {
   std::function<void(const nkr::can::Frame&)> transmit;
   std::function<void(const nkr::can::Frame&)> reply;  ///< the same for SDO replies, which take their time
   Duration work{0};                                   ///< what the reply to come takes besides
-  std::function<Admission(const Access&)> admit;  ///< asked before an access is served
+  std::function<Admission(const Access&)> admit;      ///< asked before an access is served
   /** Told what happens, for whom asks the drive. */
   std::function<void(Event::Kind kind, std::uint32_t code, const std::string& text)> report;
+  /** What happens now is brought about by this, for people. */
+  std::string cause{};
+  /** What becomes of a frame on its way out of the drive, or into it; empty: nothing. */
+  std::function<Passage(const nkr::can::Frame&)> pass{};
   bool on_bus = true;  ///< false while the bus is off: what must not be lost waits
+};
+
+/** What happens while it lives is brought about by that. */
+class Because {
+ public:
+  Because(Context& context, std::string cause) : context_(context), before_(std::move(context.cause)) {
+    context.cause = std::move(cause);
+  }
+  ~Because() { context_.cause = std::move(before_); }
+  Because(const Because&) = delete;
+  Because& operator=(const Because&) = delete;
+
+ private:
+  Context& context_;
+  std::string before_;
 };
 
 /** One capability of the drive. All is called under the drive's lock, one thing at a time. */

@@ -8,8 +8,8 @@
 namespace tav::drive {
 
 /**
- * Numbers that are the same on every run and every machine. Each purpose has a generator of its own, made from
- * the drive's seed and a name: what one draws shifts no other.
+ * Numbers that are the same on every run and every machine. Each purpose has a generator of its own, made
+ * from the drive's seed and a name: what one draws shifts no other.
  */
 class Random {
  public:

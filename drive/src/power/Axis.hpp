@@ -19,6 +19,8 @@ class Axis {
   void advance(Time now);
   /** It has that speed now, and wants no other. */
   void begin_at(double velocity) { velocity_ = target_ = velocity; }
+  /** The position is 0 here. */
+  void forget_position() { position_ = 0; }
   /** Where its speed runs to from now on; a ramp that is not above 0 is no ramp: at once. */
   void run_to(double velocity, double acceleration, double deceleration);
 

@@ -70,7 +70,12 @@ void DrivenAxis::control() {
     follow();
   }
   ramp_.advance(power_on_ + steps_ * kMotorStep);
-  wanted_current_ = controller_.run(ramp_.velocity() * kPerMinute, encoder_.velocity() * kPerMinute);
+  // The measured speed is late by its filter: it is compared with a wanted one that is as late.
+  const double acceleration = (ramp_.velocity() - last_wanted_) * kPerMinute / kControlSeconds;
+  last_wanted_ = ramp_.velocity();
+  late_wanted_ += encoder_.follows() * (last_wanted_ - late_wanted_);
+  wanted_current_ =
+      controller_.run(late_wanted_ * kPerMinute, encoder_.velocity() * kPerMinute, acceleration);
   if (parks_ && standstill()) motor_.brake().command(true);
 }
 
@@ -89,7 +94,8 @@ void DrivenAxis::command(Mode mode, bool brakes, bool parks) {
   if (before == Mode::CONTROLLED) return;
   controller_.reset();
   ramp_.advance(power_on_ + steps_ * kMotorStep);
-  ramp_.begin_at(std::abs(velocity()) < kStands ? 0.0 : velocity());
+  last_wanted_ = late_wanted_ = std::abs(velocity()) < kStands ? 0.0 : velocity();
+  ramp_.begin_at(last_wanted_);
 }
 
 void DrivenAxis::run_to(double velocity, double acceleration, double deceleration) {

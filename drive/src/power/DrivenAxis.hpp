@@ -84,6 +84,8 @@ class DrivenAxis {
   bool parks_ = false;
   bool follows_ = false;  ///< the brake is open
   Target target_;
+  double last_wanted_ = 0;  ///< speed, in the last control cycle
+  double late_wanted_ = 0;  ///< the same through the filter that the measured one has
   double wanted_current_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "power/PowerStateMachine.hpp"
 
+#include <string>
 #include <utility>
 
 namespace tav::drive {
@@ -41,6 +42,12 @@ unsigned state_bits(PowerState state) {
       return 0x08;
   }
   return 0;
+}
+
+std::string hexadecimal(std::uint16_t number) {
+  std::string text = "0x";
+  for (int shift = 12; shift >= 0; shift -= 4) text += "0123456789ABCDEF"[(number >> shift) & 15];
+  return text;
 }
 
 // Values that several option codes share (CiA 402-2, 8.4.5 to 8.4.10).
@@ -154,6 +161,7 @@ void PowerStateMachine::controlword_written() {
   const std::uint16_t word = controlword_.get();
   const bool reset_edge = (word & kFaultReset) != 0 && (last_controlword_ & kFaultReset) == 0;
   last_controlword_ = word;
+  const Because because(context_, "control word " + hexadecimal(word));
   if (state_ == PowerState::FAULT) {
     if (reset_edge) reset_fault();
   } else if ((word & kEnableVoltage) == 0) {
@@ -231,6 +239,7 @@ void PowerStateMachine::leave_after_stop(PowerState next, bool slows_down) {
 
 void PowerStateMachine::fault() {
   if (state_ == PowerState::FAULT || state_ == PowerState::FAULT_REACTION_ACTIVE) return;
+  const Because because(context_, "error " + hexadecimal(errors_.last_code()));
   enter(has_torque() ? PowerState::FAULT_REACTION_ACTIVE : PowerState::FAULT);
 }
 
@@ -255,6 +264,7 @@ bool PowerStateMachine::connection_lost(std::uint16_t code, const VendorBytes& v
 void PowerStateMachine::inhibit_torque(bool inhibited) {
   torque_inhibited_ = inhibited;
   if (!inhibited) return;
+  const Because because(context_, context_.cause.empty() ? "no torque is allowed" : context_.cause);
   if (state_ == PowerState::FAULT_REACTION_ACTIVE) {
     enter(PowerState::FAULT);
   } else {
@@ -262,7 +272,8 @@ void PowerStateMachine::inhibit_torque(bool inhibited) {
   }
 }
 
-/** A transition towards OPERATION_ENABLED takes its time, once it is asked for; any other one comes before it. */
+/** A transition towards OPERATION_ENABLED takes its time, once it is asked for; any other one comes before
+ * it. */
 void PowerStateMachine::approach(PowerState state) {
   const Timing& timing = context_.settings.timing;
   Duration time = timing.transition;
@@ -307,6 +318,7 @@ bool PowerStateMachine::ends_when_stopped() const {
 
 void PowerStateMachine::motion_settled() {
   if (!ends_when_stopped() || !motion_.standstill()) return;
+  const Because because(context_, "the motor stands");
   if (state_ == PowerState::OPERATION_ENABLED) {
     enter(*after_stop_);
   } else if (state_ == PowerState::QUICK_STOP_ACTIVE) {
@@ -377,10 +389,13 @@ void PowerStateMachine::show_statusword() {
   unit_statusword_.set(word);
 }
 
+bool PowerStateMachine::brake_applied() {
+  return motion_.brake_applied().value_or(!has_torque() || safe_brake_);
+}
+
 void PowerStateMachine::show_peripherals() {
   mode_display_.set(motion_.mode());
-  const bool commanded = !has_torque() || safe_brake_;
-  peripherals_.brake_applied.set(motion_.brake_applied().value_or(commanded) ? 1 : 0);
+  peripherals_.brake_applied.set(brake_applied() ? 1 : 0);
   peripherals_.low_power_applied.set(1);
   peripherals_.high_power_applied.set(supply_ ? 1 : 0);
   peripherals_.driver_enabled.set(has_torque() ? 1 : 0);

@@ -36,6 +36,8 @@ class PowerStateMachine : public Part {
   void short_circuit_phases(bool shorted);
 
   [[nodiscard]] PowerState state() const { return state_; }
+  /** The brake holds the motor: of an ideal one as soon as it is told to. */
+  [[nodiscard]] bool brake_applied();
 
   void reset(Reset kind) override;
   void nmt_changed(NMTState before) override;
@@ -82,7 +84,7 @@ class PowerStateMachine : public Part {
   VelocityMode& motion_;
   Errors& errors_;
   PowerState state_ = PowerState::NOT_READY_TO_SWITCH_ON;
-  std::optional<PowerState> after_stop_;  ///< where an operation that is being ended leads
+  std::optional<PowerState> after_stop_;              ///< where an operation that is being ended leads
   PowerState next_ = PowerState::SWITCH_ON_DISABLED;  ///< where a transition that takes time leads
   Time next_at_ = Time::max();
   bool commutated_ = false;  ///< it was in OPERATION_ENABLED since power-on

@@ -141,6 +141,20 @@ double VelocityMode::velocity() {
   return actual();
 }
 
+std::int32_t VelocityMode::position() {
+  turn();
+  return driven_ ? driven_->position() : axis_.position();
+}
+
+void VelocityMode::forget_position() {
+  turn();
+  if (driven_) {
+    driven_->encoder().restart();
+  } else {
+    axis_.forget_position();
+  }
+}
+
 bool VelocityMode::standstill() {
   if (!driven_) return velocity() == 0;
   turn();
@@ -297,7 +311,7 @@ void VelocityMode::show_values() {
   actual_.set(in_set_point_units(actual()));
   velocity_.set(rounded<std::int32_t>(in_user_units(actual())));
   // Turned round, the lowest position has no counterpart in 32 bits: it stays itself, as the counter wraps.
-  const auto counted = static_cast<std::uint32_t>(driven_ ? driven_->position() : axis_.position());
+  const auto counted = static_cast<std::uint32_t>(position());
   const bool reversed = (polarity_.get() & kPositionReversed) != 0;
   position_.set(static_cast<std::int32_t>(reversed ? 0U - counted : counted));
 }

@@ -49,6 +49,10 @@ class VelocityMode : public Part {
   [[nodiscard]] bool standstill();
   /** The motor's speed now, in 1/min, whatever the polarity. */
   [[nodiscard]] double velocity();
+  /** In electrical steps, whatever the polarity. */
+  [[nodiscard]] std::int32_t position();
+  /** The counter begins at 0, where the motor is. */
+  void forget_position();
   /** The mode of operation that acts, as 0x6061 tells it: this one, or 0 for none. */
   [[nodiscard]] std::int8_t mode() const;
   /** Speed and position change by themselves. */

@@ -1,300 +1,253 @@
 #include <algorithm>
 #include <charconv>
-#include <cstddef>
+#include <filesystem>
 #include <fstream>
-#include <limits>
-#include <optional>
+#include <map>
+#include <sstream>
 #include <tav/drive/Scenario.hpp>
 #include <utility>
+
+#include "scenario/ScenarioLine.hpp"
+#include "scenario/Words.hpp"
 
 namespace tav::drive {
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::int64_t kLongestTime = std::numeric_limits<std::int32_t>::max();  // 24 days, in ms
+constexpr std::size_t kMostEvents = 100000;
+constexpr std::size_t kDeepest = 16;
+constexpr std::size_t kMostMistakes = 20;
+constexpr std::uintmax_t kLargestFile = 1 << 20;
 
-/** A mistake in a line: unwinds to whoever reads it. */
-struct Mistake {
+struct Line {
+  std::size_t number;
   std::string text;
 };
 
-bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
+using Values = std::map<std::string, std::string>;
+
+bool is_name_character(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
+/** "NAME=VALUE" */
+std::pair<std::string, std::string> take_value(Words& words) {
+  const std::string word = words.take_any("a value such as MASS=60");
+  const std::size_t sign = word.find('=');
+  if (sign == std::string::npos || sign == 0 ||
+      !std::all_of(word.begin(), word.begin() + static_cast<std::ptrdiff_t>(sign), is_name_character)) {
+    throw Mistake{"\"" + word + "\" is not NAME=VALUE"};
+  }
+  return {word.substr(0, sign), word.substr(sign + 1)};
 }
 
-/** The words of a line: separated by blanks, those in quotation marks as one; # begins a comment. */
-class Words {
+/** The line with the values of what it names: $MASS. */
+std::string with_values(const std::string& line, const Values& values) {
+  std::string result;
+  for (std::size_t i = 0; i < line.size();) {
+    if (line[i] != '$') {
+      result += line[i++];
+      continue;
+    }
+    std::size_t end = i + 1;
+    while (end < line.size() && is_name_character(line[end])) ++end;
+    const std::string name = line.substr(i + 1, end - i - 1);
+    const auto value = values.find(name);
+    if (value == values.end()) throw Mistake{"nothing gives \"$" + name + "\" a value"};
+    result += value->second;
+    i = end;
+  }
+  return result;
+}
+
+/** Reads a file with all that it includes; goes on behind a mistake, to find all of them. */
+class Reader {
  public:
-  explicit Words(std::string_view line) : rest_(line) { advance(); }
+  explicit Reader(Scenario& scenario) : scenario_(scenario) {}
 
-  [[nodiscard]] bool empty() const { return !there_; }
-  [[nodiscard]] const std::string& peek() const { return word_; }
-  [[nodiscard]] bool quoted() const { return quoted_; }
-  /** The next word is that one, and is taken. */
-  bool take(std::string_view word) {
-    if (!there_ || quoted_ || word_ != word) return false;
-    advance();
-    return true;
+  void read(std::istream& text, const std::filesystem::path& folder) {
+    Place place;
+    place.folder = folder;
+    read_lines(lines_of(text), place);
   }
-  /** The next word, whatever it is. */
-  std::string take_any(const char* what) {
-    if (!there_) throw Mistake{std::string(what) + " is missing"};
-    std::string word = std::exchange(word_, {});
-    advance();
-    return word;
-  }
+  [[nodiscard]] const std::string& mistakes() const { return mistakes_; }
 
  private:
-  void advance() {
-    while (!rest_.empty() && is_blank(rest_.front())) rest_.remove_prefix(1);
-    there_ = !rest_.empty() && rest_.front() != '#';
-    word_.clear();
-    if (!there_) return;
-    quoted_ = rest_.front() == '"';
-    if (quoted_) return advance_quoted();
-    const auto end = std::find_if(rest_.begin(), rest_.end(), [](char c) { return is_blank(c) || c == '#'; });
-    cut(static_cast<std::size_t>(end - rest_.begin()));
-  }
-  void advance_quoted() {
-    rest_.remove_prefix(1);
-    const std::size_t end = rest_.find('"');
-    if (end == std::string_view::npos) throw Mistake{"a quotation mark is not closed"};
-    cut(end);
-    rest_.remove_prefix(1);
-  }
-  void cut(std::size_t size) {
-    word_.assign(rest_.substr(0, size));
-    rest_.remove_prefix(size);
+  /** Where lines stand, and what holds for them. */
+  struct Place {
+    std::filesystem::path folder;
+    std::string before;  ///< what names the lines of including files
+    std::string file;
+    std::size_t depth = 0;
+    Values values;
+    std::string case_name;
+    milliseconds later{0};  ///< than written
+  };
+
+  static std::vector<Line> lines_of(std::istream& text) {
+    std::vector<Line> lines;
+    std::string line;
+    for (std::size_t number = 1; std::getline(text, line); ++number) lines.push_back({number, line});
+    return lines;
   }
 
-  std::string_view rest_;
-  std::string word_;
-  bool quoted_ = false;
-  bool there_ = false;
-};
+  void note(const Place& place, std::size_t line, const std::string& mistake) {
+    if (++mistaken_ > kMostMistakes) return;
+    mistakes_ +=
+        (mistakes_.empty() ? "" : "\n") + place.before + "line " + std::to_string(line) + ": " + mistake;
+  }
 
-/** A whole number in decimal or, with 0x, hexadecimal digits. */
-std::optional<std::int64_t> whole_number(std::string_view text) {
-  const bool negative = !text.empty() && text.front() == '-';
-  if (negative) text.remove_prefix(1);
-  const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-  if (hexadecimal) text.remove_prefix(2);
-  std::uint32_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return negative ? -std::int64_t{number} : std::int64_t{number};
-}
-
-std::int64_t number_between(const std::string& word, std::int64_t low, std::int64_t high, const char* what) {
-  const std::optional<std::int64_t> number = whole_number(word);
-  if (number && *number >= low && *number <= high) return *number;
-  throw Mistake{"\"" + word + "\" is not " + what};
-}
-
-/** "250", "250ms" or "1.5s". */
-milliseconds time_in(const std::string& word) {
-  const Mistake mistake{"\"" + word + "\" is not a time such as 250ms or 1.5s"};
-  std::int64_t whole = 0;
-  const char* const end = word.data() + word.size();
-  const auto read = std::from_chars(word.data(), end, whole);
-  if (read.ec != std::errc() || whole < 0 || whole > kLongestTime) throw mistake;
-  std::string_view unit(read.ptr, static_cast<std::size_t>(end - read.ptr));
-  std::int64_t thousandths = 0;
-  if (!unit.empty() && unit.front() == '.') {
-    unit.remove_prefix(1);
-    if (unit.empty() || !is_digit(unit.front())) throw mistake;
-    for (std::int64_t worth = 100; !unit.empty() && is_digit(unit.front()); worth /= 10) {
-      thousandths += worth * (unit.front() - '0');
-      unit.remove_prefix(1);
+  void read_lines(const std::vector<Line>& lines, Place& place) {
+    for (std::size_t i = 0; i < lines.size();) {
+      try {
+        i = read_line(lines, i, place);
+      } catch (const Mistake& mistake) {
+        note(place, lines[i].number, mistake.text);
+        ++i;
+      }
+      if (scenario_.events.size() > kMostEvents || mistaken_ > kMostMistakes) return;
     }
   }
-  if (unit == "s") {
-    whole = whole * 1000 + thousandths;
-  } else if ((unit != "ms" && !unit.empty()) || thousandths != 0) {
-    throw mistake;
+
+  /** @return the line after what was read */
+  std::size_t read_line(const std::vector<Line>& lines, std::size_t at, Place& place) {
+    const std::string text = with_values(std::string(code_of(lines[at].text)), place.values);
+    Words words(text);
+    if (words.empty()) return at + 1;
+    if (words.take("repeat")) return read_repeat(lines, at, words, place);
+    if (words.take("case")) return read_case(lines, at, words, place);
+    if (words.take("}")) throw Mistake{"no block is open that } could end"};
+    if (!read_setting(words, lines[at].number, place)) read_event(text, lines[at].number, place);
+    return at + 1;
   }
-  if (whole > kLongestTime) throw mistake;
-  return milliseconds(whole);
-}
 
-milliseconds take_time(Words& words) {
-  return time_in(words.take_any("a time"));
-}
-
-/** "0x6041", "0x1018:1" or "Identity Object Vendor Id" in quotation marks. */
-ObjectReference take_object(Words& words) {
-  const bool named = words.quoted();
-  const std::string word = words.take_any("an object");
-  ObjectReference object;
-  if (named) {
-    if (word.empty()) throw Mistake{"the name of an object is empty"};
-    object.name = word;
-    return object;
-  }
-  constexpr const char* kAddress = "an object: 0x6041, 0x1018:1, or its name in quotation marks";
-  const std::size_t colon = word.find(':');
-  object.index = static_cast<std::uint16_t>(number_between(word.substr(0, colon), 0, 0xFFFF, kAddress));
-  if (colon != std::string::npos) {
-    object.subindex = static_cast<std::uint8_t>(number_between(word.substr(colon + 1), 0, 0xFF, kAddress));
-  }
-  return object;
-}
-
-std::uint32_t take_code(Words& words, std::int64_t high, const char* what) {
-  return static_cast<std::uint32_t>(number_between(words.take_any(what), 0, high, what));
-}
-
-void take_access(Words& words, Trigger& when) {
-  if (!words.take("each")) {
-    when.nth = static_cast<std::uint32_t>(number_between(words.take_any("the number of an access"), 1,
-                                                         std::numeric_limits<std::uint32_t>::max(),
-                                                         "the number of an access, from 1, or \"each\""));
-  }
-  if (words.take("read")) {
-    when.kind = Trigger::Kind::READ;
-  } else if (words.take("write")) {
-    when.kind = Trigger::Kind::WRITE;
-  } else if (words.take("any")) {
-    when.kind = Trigger::Kind::ACCESS;
-  } else {
-    throw Mistake{"an access is a read, a write or any"};
-  }
-  when.any_object = words.take("*");
-  if (!when.any_object) when.object = take_object(words);
-}
-
-void take_reply(Words& words, Action& action) {
-  using Kind = Action::Kind;
-  const std::string kind = words.take_any("what becomes of the reply");
-  if (kind == "lost") {
-    action.kind = Kind::REPLY_LOST;
-  } else if (kind == "late") {
-    action.kind = Kind::REPLY_LATE;
-    action.duration = take_time(words);
-  } else if (kind == "twice") {
-    action.kind = Kind::REPLY_TWICE;
-  } else if (kind == "abort") {
-    action.kind = Kind::REPLY_ABORT;
-    action.code = take_code(words, 0xFFFFFFFF, "an abort code");
-  } else if (kind == "wrong-toggle") {
-    action.kind = Kind::REPLY_WRONG_TOGGLE;
-  } else if (kind == "wrong-index") {
-    action.kind = Kind::REPLY_WRONG_INDEX;
-  } else if (kind == "wrong-size") {
-    action.kind = Kind::REPLY_WRONG_SIZE;
-  } else {
-    throw Mistake{"a reply is not \"" + kind +
-                  "\" but lost, late, twice, abort, wrong-toggle, wrong-index or wrong-size"};
-  }
-}
-
-void take_reset(Words& words, Action& action) {
-  action.kind = words.take("amid") ? Action::Kind::RESET_AMID : Action::Kind::RESET;
-}
-
-void take_bus(Words& words, Action& action) {
-  const std::string state = words.take_any("the state of the bus");
-  if (state == "back") {
-    action.kind = Action::Kind::BUS_BACK;
-    return;
-  }
-  if (state != "off" && state != "gone") throw Mistake{"a bus is off, gone or back"};
-  action.kind = state == "off" ? Action::Kind::BUS_OFF : Action::Kind::BUS_GONE;
-  if (!words.empty()) action.duration = take_time(words);
-}
-
-constexpr const char* kErrorCode = "an error code of 16 bits";
-
-void take_emergency(Words& words, Action& action) {
-  action.kind = Action::Kind::EMERGENCY;
-  action.code = take_code(words, 0xFFFF, kErrorCode);
-}
-
-void take_fault(Words& words, Action& action) {
-  action.kind = Action::Kind::FAULT;
-  action.code = take_code(words, 0xFFFF, kErrorCode);
-  action.on = !words.take("passing");
-}
-
-void take_clear(Words& words, Action& action) {
-  action.kind = Action::Kind::CLEAR;
-  if (!words.empty()) action.code = take_code(words, 0xFFFF, kErrorCode);
-}
-
-void take_sto(Words& words, Action& action) {
-  action.kind = Action::Kind::SAFE_TORQUE_OFF;
-  action.on = words.take("on");
-  if (!action.on && !words.take("off")) throw Mistake{"sto is on (demanded) or off"};
-}
-
-void take_sensor(Words& words, Action& action) {
-  using Sensor = Action::Sensor;
-  constexpr std::pair<const char*, Sensor> kSensors[] = {{"battery-voltage", Sensor::BATTERY_VOLTAGE},
-                                                         {"phase-current", Sensor::PHASE_CURRENT},
-                                                         {"mosfet-1", Sensor::MOSFET_1},
-                                                         {"mosfet-2", Sensor::MOSFET_2},
-                                                         {"driver", Sensor::DRIVER}};
-  action.kind = Action::Kind::MEASURE;
-  const std::string name = words.take_any("an input");
-  for (const auto& [known, sensor] : kSensors) {
-    if (name != known) continue;
-    action.sensor = sensor;
-    action.value = static_cast<std::int32_t>(
-        number_between(words.take_any("a value"), std::numeric_limits<std::int32_t>::min(),
-                       std::numeric_limits<std::int32_t>::max(), "a number (mV, mA or degrees Celsius)"));
-    return;
-  }
-  throw Mistake{"no input is called \"" + name +
-                "\": battery-voltage, phase-current, mosfet-1, mosfet-2, driver"};
-}
-
-void take_silence(Words& words, Action& action) {
-  action.kind = Action::Kind::SILENCE;
-  action.duration = take_time(words);
-}
-
-void take_set(Words& words, Action& action) {
-  action.kind = Action::Kind::SET;
-  action.object = take_object(words);
-  action.text = words.take_any("a value");
-}
-
-Action take_action(Words& words) {
-  constexpr std::pair<const char*, void (*)(Words&, Action&)> kActions[] = {
-      {"reply", take_reply},     {"reset", take_reset}, {"bus", take_bus}, {"emcy", take_emergency},
-      {"fault", take_fault},     {"clear", take_clear}, {"sto", take_sto}, {"input", take_sensor},
-      {"silence", take_silence}, {"set", take_set},
-  };
-  const std::string name = words.take_any("what is to happen");
-  Action action;
-  for (const auto& [known, take] : kActions) {
-    if (name != known) continue;
-    take(words, action);
+  bool read_setting(Words& words, std::size_t line, Place& place) {
+    if (words.take("seed")) {
+      scenario_.seed =
+          static_cast<std::uint64_t>(take_number(words, 0, 0xFFFFFFFF, "a seed, from 0 to 4294967295"));
+    } else if (words.take("limit")) {
+      scenario_.limit = take_time(words);
+    } else if (words.take("let")) {
+      const auto [name, value] = take_value(words);
+      place.values[name] = value;
+    } else if (words.take("include")) {
+      include(words, line, place);
+      return true;
+    } else {
+      return false;
+    }
     if (!words.empty()) throw Mistake{"\"" + words.peek() + "\" is too much"};
-    return action;
+    return true;
   }
-  throw Mistake{"\"" + name +
-                "\" is not known: reply, reset, bus, emcy, fault, clear, sto, input, silence or set"};
-}
 
-/** The event of a line; nothing for a line without one. */
-std::optional<ScenarioEvent> event_in(std::string_view line) {
-  Words words(line);
-  if (words.empty()) return std::nullopt;
-  ScenarioEvent event;
-  if (words.take("at")) {
-    event.when.time = take_time(words);
-  } else if (words.take("access")) {
-    take_access(words, event.when);
+  void read_event(const std::string& text, std::size_t number, const Place& place) {
+    std::optional<ScenarioEvent> event = event_in(text);
+    if (!event) return;
+    event->line = number;
+    event->file = place.file;
+    event->case_name = place.case_name;
+    const bool timed = event->when.kind == Trigger::Kind::TIME || event->when.kind == Trigger::Kind::FRAME;
+    if (timed) event->when.time += place.later;
+    scenario_.events.push_back(std::move(*event));
+    if (scenario_.events.size() > kMostEvents) throw Mistake{"these are more than 100000 events"};
   }
-  event.action = take_action(words);
-  return event;
+
+  /** The lines of the block that begins there. @return the line after its } */
+  static std::size_t block(const std::vector<Line>& lines, std::size_t at, Words& words,
+                           std::vector<Line>& inside) {
+    if (!words.take("{") || !words.empty()) throw Mistake{"a block begins with { at the end of its line"};
+    std::size_t open = 1;
+    for (std::size_t i = at + 1; i < lines.size(); ++i) {
+      const std::string_view text = code_of(lines[i].text);
+      if (!text.empty() && text.back() == '{') ++open;
+      if (text == "}" && --open == 0) return i + 1;
+      inside.push_back(lines[i]);
+    }
+    throw Mistake{"the block that begins here has no }"};
+  }
+
+  /** A line without its blanks and its comment. */
+  static std::string_view code_of(std::string_view text) {
+    bool quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (text[i] == '"') quoted = !quoted;
+      if (text[i] == '#' && !quoted) text = text.substr(0, i);
+    }
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+    return text;
+  }
+
+  std::size_t read_repeat(const std::vector<Line>& lines, std::size_t at, Words& words, const Place& place) {
+    const std::int64_t times = take_number(words, 1, 10000, "how often, from 1 to 10000");
+    milliseconds every{0};
+    if (words.take("every")) every = take_time(words);
+    std::vector<Line> inside;
+    const std::size_t next = block(lines, at, words, inside);
+    const std::size_t before = mistaken_;
+    Place repeated = place;
+    for (std::int64_t i = 0; i < times && mistaken_ == before && scenario_.events.size() <= kMostEvents;
+         ++i) {
+      read_lines(inside, repeated);
+      repeated.later += every;
+    }
+    return next;
+  }
+
+  std::size_t read_case(const std::vector<Line>& lines, std::size_t at, Words& words, const Place& place) {
+    Place named = place;
+    named.case_name = words.take_any("the name of the case");
+    std::vector<Line> inside;
+    const std::size_t next = block(lines, at, words, inside);
+    read_lines(inside, named);
+    return next;
+  }
+
+  void include(Words& words, std::size_t line, const Place& place) {
+    const std::string name = words.take_any("the name of a file");
+    Place inner;
+    inner.values = place.values;
+    if (words.take("with")) {
+      do {
+        const auto [key, value] = take_value(words);
+        inner.values[key] = value;
+      } while (!words.empty());
+    }
+    if (!words.empty()) throw Mistake{"\"" + words.peek() + "\" is too much"};
+    if (place.depth >= kDeepest) throw Mistake{"files include each other more than 16 deep: in a circle?"};
+    const std::filesystem::path path = place.folder / name;
+    std::error_code none;
+    if (!std::filesystem::is_regular_file(path, none)) throw Mistake{path.string() + " is no file"};
+    if (std::filesystem::file_size(path, none) > kLargestFile)
+      throw Mistake{path.string() + " is larger than 1 MiB"};
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw Mistake{"cannot open " + path.string()};
+    inner.folder = path.parent_path();
+    inner.before = place.before + "line " + std::to_string(line) + ": " + path.string() + ": ";
+    inner.file = path.string();
+    inner.depth = place.depth + 1;
+    inner.case_name = place.case_name;
+    inner.later = place.later;
+    read_lines(lines_of(file), inner);
+  }
+
+  Scenario& scenario_;
+  std::string mistakes_;
+  std::size_t mistaken_ = 0;
+};
+
+bool read_beside(std::istream& text, const std::filesystem::path& folder, Scenario& scenario,
+                 std::string& problem) {
+  Scenario read;
+  Reader reader(read);
+  reader.read(text, folder);
+  if (!reader.mistakes().empty()) {
+    problem = reader.mistakes();
+    return false;
+  }
+  scenario = std::move(read);
+  return true;
 }
 
 }  // namespace
@@ -310,18 +263,7 @@ bool read_scenario_line(std::string_view line, Scenario& scenario, std::string& 
 }
 
 bool read_scenario(std::istream& text, Scenario& scenario, std::string& problem) {
-  Scenario read;
-  std::string line;
-  for (std::size_t number = 1; std::getline(text, line); ++number) {
-    const std::size_t before = read.events.size();
-    if (!read_scenario_line(line, read, problem)) {
-      problem.insert(0, "line " + std::to_string(number) + ": ");
-      return false;
-    }
-    if (read.events.size() > before) read.events.back().line = number;
-  }
-  scenario = std::move(read);
-  return true;
+  return read_beside(text, {}, scenario, problem);
 }
 
 bool read_scenario_file(const std::string& path, Scenario& scenario, std::string& problem) {
@@ -330,7 +272,7 @@ bool read_scenario_file(const std::string& path, Scenario& scenario, std::string
     problem = "cannot open " + path;
     return false;
   }
-  if (read_scenario(file, scenario, problem)) return true;
+  if (read_beside(file, std::filesystem::path(path).parent_path(), scenario, problem)) return true;
   problem = path + ": " + problem;
   return false;
 }

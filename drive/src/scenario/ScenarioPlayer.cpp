@@ -6,13 +6,23 @@
 #include <utility>
 
 #include "dictionary/ElectronicDataSheet.hpp"
+#include "scenario/FrameMatcher.hpp"
 
 namespace tav::drive {
 namespace {
 
 using nkr::can::BusState;
 
+/** How often conditions, checks and quantities on their way are looked at. */
+constexpr std::chrono::milliseconds kLook(1);
+
+bool waits_for_access(const Trigger& when) {
+  return when.kind == Trigger::Kind::READ || when.kind == Trigger::Kind::WRITE ||
+         when.kind == Trigger::Kind::ACCESS;
+}
+
 bool concerns(const Trigger& when, const Access& access) {
+  if (!waits_for_access(when)) return false;
   if (when.kind == Trigger::Kind::READ && access.write) return false;
   if (when.kind == Trigger::Kind::WRITE && !access.write) return false;
   return when.any_object || (when.object.index == access.index && when.object.subindex == access.subindex);
@@ -26,24 +36,78 @@ std::string refusal(const Action& action, const Object& object, Abort abort) {
 }  // namespace
 
 ScenarioPlayer::ScenarioPlayer(Context& context, BusConnection& bus, Effects effects)
-    : context_(context), bus_(bus), effects_(std::move(effects)) {}
+    : context_(context),
+      bus_(bus),
+      effects_(std::move(effects)),
+      conditions_(context, effects_.signal, effects_.power_state),
+      checks_(context, conditions_),
+      seed_(context.settings.timing.seed) {}
 
 bool ScenarioPlayer::play(const Scenario& scenario, std::string& problem) {
-  std::vector<ScenarioEvent> events = scenario.events;
-  for (ScenarioEvent& event : events) {
-    if (resolve(event, problem)) continue;
-    if (event.line != 0) problem.insert(0, "line " + std::to_string(event.line) + ": ");
+  std::vector<ScenarioEvent> events;
+  std::string problems;
+  for (ScenarioEvent event : scenario.events) {
+    if (event.node != 0 && event.node != context_.node_id) continue;
+    std::string mistake;
+    if (resolve(event, mistake) && fits(event, mistake)) {
+      events.push_back(std::move(event));
+      continue;
+    }
+    const std::string line = event.line == 0 ? "" : "line " + std::to_string(event.line) + ": ";
+    const std::string file = event.file.empty() ? "" : event.file + ": ";
+    problems += (problems.empty() ? "" : "\n") + file + line + mistake;
+  }
+  if (!problems.empty()) {
+    problem = problems;
     return false;
   }
+  if (scenario.seed) seed_ = *scenario.seed;
+  began_ = context_.now;
   for (const ScenarioEvent& event : events) add(event);
+  plan_look();
   return true;
 }
 
 bool ScenarioPlayer::resolve(ScenarioEvent& event, std::string& problem) {
-  const bool at_access = event.when.kind != Trigger::Kind::TIME && !event.when.any_object;
+  const bool at_access = waits_for_access(event.when) && !event.when.any_object;
   if (at_access && !resolve(event.when.object, problem)) return false;
+  if (!resolve(event.when.condition, problem)) return false;
+  if (!resolve(event.action.check.condition, problem)) return false;
   if (event.action.kind != Action::Kind::SET) return true;
   return resolve(event.action.object, problem) && fits(event.action, problem);
+}
+
+bool ScenarioPlayer::resolve(Condition& condition, std::string& problem) {
+  for (auto& terms : condition.any_of) {
+    for (Condition::Term& term : terms) {
+      if (term.kind == Condition::Term::Kind::SIGNAL && !conditions_.has(term.signal)) {
+        problem = "an ideal motor has no such signal (tav-drive --motor, Settings::motor)";
+        return false;
+      }
+      if (term.kind != Condition::Term::Kind::OBJECT) continue;
+      if (!resolve(term.object, problem)) return false;
+      if (context_.dictionary.find(term.object.index, term.object.subindex) != nullptr) continue;
+      problem = "the drive has no such object";
+      return false;
+    }
+  }
+  return true;
+}
+
+/** Nothing is said to be done that has no effect. */
+bool ScenarioPlayer::fits(const ScenarioEvent& event, std::string& problem) {
+  using Does = Action::Kind;
+  switch (event.action.kind) {
+    case Does::QUANTITY:
+    case Does::ENCODER:
+    case Does::PHASE:
+    case Does::BRAKE:
+    case Does::BATTERY:
+      problem = effects_.to_machine(event.action, true);
+      return problem.empty();
+    default:
+      return true;
+  }
 }
 
 /** Gives an object that is named its address. */
@@ -76,44 +140,217 @@ bool ScenarioPlayer::fits(const Action& action, std::string& problem) {
 }
 
 void ScenarioPlayer::add(const ScenarioEvent& event) {
-  if (event.when.kind != Trigger::Kind::TIME) {
-    accesses_.push_back({event.when, event.action});
-    return;
-  }
-  const Time due = context_.now + event.when.time;
+  using When = Trigger::Kind;
+  if (event.when.kind == When::TIME) return add_timed(event, began_ + event.when.time, Duration::zero());
+  if (event.when.kind == When::EVERY) return add_timed(event, began_ + event.when.time, event.when.time);
+  // A line of its own has numbers of its own: another one beside it shifts them not.
+  const std::string purpose = event.text + '#' + std::to_string(same_lines_[event.text]++);
+  waiting_.push_back({event, began_, Random(seed_, purpose)});
+  if (event.when.kind == When::FRAME) watch_frames();
+}
+
+void ScenarioPlayer::watch_frames() {
+  if (context_.pass) return;
+  context_.pass = [this](const nkr::can::Frame& frame) { return pass(frame); };
+}
+
+void ScenarioPlayer::add_timed(const ScenarioEvent& event, Time due, Duration period) {
   const auto later = std::upper_bound(timed_.begin(), timed_.end(), due,
                                       [](Time time, const TimedEvent& other) { return time < other.due; });
-  timed_.insert(later, {due, event.action});
+  const Time until = event.when.until.count() == 0 ? Time::max() : began_ + event.when.until;
+  timed_.insert(later, {due, period, until, event});
 }
 
 void ScenarioPlayer::power_on() {
-  for (TimedEvent& event : timed_) event.due += context_.now - Time{};
+  const Duration since = context_.now - Time{};
+  for (TimedEvent& timed : timed_) {
+    timed.due += since;
+    if (timed.until != Time::max()) timed.until += since;
+  }
+  for (WaitingEvent& waiting : waiting_) waiting.began += since;
+  began_ += since;
+  plan_look();
+}
+
+bool ScenarioPlayer::looks() const {
+  const auto watches = [](const WaitingEvent& waiting) {
+    return waiting.event.when.kind == Trigger::Kind::CONDITION && !waiting.over;
+  };
+  return !ramps_.empty() || checks_.any() || std::any_of(waiting_.begin(), waiting_.end(), watches);
 }
 
 Time ScenarioPlayer::next_due() const {
-  return timed_.empty() ? Time::max() : timed_.front().due;
+  if (!ready_.empty()) return context_.now;
+  Time due = timed_.empty() ? Time::max() : timed_.front().due;
+  return stopped_ ? Time::max() : std::min(due, look_due_);
 }
 
 void ScenarioPlayer::run() {
-  while (next_due() <= context_.now) {
-    const Action action = std::move(timed_.front().action);
+  move_quantities();
+  while (!stopped_ && !timed_.empty() && timed_.front().due <= context_.now) {
+    TimedEvent timed = std::move(timed_.front());
     timed_.erase(timed_.begin());
-    perform(action);
+    perform(timed.event);
     admission_.served = true;  // the next access finds the drive as it is then
+    const Time next = timed.due + timed.period;
+    if (timed.period > Duration::zero() && next <= timed.until) add_timed(timed.event, next, timed.period);
   }
+  for (const ScenarioEvent& event : std::exchange(ready_, {})) {
+    perform(event);
+    admission_.served = true;
+  }
+  look_at_conditions();
+  checks_.look();
+  plan_look();
+}
+
+/** Looks stay on a grid from where the scenario began. */
+void ScenarioPlayer::plan_look() {
+  look_due_ = looks() ? began_ + ((context_.now - began_) / kLook + 1) * kLook : Time::max();
+}
+
+/** Whether what it waits for, which happened once more, is its turn. */
+bool ScenarioPlayer::its_turn(WaitingEvent& waiting) const {
+  const Trigger& when = waiting.event.when;
+  ++waiting.count;
+  if (when.every != 0) return waiting.count % when.every == 0;
+  if (when.nth == 0) return true;
+  const std::uint32_t last = std::max(when.nth, when.last);
+  waiting.over = waiting.count >= last;
+  return waiting.count >= when.nth && waiting.count <= last;
 }
 
 Admission ScenarioPlayer::admit(const Access& access) {
-  for (AccessEvent& event : accesses_) {
-    if (event.over || !concerns(event.when, access)) continue;
-    ++event.count;
-    event.over = event.count == event.when.nth;
-    if (event.over || event.when.nth == 0) perform(event.action);
+  for (WaitingEvent& waiting : waiting_) {
+    if (waiting.over || !concerns(waiting.event.when, access) || !its_turn(waiting)) continue;
+    waiting.fired = true;
+    perform(waiting.event);
+    plan_look();
   }
   const Admission admission = std::exchange(admission_, {});
   const BusConnection::ReplyFault fault = std::exchange(reply_, {});
   if (admission.served) bus_.disturb(access, fault);
   return admission;
+}
+
+Passage ScenarioPlayer::pass(const nkr::can::Frame& frame) {
+  Passage passage{frame};
+  checks_.frame_passed(frame);
+  for (WaitingEvent& waiting : waiting_) {
+    const Trigger& when = waiting.event.when;
+    if (waiting.over || when.kind != Trigger::Kind::FRAME) continue;
+    if (context_.now < waiting.began + when.time || !matches(when.frame, frame, context_)) continue;
+    if (!its_turn(waiting)) continue;
+    if (waiting.event.action.kind == Action::Kind::FRAME_FAULT) {
+      disturb(waiting, passage);
+    } else {
+      waiting.fired = true;
+      ready_.push_back(waiting.event);
+    }
+  }
+  return passage;
+}
+
+void ScenarioPlayer::disturb(WaitingEvent& waiting, Passage& passage) {
+  using Disturbs = FrameFault::Kind;
+  const FrameFault& fault = waiting.event.action.fault;
+  const bool over = fault.until.count() != 0 && context_.now > waiting.began + fault.until;
+  if (over || (fault.count != 0 && waiting.disturbed >= fault.count)) {
+    waiting.over = true;
+    return;
+  }
+  if (fault.probability < 1 && waiting.random.part() >= fault.probability) return;
+  waiting.fired = true;
+  ++waiting.disturbed;
+  if (fault.kind == Disturbs::LOSE) passage.copies = 0;
+  if (fault.kind == Disturbs::DUPLICATE) passage.copies *= 2;
+  if (fault.kind == Disturbs::LATE) passage.delay += fault.delay + waiting.random.up_to(fault.jitter);
+  if (fault.kind == Disturbs::CORRUPT && passage.frame.size > 0) {
+    const std::uint64_t bits = 8U * passage.frame.size;
+    const std::uint64_t bit =
+        fault.bit >= 0 ? static_cast<std::uint64_t>(fault.bit) % bits : waiting.random.next() % bits;
+    passage.frame.data[bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
+  }
+  log(waiting.event, ": " + nkr::can::to_string(passage.frame));
+}
+
+void ScenarioPlayer::log(const ScenarioEvent& event, const std::string& more) {
+  if (!context_.settings.logs_scenario) return;
+  context_.report(Event::Kind::ACTION, static_cast<std::uint32_t>(event.line), event.text + more);
+}
+
+void ScenarioPlayer::happened(const Event& event) {
+  if (event.kind == Event::Kind::EMERGENCY) checks_.emergency_sent(event.code);
+  const bool power = event.kind == Event::Kind::POWER_STATE;
+  if (!power && event.kind != Event::Kind::NMT_STATE) return;
+  const auto kind = power ? Trigger::Kind::POWER_STATE : Trigger::Kind::NMT_STATE;
+  for (WaitingEvent& waiting : waiting_) {
+    if (waiting.over || waiting.event.when.kind != kind || waiting.event.when.code != event.code) continue;
+    waiting.fired = waiting.over = true;
+    ready_.push_back(waiting.event);
+  }
+}
+
+/** A condition fires once, when it was true for its time. */
+void ScenarioPlayer::look_at_conditions() {
+  std::vector<ScenarioEvent> fired;
+  for (WaitingEvent& waiting : waiting_) {
+    const Trigger& when = waiting.event.when;
+    if (waiting.over || when.kind != Trigger::Kind::CONDITION) continue;
+    if (!conditions_.hold(when.condition, {})) {
+      waiting.true_since = Time::max();
+      continue;
+    }
+    waiting.true_since = std::min(waiting.true_since, context_.now);
+    if (context_.now - waiting.true_since < when.duration) continue;
+    waiting.fired = waiting.over = true;
+    fired.push_back(waiting.event);
+  }
+  for (const ScenarioEvent& event : fired) perform(event);
+}
+
+void ScenarioPlayer::move_quantities() {
+  for (const Ramp& ramp : ramps_) {
+    const double whole = std::chrono::duration<double>(ramp.end - ramp.begin).count();
+    const double over = std::chrono::duration<double>(context_.now - ramp.begin).count();
+    Action action;
+    action.kind = Action::Kind::QUANTITY;
+    action.quantity = ramp.quantity;
+    action.number = over >= whole ? ramp.to : ramp.from + (ramp.to - ramp.from) * over / whole;
+    (void)effects_.to_machine(action, false);
+  }
+  const auto arrived = [this](const Ramp& ramp) { return ramp.end <= context_.now; };
+  ramps_.erase(std::remove_if(ramps_.begin(), ramps_.end(), arrived), ramps_.end());
+}
+
+std::vector<Verdict> ScenarioPlayer::finish() {
+  checks_.finish();
+  std::vector<Verdict> verdicts = std::exchange(checks_.verdicts(), {});
+  const auto open = [&](const ScenarioEvent& event) {
+    verdicts.push_back({Verdict::Kind::INCONCLUSIVE, event,
+                        std::chrono::duration_cast<std::chrono::microseconds>(context_.now - began_),
+                        "it did not happen"});
+  };
+  for (const TimedEvent& timed : timed_) {
+    if (timed.period == Duration::zero() && !stopped_) open(timed.event);
+  }
+  for (const WaitingEvent& waiting : waiting_) {
+    if (!waiting.fired && !stopped_) open(waiting.event);
+  }
+  timed_.clear();
+  waiting_.clear();
+  return verdicts;
+}
+
+void ScenarioPlayer::perform(const ScenarioEvent& event) {
+  if (stopped_) return;
+  if (event.action.kind == Action::Kind::CHECK) {
+    watch_frames();
+    return checks_.begin(event, began_);
+  }
+  log(event, {});
+  const Because because(context_, "the scenario: " + event.text);
+  perform(event.action);
 }
 
 void ScenarioPlayer::perform(const Action& action) {
@@ -167,7 +404,41 @@ void ScenarioPlayer::perform(const Action& action) {
       return bus_.silence(action.duration);
     case Does::SET:
       return set(action);
+    case Does::SENSOR_OK:
+      return effects_.measure_again(action.sensor);
+    case Does::QUANTITY:
+      return change(action);
+    case Does::POWER:
+      admission_.served = false;
+      (void)effects_.to_machine(action, false);
+      return;
+    case Does::BATTERY:
+    case Does::ENCODER:
+    case Does::PHASE:
+    case Does::BRAKE:
+    case Does::FLASH:
+      (void)effects_.to_machine(action, false);
+      return;
+    case Does::SEND:
+      return effects_.receive(*nkr::can::parse_frame(action.text));
+    case Does::STOP:
+      stopped_ = true;
+      return;
+    case Does::FRAME_FAULT:
+    case Does::CHECK:
+      return;
   }
+}
+
+void ScenarioPlayer::change(const Action& action) {
+  const auto same = [&](const Ramp& ramp) { return ramp.quantity == action.quantity; };
+  ramps_.erase(std::remove_if(ramps_.begin(), ramps_.end(), same), ramps_.end());
+  if (action.duration.count() == 0) {
+    (void)effects_.to_machine(action, false);
+    return;
+  }
+  ramps_.push_back({action.quantity, effects_.quantity(action.quantity), action.number, context_.now,
+                    context_.now + action.duration});
 }
 
 void ScenarioPlayer::cut_bus(BusState state, Duration duration) {

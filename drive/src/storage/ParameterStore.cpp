@@ -90,7 +90,7 @@ Abort ParameterStore::save(Group group) {
       values[key] = object.value;
     }
   }
-  if (!file_.write(values)) return Abort::HARDWARE;
+  if (fails_ || !file_.write(values)) return Abort::HARDWARE;
   stored_ = std::move(values);
   if (group == Group::ALL || group == Group::COMMUNICATION) network_restored_ = false;
   return Abort::NONE;
@@ -101,7 +101,7 @@ Abort ParameterStore::restore(Group group) {
   for (const Object& object : context_.dictionary.objects()) {
     if (belongs(object, group)) values.erase(key_of(object.index, object.subindex));
   }
-  if (!file_.write(values)) return Abort::HARDWARE;
+  if (fails_ || !file_.write(values)) return Abort::HARDWARE;
   stored_ = std::move(values);
   if (group == Group::ALL || group == Group::COMMUNICATION) network_restored_ = true;
   return Abort::NONE;

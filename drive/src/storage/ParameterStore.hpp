@@ -26,6 +26,9 @@ class ParameterStore : public Part {
   /** The network settings were restored and wait for a reset of any kind. */
   [[nodiscard]] bool network_restored() const { return network_restored_; }
 
+  /** Nothing can be written from now on; or it can. */
+  void fail(bool fails) { fails_ = fails; }
+
   void reset(Reset kind) override;
 
   /** Node id and bus termination: they belong to the communication parameters, wherever they stand. */
@@ -54,6 +57,7 @@ class ParameterStore : public Part {
   Values stored_;
   bool readable_ = true;
   bool network_restored_ = false;
+  bool fails_ = false;
 };
 
 }  // namespace tav::drive

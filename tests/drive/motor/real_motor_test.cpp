@@ -1,6 +1,7 @@
 // A drive whose motor has load, supply and heat: what its objects show of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -189,6 +190,21 @@ TEST_F(RealMotorTest, ItsGainsAreTheDrivesObjects) {
     return highest - 200;
   };
   EXPECT_GT(overshoot(300, 400), overshoot(1000, 100) + 20);
+}
+
+TEST_F(RealMotorTest, HardlyOvershootsAtTheEndOfARamp) {
+  use();
+  enable();
+  turn(200);
+  bench->step(milliseconds(1500));
+  turn(-100);
+  std::int32_t lowest = 0;
+  for (int i = 0; i < 150; ++i) {
+    bench->step(milliseconds(10));
+    lowest = std::min(lowest, speed());
+  }
+  EXPECT_LT(lowest, -98);
+  EXPECT_GT(lowest, -106);
 }
 
 TEST_F(RealMotorTest, AResetOfTheNodeStopsNoMotorAndKeepsItsPosition) {

@@ -1,6 +1,8 @@
 #ifndef TAV_DRIVE_DRIVESTATES_HPP
 #define TAV_DRIVE_DRIVESTATES_HPP
 
+#include <nkr/export.h>
+
 #include <cstdint>
 #include <string>
 #include <tav/drive/Settings.hpp>
@@ -28,13 +30,23 @@ struct Event {
     NMT_STATE,    ///< it entered an NMT state; `code` is the NMTState
     POWER_STATE,  ///< it entered a state of the power drive system; `code` is the PowerState
     EMERGENCY,    ///< it sent an emergency message; `code` is its error code, 0x0000 when all errors are gone
-    REFUSED       ///< a scenario's `set` was refused; `code` is the abort code, `text` says what
+    REFUSED,      ///< a scenario's `set` was refused; `code` is the abort code, `text` says what
+    ACTION,       ///< an event of a scenario happened; `code` is its line, `text` what it says
+    CHECK         ///< a check of a scenario ended; `code` is a Verdict::Kind, `text` says how
   };
   Time time{};
   Kind kind = Kind::NMT_STATE;
   std::uint32_t code = 0;
-  std::string text;  ///< for people; empty where the code says it all
+  std::string text;   ///< for people; empty where the code says it all
+  std::string cause;  ///< what brought it about, for people: "control word 0x0006"; empty where nobody knows
 };
+
+[[nodiscard]] NKR_EXPORT const char* to_string(NMTState state);
+[[nodiscard]] NKR_EXPORT const char* to_string(PowerState state);
+/** The event in words: "12.345678 s: SWITCHED_ON (control word 0x0007)". @param began  the time that is 0 */
+[[nodiscard]] NKR_EXPORT std::string to_text(const Event& event, Time began);
+/** The same as one JSON object: t_us, drive, kind, code, text, cause. */
+[[nodiscard]] NKR_EXPORT std::string to_json(const Event& event, Time began, std::uint8_t node);
 
 }  // namespace tav::drive
 

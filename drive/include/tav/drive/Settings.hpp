@@ -44,7 +44,8 @@ struct Settings {
   /** The motor, its load and its supply as physics has them; nothing: an ideal motor that is where it should.
    */
   std::optional<MotorParameters> motor;
-  Timing timing;  ///< how long it takes for what it does
+  bool logs_scenario = false;  ///< take_events() tells what of a scenario happened, too
+  Timing timing;               ///< how long it takes for what it does
 };
 
 }  // namespace tav::drive

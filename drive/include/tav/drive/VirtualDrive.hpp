@@ -94,6 +94,14 @@ class NKR_EXPORT VirtualDrive {
    */
   [[nodiscard]] bool play(const Scenario& scenario, std::string& problem);
 
+  /**
+   * Ends the scenarios that were played: what they still waited for did not happen.
+   * @return how their checks ended, in that order, and which events never came
+   */
+  [[nodiscard]] std::vector<Verdict> finish_scenario();
+  /** A scenario said that it is over. */
+  [[nodiscard]] bool scenario_stopped() const;
+
   /** The node id it answers to: 1 to 127. */
   [[nodiscard]] std::uint8_t node_id() const;
   /** Its NMT state; INITIALISING before it is switched on. */
