@@ -104,6 +104,7 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "safety": set(),
         "unit": set(),
         "group": {"unit"},
+        "vehicle": set(),
     },
 }
 

@@ -89,6 +89,7 @@ void GroupCycle::Impl::take_emergency(Member& member, const Frame& frame, Time a
 void GroupCycle::Impl::take_error_control(Member& member, const Frame& frame, Time at) {
   if (frame.size != 1) return;
   const std::uint8_t told = frame.data[0];
+  if (told == kBootUp) ++member.feedback.restarts;
   if (told == kOperational || member.needs_restoring) return;
   StopReason reason = reason_of(told == kBootUp ? Kind::RESTARTED : Kind::NMT_CHANGED, member);
   reason.frame = frame;

@@ -66,9 +66,9 @@ struct Measurement {
 /** What is known of one unit. */
 struct Feedback {
   std::uint8_t node = 0;
-  bool is_fresh = false;  ///< `last` is of this very cycle
-  bool is_lost = false;   ///< it takes no part in the motion: see the reason
-  std::uint8_t unused = 0;
+  bool is_fresh = false;            ///< `last` is of this very cycle
+  bool is_lost = false;             ///< it takes no part in the motion: see the reason
+  std::uint8_t restarts = 0;        ///< boot-ups heard since the group was made; its counter may begin anew
   std::uint16_t control_word = 0;   ///< as last sent to it
   std::int16_t order = 0;           ///< velocity as last sent to it
   std::uint16_t emergency = 0;      ///< code of its last emergency message; 0: none, or taken back
