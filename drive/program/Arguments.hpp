@@ -1,6 +1,7 @@
 #ifndef TAV_DRIVE_PROGRAM_ARGUMENTS_HPP
 #define TAV_DRIVE_PROGRAM_ARGUMENTS_HPP
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -16,8 +17,14 @@ struct Arguments {
   std::string scenario;
   std::string motor = "agv-200mm";
   std::string timing = "typical";
+  std::string fleet;
+  std::string junit;
+  std::string log;
+  std::string events;
+  std::vector<std::uint8_t> nodes{0};  ///< 0: the description's own
   std::uint64_t seed = 1;
-  std::uint8_t node = 0;
+  std::chrono::milliseconds time{0};  ///< how long it runs; 0: until it is stopped
+  bool virtual_time = false;
   bool console = false;
   bool help = false;
   bool version = false;
@@ -28,6 +35,9 @@ bool read_arguments(const std::vector<std::string>& words, Arguments& arguments,
 
 /** The text of --help. */
 [[nodiscard]] std::string help_text();
+
+/** Node ids such as "3", "1..127" or "1,2,5". @return empty when the text is none */
+[[nodiscard]] std::vector<std::uint8_t> read_nodes(const std::string& text);
 
 }  // namespace tav::drive
 

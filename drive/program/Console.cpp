@@ -21,7 +21,10 @@ silence 500ms               nothing is sent
 bus off|gone [500ms], bus back
 reply lost|late 50ms|twice|abort 0x08000022|wrong-toggle|wrong-index|wrong-size, reset amid
                             of the next SDO access
-Before each: at 2s, or access 3 read|write|any OBJECT|* (each instead of 3: every one).
+lose, late 20ms, duplicate, corrupt   of frames: frame each sdo-reply lose with 20%
+load, slope, voltage, friction, ambient VALUE [over 1s]; battery, encoder, phase, brake, flash, power
+expect velocity < 10 within 300ms; never state FAULT; check brake = 1
+Before each: at 2s, every 100ms, state FAULT, when velocity > 10, or access 3 read|write|any OBJECT|* (each instead of 3: every one).
 )";
 
 }  // namespace

@@ -6,9 +6,12 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <nkr/can/open_bus.hpp>
+#include <sstream>
 #include <string>
 
 #include "drive/DriveBench.hpp"
@@ -145,6 +148,10 @@ TEST(Program, SaysWhatIsWrongWithItsWords) {
                    {"--bus unix:/tmp/x --node 128", "--node 128"},
                    {"--bus unix:/tmp/x --node 0", "--node 0"},
                    {"--bus unix:/tmp/x --node 1x", "--node 1x"},
+                   {"--bus unix:/tmp/x --node 5..3", "--node 5..3"},
+                   {"--bus unix:/tmp/x --node 3,3", "--node 3,3"},
+                   {"--bus unix:/tmp/x --for 0", "--for 0"},
+                   {"--bus unix:/tmp/x --timing fast", "--timing fast"},
                    {"--bus virtual", "use unix:PATH"}};
   for (const auto& mistake : kMistakes) {
     const Outcome outcome = run(mistake.words);
@@ -172,6 +179,145 @@ TEST(Program, NamesEachMistakeOfTheMotorsParameters) {
       << outcome.output;
   unlink(file.c_str());
   EXPECT_NE(run("--bus unix:/tmp/x --motor agv").output.find("cannot open agv"), std::string::npos);
+}
+
+std::string content(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+/** Files of one test, which are gone afterwards. */
+class Folder {
+ public:
+  Folder() {
+    std::string name = "/tmp/tav-drive-XXXXXX";
+    path_ = mkdtemp(name.data());
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+  [[nodiscard]] std::string write(const std::string& name, const std::string& text) const {
+    std::ofstream(*this / name) << text;
+    return *this / name;
+  }
+
+ private:
+  std::string path_;
+};
+
+constexpr const char* kMachine = R"(
+at 600ms set 0x6040 6
+at 610ms set 0x6040 7
+at 620ms set 0x6040 0x7F
+at 620ms set 0x6042 200
+case "it turns" {
+  at 700ms expect velocity > 190 within 2s
+  at 4s never velocity < 150 until 5s
+}
+at 5s fault 0x2310
+at 5s expect state FAULT within 1s
+frame each heartbeat lose with 10%
+)";
+
+TEST(Program, HoldsADriveAgainstAScenarioInVirtualTime) {
+  const Folder folder;
+  const std::string scenario = folder.write("machine.scenario", kMachine);
+  const auto run_once = [&](const std::string& name) {
+    return run("--virtual-time --node 3 --for 60 --scenario " + scenario + " --junit " +
+               (folder / (name + ".xml")) + " --log " + (folder / (name + ".log")) + " --events " +
+               (folder / (name + ".json")));
+  };
+  const Outcome outcome = run_once("a");
+  EXPECT_EQ(outcome.exit_status, 0) << outcome.output;
+  EXPECT_EQ(outcome.output, "3 passed, 0 failed, 0 open\n");
+  EXPECT_NE(content(folder / "a.xml")
+                .find("tests=\"3\" failures=\"0\" errors=\"0\" skipped=\"0\" time=\"60.000000\""),
+            std::string::npos)
+      << content(folder / "a.xml");
+  EXPECT_EQ(content(folder / "a.log").substr(0, 32), "(0000000000.500000) can0 703#00\n");
+  EXPECT_NE(
+      content(folder / "a.json").find("\"text\":\"OPERATION_ENABLED\",\"cause\":\"control word 0x007F\"}"),
+      std::string::npos);
+  (void)run_once("b");
+  for (const char* const end : {".xml", ".log", ".json"}) {
+    EXPECT_EQ(content(folder / (std::string("a") + end)), content(folder / (std::string("b") + end))) << end;
+  }
+}
+
+TEST(Program, AFailedCheckAnOpenOneAndAMistakeHaveTheirExitStatus) {
+  const Folder folder;
+  const std::string failing = folder.write("f", "at 1s check velocity > 5\nat 2s reset\n");
+  const Outcome failed =
+      run("--virtual-time --node 1 --for 5 --scenario " + failing + " --junit " + (folder / "x"));
+  EXPECT_EQ(failed.exit_status, 1);
+  EXPECT_EQ(failed.output,
+            failing + ":1: failed: at 1s check velocity > 5 (velocity is 0) at 1.000000 s, drive 1\n" +
+                "0 passed, 1 failed, 0 open\n");
+  EXPECT_NE(content(folder / "x").find("<failure message=\"velocity is 0\" type=\"failed\">"),
+            std::string::npos);
+  const std::string open = folder.write("o", "access 1 read 0x1000 reset\n");
+  const Outcome opened = run("--virtual-time --node 1 --for 5 --scenario " + open);
+  EXPECT_EQ(opened.exit_status, 3);
+  EXPECT_NE(opened.output.find("open: access 1 read 0x1000 reset (it did not happen)"), std::string::npos);
+  const std::string wrong = folder.write("w", "at 1s check velocity\nfoo\n");
+  const Outcome mistaken = run("--virtual-time --node 1 --for 5 --scenario " + wrong);
+  EXPECT_EQ(mistaken.exit_status, 2);
+  EXPECT_NE(mistaken.output.find(wrong +
+                                 ": line 1: a relation (<, <=, >, >=, = or !=) is missing\nline 2: \"foo\""),
+            std::string::npos)
+      << mistaken.output;
+  EXPECT_EQ(run("--virtual-time --node 1").exit_status, 2);
+  EXPECT_EQ(run("--virtual-time --bus unix:/tmp/x --for 3").exit_status, 2);
+}
+
+TEST(Program, AScenarioStopsItself) {
+  const Folder folder;
+  const std::string scenario = folder.write("s", "at 2s stop\nnever state FAULT\n");
+  const Outcome outcome =
+      run("--virtual-time --for 3600 --scenario " + scenario + " --junit " + (folder / "x") + " --node 1");
+  EXPECT_EQ(outcome.exit_status, 0);
+  EXPECT_NE(content(folder / "x").find("time=\"2.000000\""), std::string::npos) << content(folder / "x");
+}
+
+TEST(Program, RunsManyDrivesOfTheirOwnParametersInOneProcess) {
+  const Folder folder;
+  const std::string mass = folder.write("heavy", "mass = 400\n");
+  const std::string fleet =
+      folder.write("fleet", "# two wheels\nnode 3\n\nnode 0x10 motor " + mass + " timing slow store " +
+                                (folder / "memory") + " seed 4 # right\n");
+  const std::string scenario =
+      folder.write("s",
+                   "on 3: at 1s fault 0x2310\non 3: at 1s expect state FAULT within 1s\n"
+                   "on 16: never state FAULT\n");
+  const Outcome outcome =
+      run("--virtual-time --for 5 --fleet " + fleet + " --scenario " + scenario + " --log " + (folder / "l"));
+  EXPECT_EQ(outcome.exit_status, 0) << outcome.output;
+  EXPECT_NE(content(folder / "l").find("(0000000000.500000) can0 703#00\n"), std::string::npos);
+  EXPECT_NE(content(folder / "l").find("(0000000003.000000) can0 710#00\n"), std::string::npos);
+  const std::string wrong = folder.write("w", "node 3\nnode 3\nnode 200\nnode 4 colour red\nmotor ideal\n");
+  const Outcome mistaken = run("--virtual-time --for 5 --fleet " + wrong);
+  EXPECT_EQ(mistaken.exit_status, 1);
+  EXPECT_EQ(mistaken.output, "tav-drive: " + wrong +
+                                 ": line 2: this node stands twice\nline 3: \"200\" is not a node id, 1 to "
+                                 "127\nline 4: \"colour\" is not known: node, motor, timing, seed or store\n"
+                                 "line 5: which node? \"node 3 ...\"\n");
+}
+
+TEST(Program, ManyDrivesAnswerOnOneBus) {
+  TestBus bus;
+  Background program({"--bus", bus.name(), "--node", "1..20", "--timing=ideal"});
+  EXPECT_NE(bus.next(0x714), "");
+  for (const char* const node : {"01", "0A", "14"}) {
+    const std::string id = std::string("6") + node;
+    bus.send(id + "#4018100100000000");
+    EXPECT_NE(bus.next(static_cast<std::uint32_t>(std::stoul("5" + std::string(node), nullptr, 16) + 0x80)),
+              "")
+        << node;
+  }
+  EXPECT_EQ(program.end(SIGTERM), 0);
 }
 
 TEST(Program, IsADriveOnTheBusUntilItIsStopped) {

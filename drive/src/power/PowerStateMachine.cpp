@@ -289,6 +289,7 @@ void PowerStateMachine::run() {
   if (next_at_ > context_.now) return;
   next_at_ = Time::max();
   if (torque_inhibited_) return;
+  const Because because(context_, "control word " + hexadecimal(controlword_.get()));
   enter(next_);
   const std::uint16_t word = controlword_.get();
   if ((word & kFaultReset) == 0) controlword_written();
