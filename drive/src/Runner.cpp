@@ -1,8 +1,9 @@
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
 #include <nkr/can/Thread.hpp>
+#include <nkr/time/Condition.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/drive/Runner.hpp>
 #include <utility>
 
@@ -18,7 +19,7 @@ constexpr std::chrono::seconds kLongestSleep(10);
 constexpr std::chrono::milliseconds kSendTimeout(100);
 
 Time wake_up_time(Time due) {
-  return std::min(due, Clock::now() + kLongestSleep);
+  return std::min(due, nkr::time::now() + kLongestSleep);
 }
 
 }  // namespace
@@ -39,7 +40,7 @@ struct Runner::Impl {
 
   // When the timer is wanted.
   std::mutex mutex;
-  std::condition_variable wake;
+  nkr::time::Condition wake;
   Time wanted = Time::max();
   bool stopping = false;
 };
@@ -57,11 +58,11 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
                               [this] { wake_at(Time::min()); }};
   drive.connect(
       [this](const Frame& frame) {
-        const nkr_error_t sent = port->send(frame, Clock::now() + kSendTimeout);
+        const nkr_error_t sent = port->send(frame, nkr::time::now() + kSendTimeout);
         if (sent == NKR_CAN_CLOSED) status = sent;
       },
       std::move(events));
-  drive.power_on(Clock::now());
+  drive.power_on(nkr::time::now());
   if (timer.start([this] { run_timer(); })) return NKR_OK;
   stop();
   return NKR_CAN_NO_RESOURCES;
@@ -82,7 +83,7 @@ void Runner::Impl::stop() {
 }
 
 void Runner::Impl::take(const Frame& frame) {
-  wake_at(drive.receive(frame, Clock::now()));
+  wake_at(drive.receive(frame, nkr::time::now()));
 }
 
 void Runner::Impl::wake_at(Time due) {
@@ -99,7 +100,7 @@ void Runner::Impl::run_timer() {
   while (!stopping) {
     wanted = Time::max();
     lock.unlock();
-    const Time due = wake_up_time(drive.advance(Clock::now()));
+    const Time due = wake_up_time(drive.advance(nkr::time::now()));
     lock.lock();
     if (stopping) return;
     wanted = std::min(wanted, due);

@@ -1,6 +1,6 @@
-#include <condition_variable>
 #include <fstream>
 #include <mutex>
+#include <nkr/time/Condition.hpp>
 #include <tav/drive/VirtualDrive.hpp>
 #include <utility>
 #include <variant>
@@ -66,7 +66,7 @@ struct VirtualDrive::Impl {
   }
 
   std::mutex mutex;
-  std::condition_variable idle;  // nobody hands out
+  nkr::time::Condition idle;  // nobody hands out
   Machine machine;
   Output output;
   Events events;

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <nkr/time/clock.hpp>
 #include <tavcore/Controller.hpp>
 #include <thread>
 #include <utility>
@@ -44,7 +45,7 @@ void Controller::run() {
   while (*running) {
     std::cout.flush();
     std::fflush(stdout);
-    std::this_thread::sleep_for(kPeriod);
+    time::sleep_for(kPeriod);
   }
 }
 

@@ -1,6 +1,7 @@
 // The walk from any usual state to OPERATION_ENABLED: one transition at a time, never back, never again.
 
 #include <chrono>
+#include <nkr/time/clock.hpp>
 #include <tavcore/Controller.hpp>
 #include <thread>
 
@@ -33,7 +34,7 @@ class Journal {
 
 void wait_for_the_drive() {
   constexpr std::chrono::milliseconds kAllowance{100};
-  std::this_thread::sleep_for(kAllowance);
+  time::sleep_for(kAllowance);
 }
 
 /** The steps of one walk. Each answers NKR_OK to go on, or the failure that ends the walk. */

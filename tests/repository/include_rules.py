@@ -6,6 +6,7 @@ import re
 # Where each target's files are.
 FOLDERS = {
     "platform/error": "nkr-error",
+    "platform/time": "nkr-time",
     "platform/log": "nkrLog",
     "platform/tools": "nkr-tools",
     "platform/codec": "nkr-codec",
@@ -23,6 +24,7 @@ FOLDERS = {
 # What a header's name says of its target; the first match counts.
 HEADERS = (
     (r"nkr/(error\.h|Error\.hpp|export\.h)", "nkr-error"),
+    (r"nkr/time/.+", "nkr-time"),
     (r"nkr/log(_\w+)?\.h", "nkrLog"),
     (r"nkr/tools/.+", "nkr-tools"),
     (r"nkr/(cia402|safety_word)\.h", "nkr-codec"),
@@ -38,19 +40,21 @@ HEADERS = (
 
 MAY_INCLUDE = {
     "nkr-error": set(),
+    "nkr-time": {"nkr-error"},
     "nkrLog": {"nkr-error"},
     "nkr-tools": {"nkr-error"},
     "nkr-codec": {"nkr-error"},
     "nkr-canopencore": {"nkr-error"},
-    "tavcore": {"nkr-error", "nkrLog", "nkr-tools", "nkr-codec", "nkr-canopencore"},
+    "tavcore": {"nkr-error", "nkr-time", "nkrLog", "nkr-tools", "nkr-codec", "nkr-canopencore"},
     "tavcore-testing": {"tavcore", "nkr-canopencore", "nkr-error"},
     "tavcore-testing-log": {"tavcore-testing", "nkrLog", "nkr-error"},
-    "nkr-can": {"nkr-error"},
-    "nkr-canopen": {"nkr-can", "nkr-canopencore", "nkr-error"},
+    "nkr-can": {"nkr-error", "nkr-time"},
+    "nkr-canopen": {"nkr-can", "nkr-time", "nkr-canopencore", "nkr-error"},
     "tav-host": {
-        "tavcore", "nkr-canopen", "nkr-can", "nkr-canopencore", "nkr-codec", "nkr-tools", "nkrLog", "nkr-error",
+        "tavcore", "nkr-canopen", "nkr-can", "nkr-canopencore", "nkr-codec", "nkr-tools", "nkrLog", "nkr-time",
+        "nkr-error",
     },
-    "tav-drive": {"nkr-can", "nkr-error", "nkr-tools"},
+    "tav-drive": {"nkr-can", "nkr-time", "nkr-error", "nkr-tools"},
 }
 
 # The rooms of a library: folder of its sources -> room (a folder in it) -> the rooms that it may include. BESIDE are the files

@@ -61,7 +61,7 @@ nkr_error_t size_noticed(const Access& access) {
 const std::vector<Fault>& drive_faults() {
   static const std::vector<Fault> faults = {
       {"reply lost", "reply lost", timed_out},
-      {"reply late", "reply late 600ms", timed_out, false, true},
+      {"reply late", "reply late 400ms", timed_out, false, true},
       {"reply twice", "reply twice", fine},
       {"abort", "reply abort 0x06060000", hardware_error},
       {"wrong toggle", "reply wrong-toggle", toggle_noticed},

@@ -4,11 +4,11 @@
 
 #include <map>
 #include <mutex>
+#include <nkr/time/clock.hpp>
 #include <sstream>
 #include <support/ConfigText.hpp>
 #include <support/DispatcherBench.hpp>
 #include <support/TemporaryFile.hpp>
-#include <thread>
 
 namespace tavtest {
 namespace {
@@ -21,9 +21,6 @@ struct DriveObject {
 };
 /** Objects by index and sub-index. */
 using DriveObjects = std::map<std::uint32_t, std::map<std::uint32_t, DriveObject>>;
-
-/** How long an answer that does not come is waited for. */
-constexpr std::chrono::milliseconds kUnansweredTimeout{60};
 
 /** Where an exchange of process data sends the order (CiA 402-2, 6042h). */
 constexpr std::uint32_t kTargetVelocity = 0x6042;
@@ -135,7 +132,7 @@ FaultRig::FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::mi
   client_ = std::make_unique<nkr::canopen::Client>(bus_, options_with(grace));
   EXPECT_EQ(runner_->start(*bus_), NKR_OK);
   await_boot_up();
-  watched_ = std::make_shared<WatchedClient>(*client_, kTimeout);
+  watched_ = std::make_shared<WatchedClient>(*client_);
   const TemporaryFile host_description(files.host_description);
   const TemporaryFile file(config_text({{"contextId", std::to_string(context)},
                                         {"nodeId", std::to_string(DispatcherBench::kNode)},
@@ -146,12 +143,11 @@ FaultRig::FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::mi
 }
 
 void FaultRig::await_boot_up() {
-  const auto deadline = nkr::can::Clock::now() + std::chrono::seconds(20);
   nkr::canopencore::NMTState state{};
-  while (nkr::can::Clock::now() < deadline) {
+  while (time_.elapsed() < std::chrono::seconds(20)) {
     client_->getNMTState(DispatcherBench::kNode, state);
     if (state == nkr::canopencore::NMTState::PRE_OPERATIONAL) return;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    nkr::time::sleep_for(std::chrono::milliseconds(1));
   }
   ADD_FAILURE() << "the drive does not boot";
 }
@@ -165,11 +161,6 @@ void FaultRig::play(const std::string& text) {
   }
 }
 
-void FaultRig::expect_unanswered(std::size_t access) {
-  watched_->unanswered = access;
-  watched_->wait_for_unanswered = kUnansweredTimeout;
-}
-
 Outcome FaultRig::run(const Operation& operation, const RecordingLog& log) {
   // An operation that gives the drive another node id makes the dispatcher follow it at once.
   EXPECT_EQ(dispatcher_->_setNodeId(DispatcherBench::kNode), NKR_OK);
@@ -177,7 +168,6 @@ Outcome FaultRig::run(const Operation& operation, const RecordingLog& log) {
   const std::size_t before = log.records().size();
   Outcome outcome;
   outcome.result = operation.call(*dispatcher_, outcome.outputs);
-  watched_->unanswered = 0;
   outcome.accesses = watched_->accesses;
   const std::vector<LogEntry> records = log.records();
   for (std::size_t i = before; i < records.size(); ++i) {

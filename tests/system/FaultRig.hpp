@@ -5,6 +5,7 @@
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/VirtualTime.hpp>
 #include <string>
 #include <support/Operation.hpp>
 #include <tav/drive/Runner.hpp>
@@ -26,29 +27,25 @@ struct RigFiles {
 };
 RigFiles files_of(const Operation& operation);
 
-/** A dispatcher on the real client, a bus inside the process, and a drive whose scenarios disturb it. */
+/** A dispatcher on the real client, a bus inside the process, and a drive whose scenarios disturb it: all in
+ * a virtual time of their own, so that no verdict depends on how busy the machine is. */
 class FaultRig {
  public:
-  /** Of every access that is answered: so long that no verdict depends on how busy the machine is. */
-  static constexpr std::chrono::seconds kTimeout{30};
-  /** How long the client lets a late answer come where one comes, and where none does. */
-  static constexpr std::chrono::milliseconds kGrace{30000};
-  static constexpr std::chrono::milliseconds kNoGrace{60};
+  static constexpr std::chrono::milliseconds kTimeout{100};
 
   /** @param context tells the records of this rig from those of others that run at the same time
    *  @param grace   how long the client lets a late answer come before it asks again */
   FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::milliseconds grace);
 
   void play(const std::string& scenario);
-  /** @param access of the next operation, counted from 1, whose answer the drive is told to keep back or
-   * spoil */
-  void expect_unanswered(std::size_t access);
+  [[nodiscard]] const nkr::time::VirtualTime& time() const { return time_; }
   /** Calls the operation once. */
   Outcome run(const Operation& operation, const RecordingLog& log);
 
  private:
   void await_boot_up();
 
+  nkr::time::VirtualTime time_;  // of all that follows
   std::uint32_t context_;
   std::shared_ptr<nkr::can::InProcessBus> bus_ = std::make_shared<nkr::can::InProcessBus>();
   std::unique_ptr<tav::drive::VirtualDrive> drive_;

@@ -1,10 +1,7 @@
 #ifndef TESTS_SYSTEM_WATCHEDCLIENT_HPP
 #define TESTS_SYSTEM_WATCHEDCLIENT_HPP
 
-#include <chrono>
-#include <cstddef>
 #include <nkr/canopen/Client.hpp>
-#include <nkr/canopen/SdoTimeoutScope.hpp>
 #include <support/Doubles.hpp>
 #include <vector>
 
@@ -22,19 +19,12 @@ class WatchedClient : public nkr::canopencore::IService {
     return address >> 28 == 1 ? address + 0x20000000U : address;
   }
 
-  /** @param timeout of every access that is answered */
-  WatchedClient(nkr::canopen::Client& client, std::chrono::milliseconds timeout)
-      : client_(client), timeout_(timeout) {}
+  explicit WatchedClient(nkr::canopen::Client& client) : client_(client) {}
 
   std::vector<Access> accesses;
 
-  /** The access, counted from 1, whose answer does not come, and how long it is waited for; 0: none. */
-  std::size_t unanswered = 0;
-  std::chrono::milliseconds wait_for_unanswered{0};
-
   bool isInitialized() const override { return client_.isInitialized(); }
   nkr_error_t sync(const nkr::canopenservice::TavIn& request, nkr::canopenservice::TavOut& out) override {
-    const nkr::canopen::SdoTimeoutScope timeout(timeout_of_next());
     accesses.push_back({AccessKind::SYNC, request.nodeId, 0, {}});
     return client_.sync(request, out);
   }
@@ -53,7 +43,6 @@ class WatchedClient : public nkr::canopencore::IService {
     return read(nodeId, address, value);                                                                    \
   }                                                                                                         \
   nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const T& value) override { \
-    const nkr::canopen::SdoTimeoutScope timeout(timeout_of_next());                                         \
     accesses.push_back({AccessKind::WRITE, nodeId, address, value});                                        \
     return client_.setValue(nodeId, moved(address), value);                                                 \
   }
@@ -72,20 +61,14 @@ class WatchedClient : public nkr::canopencore::IService {
 #undef TAV_WATCH_ACCESS
 
  private:
-  [[nodiscard]] std::chrono::milliseconds timeout_of_next() const {
-    return accesses.size() + 1 == unanswered ? wait_for_unanswered : timeout_;
-  }
-
   template <class T>
   nkr_error_t read(std::uint8_t node, std::uint32_t address, T& value) {
-    const nkr::canopen::SdoTimeoutScope timeout(timeout_of_next());
     const nkr_error_t result = client_.getValue(node, moved(address), value);
     accesses.push_back({AccessKind::READ, node, address, result == NKR_OK ? value : T{}});
     return result;
   }
 
   nkr::canopen::Client& client_;
-  std::chrono::milliseconds timeout_;
 };
 
 }  // namespace tavtest

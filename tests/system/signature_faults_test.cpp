@@ -19,8 +19,8 @@
 namespace tavtest {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using nkr::tavcore::CANOpenDispatcher;
+using std::chrono::milliseconds;
 using Safe = nkr::tavcore::ISafeMotionService;
 using Srdo = nkr::tavcore::ISRDOService;
 using Function = Safe::SafetyFunctionId;
@@ -98,7 +98,7 @@ bool is_inner_mapping_read(std::uint32_t address) {
 
 class SignatureFaults : public OperationSuite {
  protected:
-  static constexpr std::chrono::seconds kNoHang = FaultRig::kTimeout / 2;
+  static constexpr std::chrono::seconds kNoHang{3};
   static constexpr std::uint32_t kFirstContext = 1000;
   /** Of the refresh of all signatures some accesses are tried, of the others all but the inner mapping reads.
    */
@@ -152,13 +152,11 @@ class SignatureFaults : public OperationSuite {
 
 void SignatureFaults::try_out(const Trial& trial, std::uint32_t context) {
   SCOPED_TRACE(std::string(trial.fault->name) + " at access " + std::to_string(trial.nth));
-  FaultRig rig(files_, context, trial.fault->answer_comes ? FaultRig::kGrace : FaultRig::kNoGrace);
+  FaultRig rig(files_, context, milliseconds(trial.fault->answer_comes ? 2000 : 60));
   rig.play("access " + std::to_string(trial.nth) + " any * " + trial.fault->event);
-  const std::size_t nth = trial.nth;
-  if (trial.fault->expected(clean_.accesses[nth - 1]) == NKR_SDO_TIMED_OUT) rig.expect_unanswered(nth);
-  const auto start = Clock::now();
+  const auto start = rig.time().elapsed();
   const Outcome actual = rig.run(operation(), log_);
-  EXPECT_LT(Clock::now() - start, kNoHang);
+  EXPECT_LT(rig.time().elapsed() - start, kNoHang);
   if (trial.fault->changes_values && trial.stated.result == NKR_OK) {
     // Another value that was read gives another signature: no failure of the access.
     EXPECT_EQ(actual.result, NKR_OK);
@@ -172,7 +170,7 @@ void SignatureFaults::try_out(const Trial& trial, std::uint32_t context) {
 }
 
 TEST_P(SignatureFaults, EndAsStatedAndTheNextOperationWorks) {
-  constexpr std::size_t kThreads = 96;  // nearly all of the time is spent waiting for time-outs
+  const std::size_t kThreads = std::max(1U, std::thread::hardware_concurrency());
   std::vector<Trial> trials;
   for (const std::size_t nth : places()) {
     for (const Fault& fault : drive_faults()) trials.push_back(trial(fault, nth));

@@ -2,11 +2,11 @@
 #define NKR_CAN_FRAME_QUEUE_HPP
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/time/Condition.hpp>
 #include <vector>
 
 namespace nkr::can {
@@ -34,7 +34,7 @@ class FrameQueue {
   nkr_error_t wait(std::unique_lock<std::mutex>& lock, Frame& frame, Clock::time_point deadline);
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;
+  time::Condition changed_;
   std::vector<Frame> ring_;
   std::size_t first_ = 0;
   std::atomic<std::size_t> count_{0};  ///< changed under the mutex

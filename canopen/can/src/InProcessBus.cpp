@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <exception>
 #include <mutex>
 #include <nkr/can/InProcessBus.hpp>
+#include <nkr/time/Condition.hpp>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 #include "FrameQueue.hpp"
@@ -115,7 +116,7 @@ class Member {
   std::atomic<bool> closed_{false};
   std::atomic<int> running_{0};
   std::mutex idle_mutex_;
-  std::condition_variable idle_;
+  time::Condition idle_;
 };
 
 constexpr std::uint32_t kExtended = 1U << 31;
@@ -242,7 +243,7 @@ class InProcessBus::MemberPort : public Port {
   nkr_error_t receive(Frame& frame, const Deadline& deadline,
                       std::chrono::system_clock::time_point* when) override {
     const nkr_error_t result = member_->queue().pop(frame, deadline);
-    if (when != nullptr && result == NKR_OK) *when = std::chrono::system_clock::now();
+    if (when != nullptr && result == NKR_OK) *when = time::calendar_now();
     return result;
   }
 

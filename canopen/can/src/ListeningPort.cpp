@@ -1,7 +1,7 @@
 #include "ListeningPort.hpp"
 
-#include <condition_variable>
 #include <mutex>
+#include <nkr/time/Condition.hpp>
 #include <utility>
 
 #include "FrameQueue.hpp"
@@ -27,7 +27,7 @@ struct ListeningPort::Shared {
   const FrameHandler handler;
   FrameQueue nothing;  ///< what receive() waits at
   std::mutex mutex;
-  std::condition_variable changed;
+  time::Condition changed;
   bool ended = false;
 
  private:

@@ -2,6 +2,7 @@
 #include <limits>
 #include <nkr/can/candump.hpp>
 #include <nkr/can/trace.hpp>
+#include <nkr/time/clock.hpp>
 #include <ostream>
 #include <utility>
 
@@ -15,7 +16,7 @@ using std::chrono::system_clock;
 /** Shows what was received and hands it on. */
 FrameHandler observing(const std::shared_ptr<const FrameObserver>& observer, const FrameHandler& handler) {
   return [observer, handler](const Frame& frame) {
-    (*observer)({system_clock::now(), Direction::RECEIVED, frame});
+    (*observer)({time::calendar_now(), Direction::RECEIVED, frame});
     handler(frame);
   };
 }
@@ -26,9 +27,9 @@ class TracingPort : public Port {
       : port_(std::move(port)), observer_(std::move(observer)) {}
 
   nkr_error_t send(const Frame& frame, const Deadline& deadline) override {
-    (*observer_)({system_clock::now(), Direction::SENT, frame});
+    (*observer_)({time::calendar_now(), Direction::SENT, frame});
     const nkr_error_t result = port_->send(frame, deadline);
-    if (result != NKR_OK) (*observer_)({system_clock::now(), Direction::NOT_SENT, frame});
+    if (result != NKR_OK) (*observer_)({time::calendar_now(), Direction::NOT_SENT, frame});
     return result;
   }
 
@@ -43,7 +44,7 @@ class TracingPort : public Port {
   nkr_error_t drain(const FrameHandler& taken, const Deadline& deadline) override {
     return port_->drain(
         [this, &taken](const Frame& frame) {
-          (*observer_)({system_clock::now(), Direction::RECEIVED, frame});
+          (*observer_)({time::calendar_now(), Direction::RECEIVED, frame});
           taken(frame);
         },
         deadline);

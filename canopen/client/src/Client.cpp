@@ -1,5 +1,6 @@
 #include <limits>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 #include "Core.hpp"
@@ -182,14 +183,14 @@ nkr_error_t Client::getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t&
   if (refused != NKR_OK) return refused;
   can::Clock::time_point heard;
   if (!core_->heard().last(nodeId, heard)) return NKR_NOT_AVAILABLE;
-  milliseconds = milliseconds_between(heard, can::Clock::now());
+  milliseconds = milliseconds_between(heard, time::now());
   return NKR_OK;
 }
 
 nkr_error_t Client::getNMTState(const std::uint8_t& nodeId, canopencore::NMTState& state) {
   const nkr_error_t refused = core_->refusal(nodeId);
   if (refused != NKR_OK) return refused;
-  state = core_->nmt().state(nodeId, can::Clock::now());
+  state = core_->nmt().state(nodeId, time::now());
   return NKR_OK;
 }
 

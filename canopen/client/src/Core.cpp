@@ -1,6 +1,7 @@
 #include "Core.hpp"
 
 #include <nkr/canopen/SdoTimeoutScope.hpp>
+#include <nkr/time/clock.hpp>
 #include <optional>
 #include <utility>
 
@@ -75,7 +76,7 @@ Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
   port_ = std::make_unique<DeferredPort>(*bus_, filters);
   port_->open();
   timers_.set(Timers::Slot::HEARTBEAT_CONSUMER, TimePoint::max(), [this](TimePoint /*due*/) {
-    nmt_.check(Clock::now());
+    nmt_.check(time::now());
     return nmt_.next_check();
   });
   heartbeat_ = std::make_unique<HeartbeatProducer>(*port_, timers_);
@@ -195,14 +196,14 @@ nkr_error_t Client::Core::later(std::uint8_t node, LaterRequest request) {
 
 void Client::Core::note_failure(std::uint8_t node, sdo::Multiplexer object, bool is_write,
                                 const TransferResult& result) {
-  const TimePoint now = Clock::now();
+  const TimePoint now = time::now();
   RequestFailure failure;
   failure.node = node;
   failure.address = canopencore::ObjectAddress::of(object.address());
   failure.was_write = is_write;
   failure.code = result.code;
   if (result.waiting_since != TimePoint{}) failure.elapsed = milliseconds(now - result.waiting_since);
-  failure.when = std::chrono::system_clock::now();
+  failure.when = time::calendar_now();
   failure.bus_name = bus_ ? bus_->name() : "none";
   if (port_) failure.bus = port_->status();
   TimePoint heard;
@@ -259,7 +260,7 @@ void Client::Core::write_frames(std::ostream& log) const {
 }
 
 PdoExchange* Client::Core::usable_pdos(std::uint8_t node) {
-  if (nmt_.state(node, Clock::now()) != canopencore::NMTState::OPERATIONAL) {
+  if (nmt_.state(node, time::now()) != canopencore::NMTState::OPERATIONAL) {
     forget_pdos(node);
     return nullptr;
   }
@@ -278,7 +279,7 @@ void Client::Core::forget_pdos(std::uint8_t node) {
 nkr_error_t Client::Core::expect(std::uint8_t node, Duration within) {
   TimePoint heard;
   if (heard_.last(node, heard)) return NKR_OK;
-  nmt_.expect(node, can::time_after(Clock::now(), within));
+  nmt_.expect(node, can::time_after(time::now(), within));
   return watch_heartbeats() ? NKR_OK : NKR_CAN_NO_RESOURCES;
 }
 
@@ -290,7 +291,7 @@ nkr_error_t Client::Core::set_heartbeat_timeout(std::uint8_t node, Duration time
 nkr_error_t Client::Core::start_guarding(std::uint8_t node, Duration guard_time, unsigned life_time_factor) {
   const bool fits = guard_time <= Duration::max() / life_time_factor;
   const Duration life_time = fits ? guard_time * life_time_factor : Duration::max();
-  nmt_.start_guarding(node, life_time, Clock::now());
+  nmt_.start_guarding(node, life_time, time::now());
   if (guarding_->start(node, guard_time) && watch_heartbeats()) return NKR_OK;
   nmt_.stop_guarding(node);
   return NKR_CAN_NO_RESOURCES;
@@ -372,7 +373,7 @@ void Client::Core::bus_failed(nkr_error_t result) {
 }
 
 void Client::Core::arrived(const can::Frame& frame) {
-  const TimePoint now = Clock::now();
+  const TimePoint now = time::now();
   heard_.heard(frame.id & kNodeMask, now);
   if ((frame.id & kFunctionMask) == kErrorControl) return error_control_arrived(frame, now);
   Event event;

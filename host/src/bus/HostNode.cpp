@@ -2,6 +2,7 @@
 #include <map>
 #include <mutex>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/HostNode.hpp>
 #include <tav/host/Interrupt.hpp>
 #include <thread>
@@ -42,7 +43,7 @@ bool tells_of_a_node(Event::Kind kind) {
 
 bool wait_until(steady_clock::time_point time, const Interrupt* interrupt) {
   if (interrupt != nullptr) return interrupt->wait_until(time);
-  std::this_thread::sleep_until(time);
+  nkr::time::sleep_until(time);
   return true;
 }
 
@@ -59,7 +60,7 @@ struct HostNode::Impl {
 
   const std::shared_ptr<Client> client;
   const std::uint8_t wanted;
-  const steady_clock::time_point listening_since = steady_clock::now();
+  const steady_clock::time_point listening_since = nkr::time::now();
   int subscription = 0;
 
   std::mutex beginning;  // held while an id is chosen: the second user waits for the first one's choice
@@ -113,7 +114,7 @@ Result HostNode::Impl::choose(std::uint8_t drive) {
   }
   const std::lock_guard<std::mutex> lock(mutex);
   id = chosen;
-  begun = steady_clock::now();
+  begun = nkr::time::now();
   contested = false;
   return {};
 }
@@ -189,7 +190,7 @@ bool HostNode::is_contested() const {
   if (impl_->contested || impl_->users.empty()) return impl_->contested;
   std::uint32_t age = 0;
   return impl_->client->getTimeSinceHeard(impl_->id, age) == NKR_OK &&
-         milliseconds(age) < steady_clock::now() - impl_->begun;
+         milliseconds(age) < nkr::time::now() - impl_->begun;
 }
 
 bool HostNode::listen(const Interrupt* interrupt) const {

@@ -2,6 +2,7 @@
 #include <memory>
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/Presence.hpp>
 
 namespace tav::host {
@@ -32,7 +33,7 @@ class DeviceTypeTap {
     int requests = 0;
     int answers = 0;
     Frame frame;
-    while (port_ && port_->receive(frame, Clock::now() + kQuiet) == NKR_OK) {
+    while (port_ && port_->receive(frame, nkr::time::now() + kQuiet) == NKR_OK) {
       if (frame.size != 8 || frame.data[1] != 0x00 || frame.data[2] != 0x10 || frame.data[3] != 0) continue;
       ++((frame.id & ~std::uint32_t{0x7F}) == kRequest ? requests : answers);
     }

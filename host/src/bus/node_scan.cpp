@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <mutex>
 #include <nkr/canopen/Client.hpp>
 #include <nkr/canopen/SdoTimeoutScope.hpp>
+#include <nkr/time/Thread.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/node_scan.hpp>
-#include <thread>
 
 namespace tav::host {
 
@@ -56,9 +58,10 @@ class Scan {
   Scan(Client& client, const ScanRange& range) : client_(client), range_(range), next_(range.first) {}
 
   nkr_error_t run(std::vector<FoundNode>& found) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kAtOnce; ++i) threads.emplace_back([this] { look_on(); });
-    for (std::thread& thread : threads) thread.join();
+    std::array<nkr::time::Thread, kAtOnce> threads;
+    const auto start = [this](nkr::time::Thread& thread) { return thread.start([this] { look_on(); }); };
+    if (std::count_if(threads.begin(), threads.end(), start) == 0) return NKR_CAN_NO_RESOURCES;
+    for (nkr::time::Thread& thread : threads) thread.end();
     std::sort(found_.begin(), found_.end(),
               [](const FoundNode& a, const FoundNode& b) { return a.node < b.node; });
     found = std::move(found_);
@@ -114,7 +117,7 @@ class Scan {
 }  // namespace
 
 nkr_error_t scan_nodes(Client& client, const ScanRange& range, std::vector<FoundNode>& found) {
-  std::this_thread::sleep_for(range.listen);
+  nkr::time::sleep_for(range.listen);
   return Scan(client, range).run(found);
 }
 

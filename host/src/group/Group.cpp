@@ -1,3 +1,4 @@
+#include <nkr/time/clock.hpp>
 #include <tav/host/Group.hpp>
 
 #include "GroupImpl.hpp"
@@ -25,7 +26,7 @@ Result Group::set(const std::vector<int>& velocities) {
 }
 nkr_error_t Group::set(const int* velocities, std::size_t count) {
   if (!impl_->cycle) return NKR_INVALID_STATE;
-  return impl_->cycle->set(velocities, count, nkr::can::Clock::now());
+  return impl_->cycle->set(velocities, count, nkr::time::now());
 }
 Result Group::stop() {
   return impl_->stop(GroupCycle::Request::STOP);

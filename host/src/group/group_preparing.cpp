@@ -1,5 +1,6 @@
 // Before a group moves: who else is there, what the units are like, and what they are to hold.
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <set>
 #include <sstream>
 #include <tav/host/Interrupt.hpp>
@@ -99,11 +100,11 @@ Result Group::Impl::listen() {
   nkr_error_t opened = NKR_OK;
   const auto listener = units.front()->bus().open({}, opened);
   if (!listener) return units.front()->check(opened, "listen to the bus");
-  const Time end = Clock::now() + settings.listening;
+  const Time end = nkr::time::now() + settings.listening;
   std::set<std::uint8_t> nodes;
-  while (Clock::now() < end) {
+  while (nkr::time::now() < end) {
     Frame frame;
-    const nkr_error_t received = listener->receive(frame, std::min(end, Clock::now() + milliseconds(50)));
+    const nkr_error_t received = listener->receive(frame, std::min(end, nkr::time::now() + milliseconds(50)));
     if (is_interrupted())
       return Result(explanation(Cause::INTERRUPTED, NKR_INTERRUPTED, "listen to the bus"));
     if (received == NKR_CAN_TIMED_OUT) continue;
@@ -237,7 +238,7 @@ Result Group::Impl::configure() {
     Result result = configure(i);
     if (!result.ok()) return result;
   }
-  const Time end = Clock::now() + kConfiguring;
+  const Time end = nkr::time::now() + kConfiguring;
   while (true) {
     {
       const std::lock_guard<std::mutex> lock(mutex);
@@ -253,10 +254,10 @@ Result Group::Impl::configure() {
     }
     if (is_interrupted())
       return Result(explanation(Cause::INTERRUPTED, NKR_INTERRUPTED, "prepare the group"));
-    if (Clock::now() > end) {
+    if (nkr::time::now() > end) {
       return Result(explanation(Cause::REQUEST, NKR_SDO_TIMED_OUT, "set up the process data"));
     }
-    std::this_thread::sleep_for(kLook);
+    nkr::time::sleep_for(kLook);
   }
 }
 
@@ -336,7 +337,7 @@ void Group::Impl::heard(const Event& event) {
     const std::lock_guard<std::mutex> lock(mutex);
     configured[index] = Progress::DONE;
     if (!port || !is_running) return;
-    static_cast<void>(port->send({0x000, {0x01, event.node}}, Clock::now() + milliseconds(100)));
+    static_cast<void>(port->send({0x000, {0x01, event.node}}, nkr::time::now() + milliseconds(100)));
     cycle->restored(event.node);
   }
 }

@@ -1,6 +1,7 @@
 // A group at work: its thread, what the program asks of it, and its end.
 #include <algorithm>
 #include <limits>
+#include <nkr/time/clock.hpp>
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/text.hpp>
 #include <thread>
@@ -134,12 +135,12 @@ Result Group::Impl::start() {
       of_cycle, [this](const Frame& frame) { return port->send(frame, nkr::can::Deadline::passed()); });
   cycle->on_cycle(handler);
   for (const GroupPreparation::Unit& unit : preparation.units) {
-    result = units.front()->check(port->send({0x000, {0x01, unit.node}}, Clock::now() + kSending),
+    result = units.front()->check(port->send({0x000, {0x01, unit.node}}, nkr::time::now() + kSending),
                                   "start the units");
     if (!result.ok()) return result;
   }
-  wall = std::chrono::system_clock::now();
-  steady = Clock::now();
+  wall = nkr::time::calendar_now();
+  steady = nkr::time::now();
   is_ending = false;
   cycle->begin(steady);
   if (settings.has_thread && !thread.start([this] { run(); })) {
@@ -179,7 +180,7 @@ void Group::Impl::run() {
     report = std::move(got);
   }
   while (!is_ending) {
-    const Time now = Clock::now();
+    const Time now = nkr::time::now();
     const Time due = cycle->step(now);
     if (due > now) take_frames(due);
   }
@@ -192,11 +193,11 @@ void Group::Impl::take_frames(Time until) {
     Frame frame;
     const nkr_error_t result = port->receive(frame, deadline);
     if (result == NKR_OK) {
-      cycle->receive(frame, Clock::now());
+      cycle->receive(frame, nkr::time::now());
     } else if (result == NKR_CAN_BUS_OFF || result == NKR_CAN_INTERFACE_GONE) {
-      cycle->bus_failed(result, Clock::now());
+      cycle->bus_failed(result, nkr::time::now());
     } else if (result == NKR_CAN_CLOSED) {
-      return std::this_thread::sleep_until(std::min(until, Clock::now() + kSending));
+      return nkr::time::sleep_until(std::min(until, nkr::time::now() + kSending));
     } else {
       return;
     }
@@ -207,19 +208,19 @@ void Group::Impl::take_frames(Time until) {
 void Group::Impl::exchange() {
   if (!is_running || settings.has_thread) return;
   take_frames(Clock::time_point{});
-  cycle->exchange(Clock::now());
+  cycle->exchange(nkr::time::now());
 }
 
 /** Without a thread of its own the group's cycle is paced by who waits. */
 bool Group::Impl::wait_for(const std::function<bool(const GroupSnapshot&)>& condition, milliseconds longest) {
-  const Time end = Clock::now() + longest;
-  Time next = Clock::now();
+  const Time end = nkr::time::now() + longest;
+  Time next = nkr::time::now();
   while (true) {
     if (!settings.has_thread) exchange();
     if (condition(cycle->snapshot())) return true;
-    if (is_interrupted() || Clock::now() >= end) return false;
-    next = std::max(next + settings.period, Clock::now());
-    std::this_thread::sleep_until(next);
+    if (is_interrupted() || nkr::time::now() >= end) return false;
+    next = std::max(next + settings.period, nkr::time::now());
+    nkr::time::sleep_until(next);
   }
 }
 
@@ -264,7 +265,7 @@ Result Group::Impl::enable(const Enabling& enabling) {
 
 Result Group::Impl::set(const std::vector<int>& velocities) {
   if (!cycle) return Result(explanation(Cause::NOT_ENABLED, NKR_INVALID_STATE, "set the velocities"));
-  const nkr_error_t result = cycle->set(velocities, Clock::now());
+  const nkr_error_t result = cycle->set(velocities, nkr::time::now());
   if (result == NKR_OK) return {};
   if (result == NKR_INVALID_STATE) {
     const StopReason reason = cycle->snapshot().reason;
@@ -285,15 +286,15 @@ Result Group::Impl::set(const std::vector<int>& velocities) {
 Result Group::Impl::stop(Request request) {
   if (!is_running) return {};
   const std::uint64_t number = cycle->ask(request);
-  const Time end = Clock::now() + kStopping;
+  const Time end = nkr::time::now() + kStopping;
   const auto is_done = [&](const GroupSnapshot& now) {
     return now.requests >= number && (now.state == GroupState::DISABLED || now.state == GroupState::OFF ||
                                       (now.state == GroupState::HELD && request == Request::HOLD));
   };
   GroupSnapshot now = cycle->snapshot();
-  while (!is_done(now) && Clock::now() < end) {  // whatever interrupts: it stops
+  while (!is_done(now) && nkr::time::now() < end) {  // whatever interrupts: it stops
     if (!settings.has_thread) exchange();
-    std::this_thread::sleep_for(settings.period);
+    nkr::time::sleep_for(settings.period);
     now = cycle->snapshot();
   }
   const auto moving = std::find_if(now.units.begin(), now.units.end(), [&](const Feedback& unit) {

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <nkr/time/VirtualTime.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/Interrupt.hpp>
 
 namespace tav::host {
@@ -19,6 +21,13 @@ using std::chrono::steady_clock;
 /** Without a descriptor to wait on, and against clocks that people set: no sleep is longer. */
 constexpr milliseconds kLongestSleep{60'000};
 constexpr milliseconds kLookAround{50};
+
+/** A signal wakes nobody in virtual time. False when the end is requested. */
+bool look_around_until(const Interrupt& interrupt, steady_clock::time_point time) {
+  while (!interrupt.requested() && nkr::time::now() < time)
+    nkr::time::sleep_until(std::min(time, nkr::time::now() + kLookAround));
+  return !interrupt.requested();
+}
 
 /** Whom the signals ask: the handler can be given nothing. */
 std::atomic<Interrupt*> asked_by_signals{nullptr};
@@ -50,12 +59,13 @@ void Interrupt::clear() noexcept {
 }
 
 bool Interrupt::wait_for(milliseconds time) const {
-  return wait_until(steady_clock::now() + time);
+  return wait_until(nkr::time::now() + time);
 }
 
 bool Interrupt::wait_until(steady_clock::time_point time) const {
+  if (nkr::time::VirtualTime::is_here()) return look_around_until(*this, time);
   while (!requested()) {
-    const auto left = std::chrono::ceil<milliseconds>(time - steady_clock::now());
+    const auto left = std::chrono::ceil<milliseconds>(time - nkr::time::now());
     if (left <= milliseconds::zero()) return true;
     pollfd wake = {event_, POLLIN, 0};
     const milliseconds sleep = std::min(left, event_ < 0 ? kLookAround : kLongestSleep);

@@ -2,6 +2,7 @@
 
 #include <nkr/can/open_bus.hpp>
 #include <nkr/canopen/RequestFailure.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/HostConfiguration.hpp>
 #include <tav/host/Interrupt.hpp>
 #include <tav/host/description.hpp>
@@ -148,7 +149,7 @@ void DriveLink::warn(const Explanation& explanation) const {
 
 bool DriveLink::wait_until(std::chrono::steady_clock::time_point time) const {
   if (settings.interrupt != nullptr) return settings.interrupt->wait_until(time);
-  std::this_thread::sleep_until(time);
+  nkr::time::sleep_until(time);
   return true;
 }
 

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <nkr/time/clock.hpp>
 #include <thread>
 #include <utility>
 
@@ -32,10 +33,10 @@ Result Unit::Impl::explain(Cause fallback, const std::string& action) {
     const bool fault =
         made.power && (facts.state == State::FAULT || facts.state == State::FAULT_REACTION_ACTIVE);
     if (fault && fallback != Cause::STALLED) made.cause = Cause::FAULTED;
-    const auto deadline = steady_clock::now() + kHearing;
-    while (!fault && fallback == Cause::LEFT_OPERATION && steady_clock::now() < deadline &&
+    const auto deadline = nkr::time::now() + kHearing;
+    while (!fault && fallback == Cause::LEFT_OPERATION && nkr::time::now() < deadline &&
            !tells_why(made.heard)) {
-      std::this_thread::sleep_for(kLook);
+      nkr::time::sleep_for(kLook);
       made.heard = link.events->heard();
     }
     if (!read.ok()) {

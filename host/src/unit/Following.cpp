@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <nkr/time/clock.hpp>
 #include <tav/host/words.hpp>
 #include <utility>
 
@@ -60,9 +61,9 @@ Result Unit::Impl::adopt() {
 }
 
 Result Unit::Impl::follow(std::chrono::milliseconds time, const OnLook& on_look) {
-  const auto begin = steady_clock::now();
+  const auto begin = nkr::time::now();
   const auto end = begin + std::min<std::chrono::milliseconds>(time, kLongest);
-  for (auto next = begin; steady_clock::now() < end;) {
+  for (auto next = begin; nkr::time::now() < end;) {
     Look seen;
     Result result = look(seen);
     if (!result.ok()) return result;
@@ -104,7 +105,7 @@ Result Unit::Impl::read_look(Look& look) {
   if (result.ok()) {
     result = link.check(drive.get_value_by_address(kControlWord, look.control_word), "read the control word");
   }
-  look.when = steady_clock::now();
+  look.when = nkr::time::now();
   look.velocity_demand = demand;
   look.target_velocity = target;
   if (result.ok() || result.code() != NKR_SDO_TIMED_OUT) return result;

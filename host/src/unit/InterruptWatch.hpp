@@ -1,12 +1,12 @@
 #ifndef TAV_HOST_SRC_UNIT_INTERRUPTWATCH_HPP
 #define TAV_HOST_SRC_UNIT_INTERRUPTWATCH_HPP
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Thread.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/Condition.hpp>
 
 namespace tav::host {
 
@@ -47,7 +47,7 @@ class InterruptWatch {
   const Interrupt* interrupt_ = nullptr;
   std::shared_ptr<nkr::canopen::Client> client_;
   std::mutex mutex_;
-  std::condition_variable changed_;
+  nkr::time::Condition changed_;
   bool allowed_ = false;
   bool closed_ = false;
   std::uint8_t node_ = 0;

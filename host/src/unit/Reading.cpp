@@ -1,4 +1,5 @@
 #include <nkr/canopen/Emergency.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/host/words.hpp>
 
 #include "UnitImpl.hpp"
@@ -11,11 +12,11 @@ using nkr::tavcore::CANOpenDispatcher;
 nkr::canopencore::NMTState Unit::Impl::wait_for_nmt_state(std::chrono::milliseconds patience) {
   using nkr::canopencore::NMTState;
   constexpr std::chrono::milliseconds kLook{10};
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+  const auto deadline = nkr::time::now() + patience;
   NMTState state = NMTState::UNKNOWN;
   while (true) {
     const bool known = link.dispatcher->getNMTState(state) == NKR_OK && state != NMTState::UNKNOWN;
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = nkr::time::now();
     if (known || now >= deadline || !link.wait_until(now + kLook)) return state;
   }
 }

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <nkr/can/Frame.hpp>
+#include <nkr/time/clock.hpp>
 #include <thread>
 
 #include "UnitImpl.hpp"
@@ -20,13 +21,13 @@ constexpr std::chrono::seconds kBootTime{10};
 constexpr std::chrono::milliseconds kLook{50};
 
 bool wait_for_boot_up(Port& port, const DriveLink& link) {
-  const Clock::time_point deadline = Clock::now() + kBootTime;
+  const Clock::time_point deadline = nkr::time::now() + kBootTime;
   Frame frame;
   while (true) {
-    const nkr_error_t result = port.receive(frame, Clock::now() + kLook);
+    const nkr_error_t result = port.receive(frame, nkr::time::now() + kLook);
     if (result == NKR_OK && !frame.remote && frame.size == 1 && frame.data[0] == kBootUp) return true;
     const bool goes_on = result == NKR_OK || result == NKR_CAN_TIMED_OUT;
-    if (!goes_on || link.is_interrupted() || Clock::now() >= deadline) return false;
+    if (!goes_on || link.is_interrupted() || nkr::time::now() >= deadline) return false;
   }
 }
 
@@ -55,9 +56,10 @@ Result Unit::Impl::reset(std::uint8_t after, nkr::canopencore::NMTCommand comman
 void Unit::Impl::await_pre_operational() {
   constexpr std::chrono::milliseconds kHearing{500};
   constexpr std::chrono::milliseconds kLook{5};
-  const auto deadline = Clock::now() + kHearing;
-  while (link.events->heard().nmt != nkr::canopencore::NMTState::PRE_OPERATIONAL && Clock::now() < deadline) {
-    std::this_thread::sleep_for(kLook);
+  const auto deadline = nkr::time::now() + kHearing;
+  while (link.events->heard().nmt != nkr::canopencore::NMTState::PRE_OPERATIONAL &&
+         nkr::time::now() < deadline) {
+    nkr::time::sleep_for(kLook);
   }
 }
 

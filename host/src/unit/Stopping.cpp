@@ -1,4 +1,5 @@
 #include <chrono>
+#include <nkr/time/clock.hpp>
 #include <tav/host/text.hpp>
 #include <thread>
 #include <utility>
@@ -28,7 +29,7 @@ constexpr milliseconds kUntilNext{5};
 void Unit::Impl::wake_node() {
   if (link.events->heard().nmt != nkr::canopencore::NMTState::STOPPED) return;
   if (link.client->setNMTState(link.node, nkr::canopencore::NMTCommand::ENTER_PRE_OPERATIONAL) == NKR_OK) {
-    std::this_thread::sleep_for(kWaking);
+    nkr::time::sleep_for(kWaking);
   }
 }
 
@@ -45,17 +46,17 @@ Result Unit::Impl::stop() {
 }
 
 Result Unit::Impl::wait_for_standstill() {
-  const auto deadline = steady_clock::now() + kLongestStop;
+  const auto deadline = nkr::time::now() + kLongestStop;
   while (true) {
     int velocity = 0;
     Result result = link.check(link.dispatcher->getVelocityActualValue(velocity), "read the velocity");
     if (!result.ok() || velocity == 0) return result;
-    if (steady_clock::now() >= deadline) {
+    if (nkr::time::now() >= deadline) {
       Explanation turning = link.explanation(Cause::STILL_TURNING, NKR_INVALID_STATE, "stop the drive");
       turning.found = velocity;
       return Result(std::move(turning));
     }
-    std::this_thread::sleep_for(kLook);
+    nkr::time::sleep_for(kLook);
   }
 }
 
@@ -94,10 +95,10 @@ void Unit::Impl::end() noexcept try {
   const std::lock_guard<std::recursive_mutex> one_at_a_time(ending_);
   link.is_ending = true;
   std::unique_lock<std::recursive_mutex> at_work(at_work_, std::try_to_lock);
-  const auto deadline = steady_clock::now() + kLongestWork;
-  while (!at_work.owns_lock() && steady_clock::now() < deadline) {
+  const auto deadline = nkr::time::now() + kLongestWork;
+  while (!at_work.owns_lock() && nkr::time::now() < deadline) {
     link.client->cancelRequests(link.node);
-    std::this_thread::sleep_for(kUntilNext);
+    nkr::time::sleep_for(kUntilNext);
     static_cast<void>(at_work.try_lock());
   }
   if (responsible_) {

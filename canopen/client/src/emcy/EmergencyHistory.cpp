@@ -1,6 +1,7 @@
 #include "emcy/EmergencyHistory.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 
 namespace nkr::canopen {
 namespace {
@@ -18,7 +19,7 @@ bool EmergencyHistory::arrived(const can::Frame& frame, Emergency& emergency) {
   emergency.code = static_cast<std::uint16_t>(frame.data[0] | frame.data[1] << 8);
   emergency.error_register = frame.data[kRegisterOffset];
   std::copy(frame.data.begin() + kVendorOffset, frame.data.end(), emergency.vendor_data.begin());
-  emergency.when = std::chrono::system_clock::now();
+  emergency.when = time::calendar_now();
   const std::lock_guard<std::mutex> lock(mutex_);
   Node& node = nodes_[emergency.node];
   if (node.history.size() == kKept) node.history.pop_front();

@@ -1,5 +1,7 @@
 #include "nmt/HeartbeatProducer.hpp"
 
+#include <nkr/time/clock.hpp>
+
 namespace nkr::canopen {
 
 using can::Clock;
@@ -15,7 +17,7 @@ constexpr std::uint8_t kOperational = 5;
 bool HeartbeatProducer::start(std::uint8_t node, std::chrono::milliseconds period) {
   const can::Frame beat{kErrorControlId + node, {kOperational}};
   return timers_.set(
-      Timers::Slot::HOST_HEARTBEAT, Clock::now(),
+      Timers::Slot::HOST_HEARTBEAT, time::now(),
       periodic(can::saturated(period), [this, beat] { return port_.send(beat, Clock::time_point{}); }));
 }
 

@@ -1,6 +1,7 @@
 #include "nmt/NodeGuarding.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 
 namespace nkr::canopen {
 
@@ -21,7 +22,7 @@ can::Frame question(std::uint32_t node) {
 }  // namespace
 
 bool NodeGuarding::start(std::uint8_t node, Duration guard_time) {
-  const TimePoint now = Clock::now();
+  const TimePoint now = time::now();
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     nodes_.at(node) = {guard_time, now};
@@ -39,7 +40,7 @@ void NodeGuarding::stop(std::uint8_t node) {
 
 /** A question that the bus cannot take at once is left out: the next one follows soon. */
 NodeGuarding::TimePoint NodeGuarding::ask_who_is_due() {
-  const TimePoint now = Clock::now();
+  const TimePoint now = time::now();
   TimePoint next = TimePoint::max();
   for (std::size_t id = 1; id < nodes_.size(); ++id) {
     bool is_due = false;

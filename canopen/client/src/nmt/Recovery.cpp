@@ -1,6 +1,7 @@
 #include "nmt/Recovery.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 namespace nkr::canopen {
@@ -74,7 +75,7 @@ nkr_error_t Recovery::keep(std::uint8_t id, NodeConfiguration configuration) {
   if (kept && !has_thread_for(node)) return NKR_CAN_NO_RESOURCES;
   node.configuration.swap(kept);
   node.was_settled = node.restarted = false;
-  disturb(node, node.configuration ? Clock::now() : TimePoint::max());
+  disturb(node, node.configuration ? time::now() : TimePoint::max());
   return NKR_OK;
 }
 
@@ -113,13 +114,13 @@ void Recovery::saw(const Event& event) {
     case Event::Kind::BOOT_UP:
     case Event::Kind::UNEXPECTED_BOOT_UP:
       node.restarted = true;
-      return disturb(node, Clock::now());
+      return disturb(node, time::now());
     case Event::Kind::HEARTBEAT_LOST:
       return disturb(node, TimePoint::max());
     case Event::Kind::HEARTBEAT_RETURNED:
-      return disturb(node, Clock::now());
+      return disturb(node, time::now());
     case Event::Kind::STATE_CHANGED:  // the first sign of life, or stopped before
-      if (!node.settled && node.due == TimePoint::max()) disturb(node, Clock::now());
+      if (!node.settled && node.due == TimePoint::max()) disturb(node, time::now());
       return;
     default:
       return;
@@ -129,7 +130,7 @@ void Recovery::saw(const Event& event) {
 /** Its return is not always told: a node without heartbeat is silent until it is asked. */
 void Recovery::bus_failed() {
   for (Node& node : nodes_) {
-    if (node.configuration) disturb(node, Clock::now() + kFirstPause);
+    if (node.configuration) disturb(node, time::now() + kFirstPause);
   }
 }
 
@@ -149,7 +150,7 @@ void Recovery::run() {
     const TimePoint due = nodes_.at(index).due;
     if (due == TimePoint::max()) {
       changed_.wait(lock);
-    } else if (Clock::now() < due) {
+    } else if (time::now() < due) {
       changed_.wait_until(lock, due);
     } else {
       serve(index, lock);
@@ -172,7 +173,7 @@ void Recovery::serve(std::size_t index, std::unique_lock<std::mutex>& lock) {
   node.served = false;
   if (node.generation != generation || closed_) return;  // it begins anew, or waits for the node's return
   if (!bus_is_there) {
-    node.due = Clock::now() + kLongestPause / 4;
+    node.due = time::now() + kLongestPause / 4;
   } else if (outcome.result == NKR_OK) {
     succeeded(id, node);
   } else {
@@ -212,7 +213,7 @@ void Recovery::succeeded(std::uint8_t id, Node& node) {
 
 void Recovery::failed(std::uint8_t id, Node& node, const Outcome& outcome) {
   if (++node.failures < kAttempts) {
-    node.due = Clock::now() + pause_after(node.failures);
+    node.due = time::now() + pause_after(node.failures);
     return;
   }
   node.failures = 0;

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,6 +13,7 @@
 #include <nkr/can/Thread.hpp>
 #include <nkr/canopen/Event.hpp>
 #include <nkr/canopen/NodeConfiguration.hpp>
+#include <nkr/time/Condition.hpp>
 #include <vector>
 
 #include "runtime/EventQueue.hpp"
@@ -95,7 +95,7 @@ class Recovery {
   Access& access_;
   EventQueue& events_;
   std::mutex mutex_;
-  std::condition_variable changed_;
+  time::Condition changed_;
   std::array<Node, 128> nodes_;
   bool closed_ = false;
   std::vector<can::Thread> threads_;

@@ -1,6 +1,7 @@
 #include "pdo/PdoExchange.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 namespace nkr::canopen {
@@ -70,18 +71,18 @@ void PdoExchange::forget() {
 
 nkr_error_t PdoExchange::exchange(const can::Frame* rpdo, const std::vector<const Pdo*>& pdos,
                                   Duration timeout, std::vector<can::Frame>& frames) {
-  const Clock::time_point deadline = can::time_after(Clock::now(), timeout);
+  const Clock::time_point deadline = can::time_after(time::now(), timeout);
   const GateStay stay(gate_, deadline);
   if (stay.result() != NKR_OK) return stay.result() == NKR_CAN_TIMED_OUT ? NKR_SDO_TIMED_OUT : stay.result();
   nkr_error_t result = listen_to(pdos);
   if (result == NKR_OK) result = settle(deadline);
   if (result == NKR_OK && rpdo != nullptr) result = port_.send(*rpdo, deadline);
-  const Clock::time_point begin = Clock::now();
+  const Clock::time_point begin = time::now();
   if (result == NKR_OK) result = sync_.send(deadline);
   if (result != NKR_OK) return result;
   Collection collection(pdos, frames);
   result = collect(collection, can::time_after(begin, timeout));
-  const Clock::time_point end = Clock::now();
+  const Clock::time_point end = time::now();
   late_count_ = result == NKR_OK ? 0 : collection.missing();
   late_until_ = can::time_after(end, grace());
   if (result == NKR_OK && !pdos.empty()) longest_ = std::max(longest_, end - begin);
@@ -122,7 +123,7 @@ nkr_error_t PdoExchange::settle(const can::Deadline& deadline) {
   can::Frame frame;
   while (result == NKR_OK && late_count_ > 0) {
     result = listener_->receive(frame, late_until_);
-    if (result == NKR_CAN_TIMED_OUT || Clock::now() >= late_until_) late_count_ = 0;
+    if (result == NKR_CAN_TIMED_OUT || time::now() >= late_until_) late_count_ = 0;
     if (result == NKR_OK && frame.id != kSyncId && late_count_ > 0) --late_count_;
     if (result != NKR_CAN_CLOSED) result = NKR_OK;
   }
@@ -132,7 +133,7 @@ nkr_error_t PdoExchange::settle(const can::Deadline& deadline) {
 /** Frames that bring nothing new do not prolong the wait. */
 nkr_error_t PdoExchange::collect(Collection& collection, Clock::time_point deadline) {
   can::Frame frame;
-  for (bool in_time = true; collection.missing() > 0; in_time = Clock::now() < deadline) {
+  for (bool in_time = true; collection.missing() > 0; in_time = time::now() < deadline) {
     const nkr_error_t result = in_time ? listener_->receive(frame, deadline) : NKR_CAN_TIMED_OUT;
     if (result == NKR_CAN_TIMED_OUT) return NKR_SDO_TIMED_OUT;
     if (result != NKR_OK) return result;

@@ -1,5 +1,7 @@
 #include "pdo/SyncProducer.hpp"
 
+#include <nkr/time/clock.hpp>
+
 namespace nkr::canopen {
 
 using can::Clock;
@@ -16,7 +18,7 @@ SyncProducer::SyncProducer(can::Port& port, Timers& timers, std::uint8_t counter
     : port_(port), timers_(timers), counter_overflow_(counter_overflow) {}
 
 bool SyncProducer::start(std::chrono::microseconds period) {
-  return timers_.set(Timers::Slot::SYNC, Clock::now(),
+  return timers_.set(Timers::Slot::SYNC, time::now(),
                      periodic(can::saturated(period), [this] { return send(Clock::time_point{}); }));
 }
 

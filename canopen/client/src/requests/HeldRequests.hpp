@@ -4,10 +4,10 @@
 #include <nkr/error.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/time/Condition.hpp>
 
 #include "sdo/Multiplexer.hpp"
 
@@ -67,7 +67,7 @@ class HeldRequests {
   [[nodiscard]] const Place* first_of(sdo::Multiplexer object) const;
 
   std::mutex mutex_;
-  std::condition_variable changed_;
+  time::Condition changed_;
   Place* first_ = nullptr;
   std::atomic<int> count_{0};
   bool closed_ = false;

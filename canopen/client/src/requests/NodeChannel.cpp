@@ -1,6 +1,7 @@
 #include "requests/NodeChannel.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 #include "sdo/ObjectTransfer.hpp"
@@ -52,7 +53,7 @@ TransferResult NodeChannel::transfer(const TransferRequest& request, const Trans
     place.join();
     if (cancellations != cancellations_.load()) return not_sent(NKR_CAN_CANCELLED, since);
   }
-  return transfer_later(request, since == TimePoint{} ? Clock::now() : since, place, run);
+  return transfer_later(request, since == TimePoint{} ? time::now() : since, place, run);
 }
 
 template <class Transfer>
@@ -73,7 +74,7 @@ TransferResult NodeChannel::transfer_later(const TransferRequest& request, TimeP
       if (result != NKR_OK) break;
       port = ports_opened_;
       if (!has_to_wait(request.object, until))
-        return perform(request, std::min(can::time_after(Clock::now(), request.timeout), end), since, run);
+        return perform(request, std::min(can::time_after(time::now(), request.timeout), end), since, run);
     }
     result = await_late_reply(place, request.object, until, late);
   }
@@ -104,7 +105,7 @@ TransferResult NodeChannel::finish(sdo::Link& link, sdo::Multiplexer object, nkr
   result.last_answer = last_answer_;
   result.waiting_since = waiting_since == TimePoint{} ? link.waiting_since() : waiting_since;
   if (link.answer_is_owed()) {
-    const TimePoint until = can::time_after(Clock::now(), late_reply_grace_);
+    const TimePoint until = can::time_after(time::now(), late_reply_grace_);
     server_.late_replies.expect(object, until);
     if (link.is_opened()) server_.nameless_until = until;
   } else {
@@ -211,7 +212,7 @@ bool NodeChannel::close(sdo::Multiplexer& object) {
 }
 
 bool NodeChannel::has_to_wait(sdo::Multiplexer object, TimePoint& until) {
-  return !server_.late_replies.empty() && server_.late_replies.holds_up(object, Clock::now(), until);
+  return !server_.late_replies.empty() && server_.late_replies.holds_up(object, time::now(), until);
 }
 
 nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
@@ -227,7 +228,7 @@ nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Multi
                                           TimePoint until, can::Frame& late) {
   can::Frame frame;
   nkr_error_t result = NKR_OK;
-  while (result == NKR_OK && Clock::now() < until) {
+  while (result == NKR_OK && time::now() < until) {
     result = place.receive(frame, until);
     if (result != NKR_OK || !sdo::LateReplies::answers(frame, object)) continue;
     late = frame;
@@ -245,7 +246,7 @@ nkr_error_t NodeChannel::await_late_reply(HeldRequests::Place& place, sdo::Multi
 nkr_error_t NodeChannel::take_late_reply(const can::Frame& late, sdo::Multiplexer object, unsigned port,
                                          TimePoint end) {
   constexpr std::chrono::seconds kLongestDelivery{1};
-  const TimePoint last = std::min(can::time_after(Clock::now(), kLongestDelivery), end);
+  const TimePoint last = std::min(can::time_after(time::now(), kLongestDelivery), end);
   TimePoint until;
   can::Frame frame;
   while (has_to_wait(object, until)) {

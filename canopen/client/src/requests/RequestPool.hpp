@@ -5,13 +5,13 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <nkr/can/Thread.hpp>
+#include <nkr/time/Condition.hpp>
 #include <vector>
 
 namespace nkr::canopen {
@@ -50,8 +50,8 @@ class RequestPool {
   [[nodiscard]] bool is_own_thread() const;
 
   std::mutex mutex_;
-  std::condition_variable changed_;
-  std::condition_variable idle_;
+  time::Condition changed_;
+  time::Condition idle_;
   std::array<std::deque<Request>, 128> requests_;  ///< by node; the first is under way or about to be
   std::deque<std::uint8_t> ready_;                 ///< nodes whose first request is not under way
   std::size_t waiting_ = 0;                        ///< threads without work

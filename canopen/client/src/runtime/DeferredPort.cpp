@@ -1,6 +1,7 @@
 #include "runtime/DeferredPort.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 namespace nkr::canopen {
@@ -21,7 +22,7 @@ DeferredPort::DeferredPort(can::Bus& bus, std::vector<can::Filter> filters)
 
 nkr_error_t DeferredPort::open_now() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return try_to_open(Clock::now());
+  return try_to_open(time::now());
 }
 
 /** With the mutex held. */
@@ -31,7 +32,7 @@ nkr_error_t DeferredPort::try_to_open(Clock::time_point now) {
   if (tried_ != Clock::time_point{} && now - tried_ < kLeastDistance) return reason_;
   nkr_error_t result = NKR_CAN_NOT_CONNECTED;
   port_ = bus_.open(filters_, result);
-  tried_ = Clock::now();
+  tried_ = time::now();
   if (!port_) return reason_ = result == NKR_OK ? NKR_CAN_NOT_CONNECTED : result;
   open_.store(port_.get(), std::memory_order_release);
   changed_.notify_all();
@@ -56,7 +57,7 @@ nkr_error_t DeferredPort::receive(can::Frame& frame, const can::Deadline& deadli
 nkr_error_t DeferredPort::await_opening(const can::Deadline& deadline) {
   std::unique_lock<std::mutex> lock(mutex_);
   while (true) {
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = time::now();
     const nkr_error_t result = try_to_open(now);
     if (result == NKR_OK || result == NKR_CAN_CLOSED) return result;
     if (!std::exchange(told_, true)) return result;

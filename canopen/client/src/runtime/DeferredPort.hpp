@@ -3,10 +3,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/time/Condition.hpp>
 #include <vector>
 
 namespace nkr::canopen {
@@ -38,7 +38,7 @@ class DeferredPort final : public can::Port {
   const std::vector<can::Filter> filters_;
   std::atomic<can::Port*> open_{nullptr};  ///< spares the lock
   std::mutex mutex_;
-  std::condition_variable changed_;
+  time::Condition changed_;
   std::unique_ptr<can::Port> port_;  ///< never replaced
   nkr_error_t reason_ = NKR_CAN_NOT_CONNECTED;
   can::Clock::time_point tried_;

@@ -4,7 +4,6 @@
 #include <nkr/error.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -13,6 +12,7 @@
 #include <mutex>
 #include <nkr/can/Thread.hpp>
 #include <nkr/canopen/Event.hpp>
+#include <nkr/time/Condition.hpp>
 
 namespace nkr::canopen {
 
@@ -50,8 +50,8 @@ class EventQueue {
   void call(const EventHandler& handler, const Event& event);
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;
-  std::condition_variable idle_;
+  time::Condition changed_;
+  time::Condition idle_;
   std::map<int, Shared> handlers_;
   std::deque<Event> events_;
   int last_subscription_ = 0;

@@ -1,9 +1,11 @@
 #include "runtime/FifoGate.hpp"
 
+#include <nkr/time/clock.hpp>
+
 namespace nkr::canopen {
 nkr_error_t FifoGate::queue(const can::Deadline& deadline, can::Clock::time_point& since) {
   static_cast<void>(deadline.time());  // a wait of its own length begins now
-  since = can::Clock::now();
+  since = time::now();
   const nkr_error_t result = wait(deadline);
   if (result == NKR_OK) ++gates_entered_;
   return result;

@@ -4,9 +4,9 @@
 #include <nkr/error.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <nkr/time/Condition.hpp>
 
 namespace nkr::canopen {
 
@@ -56,7 +56,7 @@ class FifoGate {
   };
 
   struct Waiter {
-    std::condition_variable turn;
+    time::Condition turn;
     bool called = false;
     Waiter* next = nullptr;
   };

@@ -1,6 +1,7 @@
 #include "runtime/Timers.hpp"
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <utility>
 
 namespace nkr::canopen {
@@ -68,7 +69,7 @@ void Timers::run() {
       changed_.wait(lock);
       continue;
     }
-    if (Clock::now() < due) {
+    if (time::now() < due) {
       changed_.wait_until(lock, due);
       continue;
     }
@@ -88,7 +89,7 @@ void Timers::run_task(Entry& entry, std::unique_lock<std::mutex>& lock) {
 }
 
 Clock::time_point next_turn(Clock::time_point due, Clock::duration period) {
-  const Clock::time_point now = Clock::now();
+  const Clock::time_point now = time::now();
   const Clock::time_point next = can::time_after(due, period);
   return next > now ? next : can::time_after(now, period);
 }
@@ -98,7 +99,7 @@ Timers::Task periodic(Clock::duration period, std::function<nkr_error_t()> send)
   return [period, send = std::move(send), turn = std::move(turn)](Clock::time_point due) {
     if (*turn == Clock::time_point{}) *turn = due;
     const Clock::time_point next = next_turn(*turn, period);
-    const Clock::time_point again = Clock::now() + kRetry;
+    const Clock::time_point again = time::now() + kRetry;
     if (send() == NKR_CAN_TX_OVERFLOW && again < next) return again;
     *turn = next;
     return next;

@@ -4,13 +4,13 @@
 #include <nkr/error.h>
 
 #include <array>
-#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/Thread.hpp>
+#include <nkr/time/Condition.hpp>
 
 namespace nkr::canopen {
 
@@ -49,7 +49,7 @@ class Timers {
   Entry& earliest();
 
   std::mutex mutex_;
-  std::condition_variable changed_;
+  time::Condition changed_;
   std::array<Entry, static_cast<std::size_t>(Slot::COUNT)> entries_;
   bool closed_ = false;
   can::Thread thread_;

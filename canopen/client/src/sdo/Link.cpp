@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <nkr/time/clock.hpp>
 #include <random>
 
 namespace nkr::canopen::sdo {
@@ -13,7 +14,7 @@ namespace {
 
 /** Other in every process and thread: two that collide shall not collide again. */
 std::minstd_rand& chance() {
-  thread_local std::minstd_rand random(static_cast<std::uint32_t>(Clock::now().time_since_epoch().count()) ^
+  thread_local std::minstd_rand random(static_cast<std::uint32_t>(time::now().time_since_epoch().count()) ^
                                        static_cast<std::uint32_t>(::getpid()) << 16);
   return random;
 }
@@ -35,7 +36,7 @@ nkr_error_t Link::go_on(const can::Frame& frame) {
 
 nkr_error_t Link::receive(can::Frame& frame) {
   nkr_error_t result = NKR_CAN_TIMED_OUT;
-  if (!answered_ || Clock::now() <= deadline_.time()) result = port_.receive(frame, deadline_);
+  if (!answered_ || time::now() <= deadline_.time()) result = port_.receive(frame, deadline_);
   if (result == NKR_OK) last_was_owed_ = server_.arrived(frame);
   answered_ = true;
   if (result == NKR_CAN_TIMED_OUT) result = NKR_SDO_TIMED_OUT;
@@ -49,7 +50,7 @@ void Link::wait_anew() {
   if (limit_ == Clock::time_point::max()) {
     deadline_ = can::Deadline(timing_.each);
   } else {
-    deadline_ = std::min(can::time_after(Clock::now(), timing_.each), limit_);
+    deadline_ = std::min(can::time_after(time::now(), timing_.each), limit_);
   }
 }
 
@@ -65,7 +66,7 @@ void Link::abort(const can::Frame& frame) {
 nkr_error_t Link::listen_until(Clock::time_point end) {
   can::Frame frame;
   nkr_error_t result = NKR_OK;
-  while (result != NKR_CAN_TIMED_OUT && Clock::now() < end) {
+  while (result != NKR_CAN_TIMED_OUT && time::now() < end) {
     result = port_.receive(frame, end);
     if (result == NKR_OK) server_.arrived(frame);
     if (result == NKR_CAN_CLOSED) return result;
@@ -76,7 +77,7 @@ nkr_error_t Link::listen_until(Clock::time_point end) {
 /** Another transfer's answer that names no object would be taken for one of this transfer. */
 nkr_error_t Link::await_nameless_reply() {
   constexpr std::chrono::seconds kMost{2};
-  const Clock::time_point end = can::time_after(can::time_after(Clock::now(), timing_.each), kMost);
+  const Clock::time_point end = can::time_after(can::time_after(time::now(), timing_.each), kMost);
   const nkr_error_t result = listen_until(std::min(server_.nameless_until, end));
   if (result != NKR_OK) return result;
   if (end < server_.nameless_until) return NKR_SDO_TIMED_OUT;
@@ -87,7 +88,7 @@ nkr_error_t Link::await_nameless_reply() {
 bool Link::pause() {
   constexpr unsigned kFirstMost = 8;
   constexpr unsigned kMost = 128;
-  const Clock::time_point now = Clock::now();
+  const Clock::time_point now = time::now();
   if (attempts_until_ == Clock::time_point{}) attempts_until_ = can::time_after(now, timing_.each);
   const unsigned most = std::min(kFirstMost << std::min(pauses_++, 4U), kMost);
   std::uniform_int_distribution<unsigned> milliseconds(1, most);
@@ -100,10 +101,10 @@ bool Link::pause() {
 
 nkr_error_t Link::start_anew() {
   note_wait();
-  const Clock::time_point until = can::time_after(Clock::now(), timing_.grace);
+  const Clock::time_point until = can::time_after(time::now(), timing_.grace);
   if (answer_owed_) earlier_until_ = until;
   if (opened_ && !aborted_) {  // it may still send segments
-    const nkr_error_t result = listen_until(std::min(until, can::time_after(Clock::now(), timing_.each)));
+    const nkr_error_t result = listen_until(std::min(until, can::time_after(time::now(), timing_.each)));
     if (result != NKR_OK) return result;
   }
   limit_ = Clock::time_point::max();

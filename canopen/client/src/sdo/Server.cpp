@@ -1,11 +1,11 @@
 #include "sdo/Server.hpp"
 
-#include "runtime/coarse_clock.hpp"
+#include <nkr/time/clock.hpp>
 
 namespace nkr::canopen::sdo {
 
 bool Server::arrived(const can::Frame& frame) {
-  last_heard_ = coarse_now();
+  last_heard_ = time::coarse_now();
   heard_.heard(node_, last_heard_);
   return !late_replies.empty() && late_replies.arrived(frame);
 }

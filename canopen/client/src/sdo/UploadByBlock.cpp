@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <nkr/time/clock.hpp>
 
 #include "sdo/BlockFrames.hpp"
 #include "sdo/Crc16.hpp"
@@ -28,7 +29,7 @@ class Receiver {
         stated_(exchange.link().timing().relies_on_sizes ? stated_size(opening) : std::nullopt) {}
 
   nkr_error_t run() {
-    begin_ = can::Clock::now();
+    begin_ = time::now();
     nkr_error_t result = exchange_.send(block_upload_start(exchange_.node()));
     while (result == NKR_OK && !complete_) result = take_block();
     return result == NKR_OK ? finish() : result;
@@ -38,7 +39,7 @@ class Receiver {
   /** A sub-block ends with its last segment, in sequence or not, or when no more come in time. */
   nkr_error_t take_block() {
     const can::Clock::time_point end = end_of_transfer();
-    const can::Clock::time_point now = can::Clock::now();
+    const can::Clock::time_point now = time::now();
     if (now >= end) return exchange_.fail(NKR_SDO_TIMED_OUT);
     exchange_.link().limit(std::min(end, time_for(now, kMostSegments, 1)));
     exchange_.link().wait_anew();

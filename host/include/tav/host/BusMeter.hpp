@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <nkr/can/Bus.hpp>
-#include <thread>
+#include <nkr/time/Thread.hpp>
 
 namespace tav::host {
 
@@ -33,7 +33,7 @@ class NKR_EXPORT BusMeter {
   std::unique_ptr<nkr::can::Port> port_;
   std::atomic<std::uint64_t> frames_{0};
   std::atomic<std::uint64_t> bits_{0};
-  std::thread thread_;
+  nkr::time::Thread thread_;
 };
 
 }  // namespace tav::host

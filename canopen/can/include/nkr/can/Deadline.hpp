@@ -4,36 +4,14 @@
 #include <nkr/export.h>
 
 #include <chrono>
-#include <cstdint>
-#include <ratio>
-#include <type_traits>
+#include <nkr/time/clock.hpp>
 
 namespace nkr::can {
 
-using Clock = std::chrono::steady_clock;
+using time::Clock;
 
-/** A duration in the clock's unit; what that cannot hold becomes its longest, or its shortest. */
-template <class Rep, class Period>
-constexpr Clock::duration saturated(std::chrono::duration<Rep, Period> duration) {
-  static_assert(std::ratio_greater_equal_v<Period, Clock::period>, "finer than the clock");
-  using Wide = std::chrono::duration<std::common_type_t<Rep, std::int64_t>, Period>;
-  if (Wide(duration) >= std::chrono::duration_cast<Wide>(Clock::duration::max()))
-    return Clock::duration::max();
-  if (Wide(duration) <= std::chrono::duration_cast<Wide>(Clock::duration::min()))
-    return Clock::duration::min();
-  return std::chrono::duration_cast<Clock::duration>(duration);
-}
-
-/** The time so long after another; the clock's end when that lies behind it, its beginning when before. */
-template <class Rep, class Period>
-constexpr Clock::time_point time_after(Clock::time_point begin, std::chrono::duration<Rep, Period> wait) {
-  const Clock::duration exact = saturated(wait);
-  if (exact > Clock::duration::zero() && begin > Clock::time_point::max() - exact)
-    return Clock::time_point::max();
-  if (exact < Clock::duration::zero() && begin < Clock::time_point::min() - exact)
-    return Clock::time_point::min();
-  return begin + exact;
-}
+using time::saturated;
+using time::time_after;
 
 /**
  * The end of a wait: a time, or a duration from now on. "Now" is when the deadline is first asked for: what
@@ -64,7 +42,7 @@ class NKR_EXPORT Deadline {
 
  private:
   void fix() const {
-    begin_ = Clock::now();
+    begin_ = time::now();
     time_ = time_after(begin_, wait_);
     is_fixed_ = true;
   }

@@ -1,0 +1,120 @@
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <nkr/time/Condition.hpp>
+#include <nkr/time/Thread.hpp>
+#include <utility>
+
+#include "World.hpp"
+
+namespace nkr::time {
+namespace {
+
+std::atomic<int> allowed_starts{-1};
+
+bool may_start() {
+  int left = allowed_starts.load();
+  while (left > 0 && !allowed_starts.compare_exchange_weak(left, left - 1)) continue;
+  return left != 0;
+}
+
+/** A thread starts with the mask of its creator. Signals of the thread's own faults stay what they are. */
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    ::sigfillset(&all);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGPROF})
+      ::sigdelset(&all, fault);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~BlockedSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+}  // namespace
+
+/** What a thread and whoever waits for its end have in common. */
+struct Thread::Ending {
+  explicit Ending(World& world) : beginning(world) {}
+
+  void await() {
+    std::unique_lock<std::mutex> lock(mutex);
+    changed.wait(lock, [this] { return has_ended; });
+  }
+
+  void tell() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      has_ended = true;
+    }
+    changed.notify_all();
+  }
+
+  Parked beginning;
+  std::mutex mutex;
+  Condition changed;
+  bool has_ended = false;
+};
+
+namespace {
+
+void run_guarded(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (...) {
+    // The program goes on without this thread: nothing that a bus or a handler does may end it.
+  }
+}
+
+}  // namespace
+
+bool Thread::start(std::function<void()> body) {
+  if (!may_start()) return false;
+  const BlockedSignals blocked;
+  World* const world = World::current();
+  try {
+    if (world == nullptr) {
+      thread_ = std::thread([run = std::move(body)] { run_guarded(run); });
+      return true;
+    }
+    ending_ = std::make_shared<Ending>(*world);
+    world->announce(ending_->beginning);
+    thread_ = std::thread([world, ending = ending_, run = std::move(body)]() mutable {
+      world->begin(ending->beginning);
+      run_guarded(run);
+      run = nullptr;  // what it captured ends in its time
+      ending->tell();
+      world->leave();
+    });
+  } catch (const std::exception&) {
+    if (ending_) world->withdraw(ending_->beginning);
+    ending_.reset();
+    return false;
+  }
+  return true;
+}
+
+void Thread::end() {
+  if (!thread_.joinable()) return;
+  if (is_caller()) {
+    thread_.detach();
+  } else {
+    if (ending_) ending_->await();  // in the caller's time
+    thread_.join();
+  }
+  ending_.reset();
+}
+
+void Thread::allow(int starts) {
+  allowed_starts = starts;
+}
+
+}  // namespace nkr::time

@@ -1,0 +1,133 @@
+// A condition wakes who waits for it, in the system's time and in a virtual one, and from one into the other.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <nkr/time/Condition.hpp>
+#include <nkr/time/Thread.hpp>
+#include <nkr/time/VirtualTime.hpp>
+#include <string>
+#include <thread>
+
+namespace tests::time {
+namespace {
+
+using namespace std::chrono_literals;
+using nkr::time::Clock;
+using nkr::time::Condition;
+using nkr::time::Thread;
+using nkr::time::VirtualTime;
+
+/** A number that threads wait for. */
+class Counter {
+ public:
+  void raise() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      ++count_;
+    }
+    changed_.notify_all();
+  }
+  void await(int count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return count_ >= count; });
+  }
+
+ private:
+  std::mutex mutex_;
+  Condition changed_;
+  int count_ = 0;
+};
+
+class ConditionIn : public testing::TestWithParam<bool> {
+ protected:
+  std::unique_ptr<VirtualTime> virtual_time_ = GetParam() ? std::make_unique<VirtualTime>() : nullptr;
+};
+
+TEST_P(ConditionIn, ANotificationWakesWhoWaits) {
+  Counter asked;
+  Counter answered;
+  Thread other;
+  ASSERT_TRUE(other.start([&] {
+    for (int i = 1; i <= 100; ++i) {
+      asked.await(i);
+      answered.raise();
+    }
+  }));
+  for (int i = 1; i <= 100; ++i) {
+    asked.raise();
+    answered.await(i);
+  }
+  other.end();
+}
+
+TEST_P(ConditionIn, NotifyOneWakesOneOfThemAtLeastAndNotifyAllTheRest) {
+  std::mutex mutex;
+  Condition condition;
+  int tickets = 0;
+  std::atomic<int> served{0};
+  std::array<Thread, 5> threads;
+  for (Thread& thread : threads) {
+    ASSERT_TRUE(thread.start([&] {
+      std::unique_lock<std::mutex> lock(mutex);
+      condition.wait(lock, [&] { return tickets > 0; });
+      --tickets;
+      ++served;
+    }));
+  }
+  const auto hand_out = [&](int count) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    tickets += count;
+  };
+  hand_out(1);
+  condition.notify_one();
+  while (served < 1) nkr::time::sleep_for(1ms);
+  EXPECT_EQ(served, 1);
+  hand_out(4);
+  condition.notify_all();
+  for (Thread& thread : threads) thread.end();
+  EXPECT_EQ(served, 5);
+}
+
+TEST_P(ConditionIn, ItMayEndAsSoonAsWhoWaitedIsAwake) {
+  for (int i = 0; i < 200; ++i) {
+    std::mutex mutex;
+    bool called = false;
+    auto condition = std::make_unique<Condition>();
+    Thread caller;
+    ASSERT_TRUE(caller.start([&] {
+      const std::lock_guard<std::mutex> lock(mutex);
+      called = true;
+      condition->notify_one();
+    }));
+    {
+      std::unique_lock<std::mutex> lock(mutex);
+      condition->wait(lock, [&] { return called; });
+    }
+    condition.reset();
+    caller.end();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Times, ConditionIn, testing::Bool(), [](const testing::TestParamInfo<bool>& chosen) {
+  return std::string(chosen.param ? "VirtualTime" : "RealTime");
+});
+
+TEST(Condition, AThreadOfTheSystemsTimeWakesOneInVirtualTime) {
+  Counter counter;
+  std::thread outside([&] {
+    std::this_thread::sleep_for(20ms);
+    counter.raise();
+  });
+  {
+    const VirtualTime virtual_time;
+    counter.await(1);
+    EXPECT_EQ(virtual_time.elapsed(), 0ms) << "nothing was due";
+  }
+  outside.join();
+}
+
+}  // namespace
+}  // namespace tests::time
