@@ -26,6 +26,34 @@ def named_in_build_lists():
     return named
 
 
+# What waits in these folders lives in the caller's time; what stands at the kernel's door lives in the system's.
+TIMED = ("src", "canopen/can/src", "canopen/client/src", "host/src", "drive/src")
+SYSTEMS_TIME = ("canopen/can/src/system", "canopen/can/src/unix", "canopen/can/src/socketcan")
+SYSTEMS_CLOCK = re.compile(r"clock::now|\bClock::now|std::condition_variable|this_thread::sleep|std::thread\b|std::async")
+
+
+def uses_of_the_systems_clock(root):
+    found = []
+    for folder in TIMED:
+        for path in sorted(pathlib.Path(root, folder).rglob("*.[ch]pp")):
+            relative = path.relative_to(root).as_posix()
+            if not relative.startswith(SYSTEMS_TIME):
+                found += [f"{relative}: {line.strip()}" for line in path.read_text().splitlines() if SYSTEMS_CLOCK.search(line)]
+    return found
+
+
+class Time(unittest.TestCase):
+    def test_is_asked_of_the_time_library_alone(self):
+        self.assertEqual(uses_of_the_systems_clock(ROOT), [])
+
+    def test_a_use_of_the_systems_clock_is_found(self):
+        with tempfile.TemporaryDirectory() as root:
+            file = pathlib.Path(root, "host/src/unit/A.cpp")
+            file.parent.mkdir(parents=True)
+            file.write_text("const auto now = std::chrono::steady_clock::now();\nstd::this_thread::sleep_for(wait);\n")
+            self.assertEqual(len(uses_of_the_systems_clock(root)), 2)
+
+
 class IncludeRules(unittest.TestCase):
     def planted(self, path, text):
         with tempfile.TemporaryDirectory() as root:

@@ -72,6 +72,8 @@ TEST(VirtualTime, AWaitLastsExactlyToItsDeadline) {
   std::unique_lock<std::mutex> lock(mutex);
   EXPECT_FALSE(condition.wait_until(lock, nkr::time::now() + 1500us, [] { return false; }));
   EXPECT_EQ(time.elapsed(), 1500us);
+  EXPECT_FALSE(condition.wait_for(lock, 500us, [] { return false; }));
+  EXPECT_EQ(time.elapsed(), 2ms);
 }
 
 TEST(VirtualTime, ThreadsTakeTurnsByWhatIsDueFirst) {

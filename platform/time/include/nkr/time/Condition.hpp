@@ -4,6 +4,7 @@
 #include <nkr/export.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <nkr/time/clock.hpp>
@@ -38,6 +39,17 @@ class NKR_EXPORT Condition {
       if (!wait_until(lock, time)) return is_done();
     }
     return true;
+  }
+
+  /** The same with the length of the wait. */
+  template <class Rep, class Period>
+  bool wait_for(std::unique_lock<std::mutex>& lock, std::chrono::duration<Rep, Period> wait) {
+    return wait_until(lock, time_after(now(), wait));
+  }
+  template <class Rep, class Period, class Predicate>
+  bool wait_for(std::unique_lock<std::mutex>& lock, std::chrono::duration<Rep, Period> wait,
+                Predicate is_done) {
+    return wait_until(lock, time_after(now(), wait), is_done);
   }
 
   void notify_one() {
