@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <nkr/can/Thread.hpp>
+#include <nkr/time/Condition.hpp>
+#include <nkr/time/clock.hpp>
 #include <tav/drive/FleetRunner.hpp>
 #include <utility>
 #include <vector>
@@ -36,7 +37,7 @@ struct FleetRunner::Impl {
   Time began{};
 
   std::mutex mutex;
-  std::condition_variable wake;
+  nkr::time::Condition wake;
   Time wanted = Time::max();
   bool stopping = false;
   std::function<void(const Frame&, Time)> sent;
@@ -61,7 +62,7 @@ nkr_error_t FleetRunner::Impl::start(nkr::can::Bus& bus) {
       if (sent) sent(frame, when);
     });
     fleet.when_woken([this] { woken = true; });
-    began = Clock::now();
+    began = nkr::time::now();
     wanted = fleet.power_on(began);
     send_all(lock);
   }
@@ -92,7 +93,7 @@ void FleetRunner::Impl::send_all(std::unique_lock<std::mutex>& lock) {
     const std::vector<Frame> frames = std::exchange(outbox, {});
     lock.unlock();
     for (const Frame& frame : frames) {
-      const nkr_error_t result = port->send(frame, Clock::now() + kSendTimeout);
+      const nkr_error_t result = port->send(frame, nkr::time::now() + kSendTimeout);
       if (result == NKR_CAN_CLOSED) status = result;
     }
     lock.lock();
@@ -103,7 +104,7 @@ void FleetRunner::Impl::send_all(std::unique_lock<std::mutex>& lock) {
 void FleetRunner::Impl::take(const Frame& frame) {
   std::unique_lock<std::mutex> lock(mutex);
   if (stopping) return;
-  const Time due = fleet.receive(frame, Clock::now());
+  const Time due = fleet.receive(frame, nkr::time::now());
   const bool sooner = due < wanted;
   wanted = std::min(wanted, due);
   send_all(lock);
@@ -115,11 +116,11 @@ void FleetRunner::Impl::run_timer() {
   std::unique_lock<std::mutex> lock(mutex);
   while (!stopping) {
     woken = false;
-    wanted = fleet.advance(Clock::now());
+    wanted = fleet.advance(nkr::time::now());
     send_all(lock);
-    const Time until = std::min(wanted, Clock::now() + kLongestSleep);
-    while (!stopping && !woken && Clock::now() < std::min(until, wanted)) {
-      wake.wait_until(lock, std::min({until, wanted, Clock::now() + kLook}));
+    const Time until = std::min(wanted, nkr::time::now() + kLongestSleep);
+    while (!stopping && !woken && nkr::time::now() < std::min(until, wanted)) {
+      wake.wait_until(lock, std::min({until, wanted, nkr::time::now() + kLook}));
     }
   }
 }
