@@ -157,6 +157,8 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
       safe_motion_(context_, safety_control_, velocity_mode_, effects_of_safe_motion()),
       srdo_configuration_(context_),
       srdo_consumer_(context_, errors_, [this](bool missing) { safety_control_.set_data_missing(missing); }),
+      srdo_producer_(context_),
+      global_fail_safe_(context_, [this] { safety_control_.violate(); }),
       health_(context_, errors_, effects_of_health()),
       player_(context_, bus_, effects_of_scenario()),
       process_data_(context_, errors_, [this] { return velocity_mode_.moving(); }) {
@@ -170,9 +172,10 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
   context_.admit = [this](const Access& access) { return player_.admit(access); };
   parts_ = {&bus_, &store_, &nmt_slave_};
   for (const auto& server : sdo_servers_) parts_.push_back(server.get());
-  parts_.insert(parts_.end(), {&heartbeat_producer_, &emergencies_, &errors_, &velocity_mode_, &power_,
-                               &heartbeat_consumer_, &safety_control_, &signatures_, &safe_motion_,
-                               &srdo_configuration_, &srdo_consumer_, &health_, &player_, &process_data_});
+  parts_.insert(parts_.end(),
+                {&heartbeat_producer_, &emergencies_, &errors_, &velocity_mode_, &power_,
+                 &heartbeat_consumer_, &safety_control_, &signatures_, &safe_motion_, &srdo_configuration_,
+                 &srdo_consumer_, &srdo_producer_, &global_fail_safe_, &health_, &player_, &process_data_});
   deliver_node_id();
   load_values(Reset::POWER_ON);
 }
@@ -222,9 +225,16 @@ SafeMotion::Effects Machine::effects_of_safe_motion() {
           [this](bool applied) { power_.set_safe_brake(applied); }};
 }
 
+std::string Machine::reason_for_no_torque(bool sound) const {
+  if (safety_control_.torque_off()) return "STO";
+  if (!sound) return "a safety signature differs";
+  return health_.may_give_torque() ? context_.cause : "the power stage may not give torque";
+}
+
 /** No torque while STO acts, a safety signature differs, or the drive's own hardware does not allow it. */
 void Machine::follow_safety() {
   const bool sound = signatures_.agree();
+  const Because because(context_, reason_for_no_torque(sound));
   power_.inhibit_torque(safety_control_.torque_off() || !sound || !health_.may_give_torque());
   safety_control_.set_configuration_sound(sound);
   safe_motion_.follow();
@@ -475,6 +485,8 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
   advance(now);
   if (context_.nmt == NMTState::INITIALISING) return;
   if (frame.extended || frame.remote || frame.error || frame.size > kMostBytes) return;
+  // Most of what a drive hears are the heartbeats of others.
+  if (!context_.pass && heartbeat_consumer_.is_unheard(frame)) return;
   bus_.receive_from_bus(frame);
   process_data_.sample();
   plan();

@@ -20,8 +20,10 @@
 #include "power/Health.hpp"
 #include "power/PowerStateMachine.hpp"
 #include "power/VelocityMode.hpp"
+#include "safety/GlobalFailSafeCommand.hpp"
 #include "safety/SRDOConfiguration.hpp"
 #include "safety/SRDOConsumer.hpp"
+#include "safety/SRDOProducer.hpp"
 #include "safety/SafeMotion.hpp"
 #include "safety/SafetyControl.hpp"
 #include "safety/SignatureSupervision.hpp"
@@ -69,6 +71,7 @@ class Machine {
   [[nodiscard]] Health::Effects effects_of_health();
   [[nodiscard]] SafeMotion::Effects effects_of_safe_motion();
   void follow_safety();
+  [[nodiscard]] std::string reason_for_no_torque(bool sound) const;
   void safety_violated(const SafeMotion::Violation& violation);
   void set_sensor(Action::Sensor sensor, std::int32_t value);
   [[nodiscard]] std::string to_machine(const Action& action, bool only_asks);
@@ -109,6 +112,8 @@ class Machine {
   SafeMotion safe_motion_;
   SRDOConfiguration srdo_configuration_;
   SRDOConsumer srdo_consumer_;
+  SRDOProducer srdo_producer_;
+  GlobalFailSafeCommand global_fail_safe_;
   Health health_;
   ScenarioPlayer player_;
   ProcessDataObjects process_data_;

@@ -1,6 +1,5 @@
 #include "dictionary/Object.hpp"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -26,21 +25,6 @@ void Object::refuse_when(std::function<Abort(const Bytes&)> reason) {
     const Abort abort = first(bytes);
     return abort == Abort::NONE ? second(bytes) : abort;
   };
-}
-
-std::uint64_t unsigned_of(const Bytes& bytes) {
-  std::uint64_t number = 0;
-  for (std::size_t i = std::min(bytes.size(), sizeof number); i-- > 0;) number = (number << 8) | bytes[i];
-  return number;
-}
-
-std::int64_t signed_of(const Bytes& bytes) {
-  std::uint64_t number = unsigned_of(bytes);
-  const std::size_t bits = 8 * bytes.size();
-  if (bits > 0 && bits < 64 && (number >> (bits - 1)) != 0) number |= ~std::uint64_t{0} << bits;
-  std::int64_t result = 0;
-  std::memcpy(&result, &number, sizeof result);
-  return result;
 }
 
 void put_number(Bytes& bytes, std::uint64_t number) {

@@ -52,9 +52,25 @@ struct Object {
 }
 
 /** The bytes as an unsigned number; at most eight count. */
-[[nodiscard]] std::uint64_t unsigned_of(const Bytes& bytes);
+[[nodiscard]] inline std::uint64_t unsigned_of(const Bytes& bytes) {
+  const std::size_t size = bytes.size();
+  if (size == 1) return bytes[0];
+  if (size == 2) return bytes[0] | std::uint64_t{bytes[1]} << 8;
+  std::uint64_t number = 0;
+  for (std::size_t i = size < sizeof number ? size : sizeof number; i-- > 0;)
+    number = (number << 8) | bytes[i];
+  return number;
+}
 /** The bytes as a two's complement number. */
-[[nodiscard]] std::int64_t signed_of(const Bytes& bytes);
+[[nodiscard]] inline std::int64_t signed_of(const Bytes& bytes) {
+  const std::uint64_t number = unsigned_of(bytes);
+  if (bytes.size() == 1) return static_cast<std::int8_t>(number);
+  if (bytes.size() == 2) return static_cast<std::int16_t>(number);
+  if (bytes.size() == 4) return static_cast<std::int32_t>(number);
+  const std::size_t bits = 8 * bytes.size();
+  const bool negative = bits > 0 && bits < 64 && (number >> (bits - 1)) != 0;
+  return static_cast<std::int64_t>(negative ? number | ~std::uint64_t{0} << bits : number);
+}
 /** The low bytes of a number. */
 void put_number(Bytes& bytes, std::uint64_t number);
 /** The value of an object as a number, whatever its kind; 0 for a text. */

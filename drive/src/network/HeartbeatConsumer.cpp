@@ -49,6 +49,13 @@ void HeartbeatConsumer::reset(Reset /*kind*/) {
   for (Watch& watch : watches_) start_over(watch);
 }
 
+bool HeartbeatConsumer::is_unheard(const nkr::can::Frame& frame) const {
+  const std::uint32_t node = frame.id & kNodes;
+  if ((frame.id & ~std::uint32_t{kNodes}) != kErrorControl || node == 0) return false;
+  return std::none_of(watches_.begin(), watches_.end(),
+                      [node](const Watch& watch) { return watch.node() == node; });
+}
+
 void HeartbeatConsumer::receive(const nkr::can::Frame& frame) {
   if ((frame.id & ~kNodes) != kErrorControl || frame.size != 1) return;
   const auto node = static_cast<std::uint8_t>(frame.id & kNodes);

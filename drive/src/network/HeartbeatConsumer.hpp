@@ -21,6 +21,9 @@ class HeartbeatConsumer : public Part {
   };
   HeartbeatConsumer(Context& context, Events events);
 
+  /** A frame that concerns nobody but who watches that node, and nobody does. */
+  [[nodiscard]] bool is_unheard(const nkr::can::Frame& frame) const;
+
   void reset(Reset kind) override;
   void receive(const nkr::can::Frame& frame) override;
   [[nodiscard]] Time next_due() const override;

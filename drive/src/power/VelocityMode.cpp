@@ -112,6 +112,7 @@ void VelocityMode::watch_objects() {
 }
 
 void VelocityMode::power_on() {
+  fresh_ = false;
   power_on_ = context_.now;
   if (driven_) driven_->power_on(context_.now);
 }
@@ -147,6 +148,7 @@ std::int32_t VelocityMode::position() {
 }
 
 void VelocityMode::forget_position() {
+  fresh_ = false;
   turn();
   if (driven_) {
     driven_->encoder().restart();
@@ -199,6 +201,7 @@ void VelocityMode::look() {
 }
 
 void VelocityMode::wake() {
+  fresh_ = false;
   look_due_ = std::min(look_due_, context_.now);
 }
 
@@ -235,6 +238,7 @@ void VelocityMode::apply_to_stage() {
 }
 
 void VelocityMode::apply() {
+  fresh_ = false;
   turn();
   limited_ = false;
   if (driven_) apply_to_stage();
@@ -301,6 +305,10 @@ double VelocityMode::dimension_factor() const {
 }
 
 void VelocityMode::show_values() {
+  // The objects that a PDO maps are asked one by one: in one instant they are computed once.
+  if (fresh_ && shown_at_ == context_.now) return;
+  fresh_ = true;
+  shown_at_ = context_.now;
   turn();
   const double sign = (polarity_.get() & kVelocityReversed) != 0 ? -1.0 : 1.0;
   const auto in_user_units = [&](double speed) { return sign * divided(speed, dimension_factor()); };

@@ -112,6 +112,8 @@ class VelocityMode : public Part {
   Time power_on_{};
   Time look_due_ = Time::max();
   bool limited_ = false;
+  bool fresh_ = false;  ///< what the objects show is that of the instant `shown_at_`
+  Time shown_at_{};
 
   Variable<std::int8_t> mode_;
   Variable<std::uint16_t> controlword_;
