@@ -14,6 +14,8 @@ void add_all(Command& program) {
   add_power(program);
   add_velocity(program);
   add_motion(program);
+  add_group(program);
+  add_drive(program);
   add_errors(program);
   add_emcy(program);
   add_nmt(program);
@@ -21,6 +23,7 @@ void add_all(Command& program) {
   add_sniff(program);
   add_trace(program);
   add_comm_test(program);
+  add_cycle_test(program);
   add_safety(program);
   add_network(program);
   add_communication(program);

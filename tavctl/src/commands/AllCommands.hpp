@@ -8,10 +8,13 @@ namespace tavctl {
 void add_comm_test(Command& program);
 void add_communication(Command& program);
 void add_config(Command& program);
+void add_cycle_test(Command& program);
 void add_doctor(Command& program);
+void add_drive(Command& program);
 void add_eds(Command& program);
 void add_emcy(Command& program);
 void add_errors(Command& program);
+void add_group(Command& program);
 void add_info(Command& program);
 void add_list(Command& program);
 void add_manufacturer(Command& program);

@@ -93,6 +93,8 @@ ExitCode exit_code_for(const Explanation& explanation) {
     case Cause::NOT_KEPT:
     case Cause::OUT_OF_RANGE:
     case Cause::REFUSED:
+    case Cause::BUS_LOAD:
+    case Cause::RAMPS_DIFFER:
       return ExitCode::REFUSED;
     case Cause::INTERRUPTED:
       return ExitCode::INTERRUPTED;

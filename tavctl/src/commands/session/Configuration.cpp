@@ -71,7 +71,7 @@ UnitConfiguration chosen(const HostConfiguration& file, const std::string& name)
 
 }  // namespace
 
-UnitConfiguration load_configuration(const Context& context) {
+HostConfiguration load_machine(const Context& context) {
   HostConfiguration file;
   const std::string path = configuration_path(context.options);
   const Result result = file.read(path);
@@ -79,7 +79,11 @@ UnitConfiguration load_configuration(const Context& context) {
     if (!remark.is_mistake) context.output.note("warning: " + text(remark, file.path()));
   }
   if (!result.ok()) throw unusable(file, result);
-  return chosen(file, context.options.unit);
+  return file;
+}
+
+UnitConfiguration load_configuration(const Context& context) {
+  return chosen(load_machine(context), context.options.unit);
 }
 
 }  // namespace tavctl

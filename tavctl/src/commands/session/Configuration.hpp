@@ -7,9 +7,12 @@
 
 namespace tavctl {
 
-/** The drive that the options name, of the configuration that they name, or of the first found in the usual
- * places: share/tav/tav.ini in the folder tavctl runs in, beside the program, as installed. Warnings are
- * told. Failure(CONFIGURATION) with every mistake of the file. */
+/** The configuration that the options name, or the first found in the usual places: share/tav/tav.ini in the
+ * folder tavctl runs in, beside the program, as installed. Warnings are told. Failure(CONFIGURATION) with
+ * every mistake of the file. */
+[[nodiscard]] tav::host::HostConfiguration load_machine(const Context& context);
+
+/** The drive of it that the options name. Failure(CONFIGURATION) when there is none, or more than one. */
 [[nodiscard]] tav::host::UnitConfiguration load_configuration(const Context& context);
 
 }  // namespace tavctl

@@ -2,30 +2,15 @@
 
 #include <chrono>
 #include <future>
-#include <nkr/can/open_bus.hpp>
 #include <utility>
 
 #include "commands/session/Configuration.hpp"
+#include "commands/session/OpenBus.hpp"
 #include "text/explained.hpp"
 
 namespace tavctl {
 
 namespace {
-
-constexpr const char* kVirtual = "virtual";
-
-std::shared_ptr<nkr::can::Bus> open(const std::string& name) {
-  if (name.empty()) {
-    throw Failure(ExitCode::USAGE, "no bus given",
-                  "--bus can0 (an interface), --bus unix:PATH, or --bus virtual (a drive inside tavctl); "
-                  "TAVCTL_BUS sets it once for all");
-  }
-  nkr_error_t result = NKR_OK;
-  std::string explanation;
-  std::shared_ptr<nkr::can::Bus> bus = nkr::can::open_bus(name, result, explanation);
-  if (!bus) throw Failure(ExitCode::CONNECTION, "cannot open the bus " + name, explanation, result);
-  return bus;
-}
 
 UnitSettings settings_of(const Options& options, const Interrupt* interrupt) {
   UnitSettings settings;
@@ -44,8 +29,8 @@ Session::Session(Context& context, const Interrupt* interrupt) : context_(contex
   configuration_ = load_configuration(context);
   settings.parts.config = configuration_.config();
   settings.on_warning = [this](const Explanation& warning) { tell(warning); };
-  settings.parts.bus = bus_ = open(options.bus);
-  if (!options.scenario.empty() && options.bus != kVirtual) {
+  settings.parts.bus = bus_ = open_bus(options.bus);
+  if (!options.scenario.empty() && options.bus != kVirtualBus) {
     throw Failure(ExitCode::USAGE, "--scenario is for the drive inside tavctl alone",
                   "--bus virtual; or tav-drive --scenario FILE on the bus " + bus_->name());
   }
@@ -54,7 +39,7 @@ Session::Session(Context& context, const Interrupt* interrupt) : context_(contex
   if (!unit_) throw failure_of(result.explanation(), failure_log_.last());
   description_ = unit_->shared_description();
   if (options.trace) trace_ = std::make_unique<BusTrace>(bus(), description(), node(), output_);
-  if (options.bus == kVirtual) {
+  if (options.bus == kVirtualBus) {
     start_local_drive(options.scenario);
   }
   if (interrupt == nullptr) request_ender_ = std::make_unique<RequestEnder>(unit_->shared_client());
