@@ -1,12 +1,15 @@
 #include "tavctl/Tool.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <nkr/can/open_bus.hpp>
@@ -115,7 +118,7 @@ int DriveOnBus::uploads() const {
   return requests(kUpload) + requests(kBlockUpload);
 }
 
-Process::Process(const std::vector<std::string>& arguments) {
+Process::Process(const std::vector<std::string>& arguments, const std::function<void()>& begin) {
   std::vector<std::string> words = arguments;
   words.insert(words.begin(), TAVCTL_PROGRAM);
   std::vector<char*> argv;
@@ -123,6 +126,7 @@ Process::Process(const std::vector<std::string>& arguments) {
   argv.push_back(nullptr);
   pid_ = ::fork();
   if (pid_ == 0) {
+    if (begin) begin();
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }
@@ -143,6 +147,53 @@ int Process::wait() {
   if (pid_ <= 0 || ::waitpid(pid_, &status, 0) != pid_) return -1;
   pid_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+ProcessOnTerminal::Terminal ProcessOnTerminal::open() {
+  const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0)
+    throw std::runtime_error("no terminal");
+  return {master, ::ptsname(master)};
+}
+
+ProcessOnTerminal::ProcessOnTerminal(const std::vector<std::string>& arguments)
+    : ProcessOnTerminal(arguments, open()) {}
+
+ProcessOnTerminal::ProcessOnTerminal(const std::vector<std::string>& arguments, const Terminal& terminal)
+    : Process(arguments,
+              [&terminal] {
+                ::setsid();
+                const int slave = ::open(terminal.slave.c_str(), O_RDWR);
+                for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                  ::dup2(slave, standard);
+                }
+              }),
+      terminal_(terminal.master) {}
+
+ProcessOnTerminal::~ProcessOnTerminal() {
+  ::close(terminal_);
+}
+
+bool ProcessOnTerminal::shows(const std::string& text) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  const std::size_t before = shown_.size();
+  while (shown_.find(text, before < text.size() ? 0 : before - text.size()) == std::string::npos) {
+    pollfd readable = {terminal_, POLLIN, 0};
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    if (::poll(&readable, 1, 1000) <= 0) continue;
+    char bytes[4096];
+    const ssize_t size = ::read(terminal_, bytes, sizeof bytes);
+    if (size > 0) {
+      shown_.append(bytes, static_cast<std::size_t>(size));
+    } else if (errno != EIO || (readable.revents & POLLHUP) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void ProcessOnTerminal::type(const std::string& text) {
+  EXPECT_EQ(::write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
 }  // namespace tool

@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
@@ -65,14 +66,43 @@ class DriveOnBus {
 /** tavctl as a process of its own. */
 class Process {
  public:
-  explicit Process(const std::vector<std::string>& arguments);
+  explicit Process(const std::vector<std::string>& arguments) : Process(arguments, {}) {}
   ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
   void send(int signal) const;
   /** Waits for the end; the exit code, or minus the signal that ended it. */
   int wait();
 
+ protected:
+  /** `begin` runs in the new process before the tool. */
+  Process(const std::vector<std::string>& arguments, const std::function<void()>& begin);
+
  private:
   pid_t pid_ = -1;
+};
+
+/** The same on a terminal, with somebody before it. */
+class ProcessOnTerminal : public Process {
+ public:
+  explicit ProcessOnTerminal(const std::vector<std::string>& arguments);
+  ~ProcessOnTerminal();
+  /** Reads on until it shows that; false when it ends before, or a minute is over. */
+  bool shows(const std::string& text);
+  void type(const std::string& text);
+  /** All that was read so far. */
+  [[nodiscard]] const std::string& shown() const { return shown_; }
+
+ private:
+  struct Terminal {
+    int master;
+    std::string slave;
+  };
+  ProcessOnTerminal(const std::vector<std::string>& arguments, const Terminal& terminal);
+  static Terminal open();
+
+  int terminal_;
+  std::string shown_;
 };
 
 }  // namespace tool

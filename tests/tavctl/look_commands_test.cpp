@@ -258,6 +258,18 @@ TEST(State, OfADriveThatWasJustSwitchedOn) {
   EXPECT_EQ(json["mode"], 2);
 }
 
+TEST(Watch, SaysThatTheDriveRestarted) {
+  DriveOnBus drive;
+  tool::ProcessOnTerminal process({"--bus", drive.bus_name(), "watch", "--interval", "0.05"});
+  ASSERT_TRUE(process.shows("velocity")) << process.shown();
+  nkr_error_t opened = NKR_OK;
+  const auto port = drive.bus().open({{0x7FF, 0x7FF}}, opened);
+  ASSERT_EQ(port->send({0x000, {0x81, 10}}, nkr::can::Clock::now() + std::chrono::seconds(5)), NKR_OK);
+  EXPECT_TRUE(process.shows("the drive restarted: its boot-up was heard")) << process.shown();
+  process.send(SIGINT);
+  EXPECT_EQ(process.wait(), 0);
+}
+
 TEST(Watch, WritesOneLineAReading) {
   const auto result = tavctl({"--bus", "virtual", "--json", "watch", "--count", "3", "--interval", "0.02"});
   EXPECT_EQ(result.code, 0);

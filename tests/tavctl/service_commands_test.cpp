@@ -73,6 +73,20 @@ TEST(Reset, ListsWhatRevertedAndWritesItBackWhenTold) {
   EXPECT_EQ(drive.tavctl({"safety", "verify"}).code, 0) << "the signature came back with it";
 }
 
+TEST(Reset, AsksAPersonWhetherWhatRevertedIsToBeWrittenBack) {
+  for (const bool wanted : {true, false}) {
+    const DriveOnBus drive;
+    ASSERT_EQ(drive.tavctl({"safety", "set", "SLS", "1", "velocity_limit=200"}).code, 0);
+    tool::ProcessOnTerminal process({"--bus", drive.bus_name(), "nmt", "reset", "--discard"});
+    ASSERT_TRUE(process.shows("write the former values back? [y/N]")) << process.shown();
+    process.type(wanted ? "y\n" : "\n");
+    EXPECT_TRUE(process.shows(wanted ? "Written back" : "--write-back")) << process.shown();
+    EXPECT_EQ(process.wait(), 0);
+    const auto shown = drive.tavctl({"safety", "show", "--json"}).json();
+    EXPECT_EQ(shown["configuration"]["sls"][0]["velocity_limit"], wanted ? 200 : 250);
+  }
+}
+
 TEST(Reset, LosesNothingWhenAllIsStoredFirst) {
   const DriveOnBus drive;
   ASSERT_EQ(drive.tavctl({"safety", "set", "SLS", "1", "velocity_limit=200"}).code, 0);
