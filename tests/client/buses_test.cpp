@@ -71,6 +71,36 @@ int descriptors_of_a_client_that_asks_127_nodes(const std::shared_ptr<Bus>& bus)
   return std::max(most, descriptors()) - before;
 }
 
+/** Asks every node at once, each by a thread that waits, and nobody answers yet; the most descriptors. */
+int descriptors_while_127_threads_wait(const std::shared_ptr<Bus>& bus) {
+  nkr_error_t result = NKR_OK;
+  const auto requests = bus->open({{0x600, 0x780}}, result);
+  const int before = descriptors();
+  Client client(bus);
+  client.setTimeout(600s);
+  std::vector<std::thread> threads;
+  std::atomic<int> ended{0};
+  for (std::uint8_t node = 1; node <= 127; ++node) {
+    threads.emplace_back([&client, &ended, node] {
+      std::uint32_t value = 0;
+      EXPECT_EQ(client.getValue(node, kObject, value), NKR_CAN_CANCELLED);
+      ++ended;
+    });
+  }
+  Frame request;
+  for (int i = 0; i < 127 && ended == 0; ++i) {
+    EXPECT_EQ(requests->receive(request, nkr::can::Clock::now() + 60s), NKR_OK) << i;
+  }
+  std::this_thread::sleep_for(100ms);  // the last of them wait for their answers, too
+  const int most = descriptors();
+  while (ended < 127) {
+    client.cancelRequests();
+    std::this_thread::sleep_for(10ms);
+  }
+  for (std::thread& thread : threads) thread.join();
+  return most - before;
+}
+
 /** Nodes 1 to 127 on a bus between processes. */
 class UnixBus : public testing::Test {
  protected:
@@ -103,6 +133,34 @@ class UnixBus : public testing::Test {
 
 TEST_F(UnixBus, TakesFewDescriptorsOfAClientThatAsks127Nodes) {
   EXPECT_LT(descriptors_of_a_client_that_asks_127_nodes(bus), 150);
+}
+
+TEST(SilentUnixBus, TakesFewDescriptorsWhile127ThreadsWaitForTheirAnswers) {
+  nkr_error_t result = NKR_OK;
+  std::string problem;
+  const std::string path = testing::TempDir() + "tav-silent-" + std::to_string(::getpid()) + ".sock";
+  const std::shared_ptr<Bus> bus = nkr::can::open_bus("unix:" + path, result, problem);
+  ASSERT_NE(bus, nullptr) << problem;
+  EXPECT_LT(descriptors_while_127_threads_wait(bus), 150);
+  std::remove((path + ".lock").c_str());
+}
+
+TEST_F(UnixBus, Reads127NodesAtOnceByAsManyThreads) {
+  Client client(bus);
+  client.setTimeout(60s);
+  std::vector<std::thread> threads;
+  for (std::uint8_t node = 1; node <= 127; ++node) {
+    threads.emplace_back([&client, node] {
+      std::uint32_t last = 0;
+      for (int i = 0; i < 20; ++i) {
+        std::uint32_t value = 0;
+        ASSERT_EQ(client.getValue(node, kObject, value), NKR_OK);
+        ASSERT_GT(value, last) << "an answer of before";
+        last = value;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(UnixBus, AnswersToOtherClientsAreNotTakenForTheNextRequestsAnswer) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "requests/SharedReplies.hpp"
 #include "sdo/Frames.hpp"
 
 namespace nkr::canopen {
@@ -66,12 +67,14 @@ std::shared_ptr<can::Bus> recorded(std::shared_ptr<can::Bus> bus, can::FrameHist
 Client::Core::Core(std::shared_ptr<can::Bus> bus, const ClientOptions& options)
     : options_(options),
       history_(make_history(options.frame_history)),
+      shared_replies_(recorded(bus ? std::make_shared<SharedReplies>(bus) : nullptr, history_.get())),
       bus_(recorded(std::move(bus), history_.get())),
       timeouts_(options.sdo_timeout, options.store_timeout),
       nmt_(options.heartbeat_timeout, [this](const Event& event) { happened(event); }) {
   if (!bus_) return;
   for (std::uint8_t node = 1; node <= kLastNode; ++node)
-    channels_.at(node) = std::make_unique<NodeChannel>(*bus_, node, options_, heard_, budget_);
+    channels_.at(node) =
+        std::make_unique<NodeChannel>(*bus_, *shared_replies_, node, options_, heard_, budget_);
   const std::vector<can::Filter> filters{{kErrorControl, kFunctionMask}, {kEmergency, kFunctionMask}};
   port_ = std::make_unique<DeferredPort>(*bus_, filters);
   port_->open();

@@ -120,6 +120,7 @@ class Client::Core final : private Recovery::Access {
 
   const ClientOptions options_;
   const std::unique_ptr<can::FrameHistory> history_;  ///< null when none is kept
+  const std::shared_ptr<can::Bus> shared_replies_;    ///< null without a bus, as the next
   const std::shared_ptr<can::Bus> bus_;
   std::atomic<bool> closed_{false};
   bool bus_failed_ = false;  ///< of the listener's thread

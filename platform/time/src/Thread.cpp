@@ -1,8 +1,10 @@
 #include <pthread.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <nkr/time/Condition.hpp>
 #include <nkr/time/Thread.hpp>
@@ -78,6 +80,7 @@ void run_guarded(const std::function<void()>& body) {
 
 bool Thread::start(std::function<void()> body) {
   if (!may_start()) return false;
+  process_ = ::getpid();
   const BlockedSignals blocked;
   World* const world = World::current();
   try {
@@ -104,7 +107,9 @@ bool Thread::start(std::function<void()> body) {
 
 void Thread::end() {
   if (!thread_.joinable()) return;
-  if (is_caller()) {
+  if (::getpid() != process_) {  // a forked child has no such thread: nothing to wait for, nothing to end
+    static_cast<void>(std::make_unique<std::thread>(std::move(thread_)).release());
+  } else if (is_caller()) {
     thread_.detach();
   } else {
     if (ending_) ending_->await();  // in the caller's time

@@ -1,4 +1,12 @@
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
 #include <thread>
+#include <unix/SocketFile.hpp>
+#include <unix/unix_wire.hpp>
+#include <vector>
 
 #include "can/unix/UnixBusFixture.hpp"
 
@@ -144,6 +152,46 @@ TEST_F(UnixDrainElsewhereTest, EndsAtItsDeadlineWhenTheListenerDoesNotAnswer) {
   const auto begin = Clock::now();
   EXPECT_EQ(port->drain([](const Frame&) {}, begin + 50ms), NKR_CAN_TIMED_OUT);
   EXPECT_GE(Clock::now(), begin + 50ms);
+}
+
+/** A listener by hand: it sends the mark back, and at once a frame that came behind it. */
+TEST_F(UnixDrainElsewhereTest, EndsWithItsMarkThoughMoreComesBehind) {
+  const SocketFile file(path);
+  SocketFile::Listener listener;
+  ASSERT_EQ(file.listen(listener), 0);
+  std::thread listening([&] {
+    const auto write = [](int member, const UnixBytes& message) {
+      EXPECT_EQ(::send(member, message.data(), message.size(), MSG_NOSIGNAL),
+                static_cast<ssize_t>(message.size()));
+    };
+    std::vector<int> members;
+    for (int i = 0; i < 2; ++i) {  // a bus that is opened joins once to see whether it can
+      pollfd joining = {listener.socket.get(), POLLIN, 0};
+      ASSERT_EQ(::poll(&joining, 1, 20000), 1);
+      members.push_back(::accept(listener.socket.get(), nullptr, nullptr));
+      write(members.back(), encode_welcome(1));
+    }
+    write(members.back(), encode_frame({kReply, {1}}));
+    std::array<std::uint8_t, 64> bytes{};
+    while (true) {
+      const ssize_t size = ::recv(members.back(), bytes.data(), bytes.size(), 0);
+      const auto message =
+          decode_unix_message(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+      if (size <= 0) break;
+      if (!message || message->kind != UnixMessage::Kind::MARK) continue;
+      write(members.back(), encode_mark(message->number));
+      write(members.back(), encode_frame({kReply, {2}}));
+    }
+    for (const int member : members) ::close(member);
+  });
+  {
+    const auto bus = open_bus();
+    const auto port = open_port(*bus);
+    Frame frame;
+    EXPECT_EQ(port->receive(frame, soon()), NKR_OK);
+    EXPECT_EQ(port->drain([](const Frame&) {}, soon()), NKR_OK);
+  }
+  listening.join();
 }
 
 }  // namespace

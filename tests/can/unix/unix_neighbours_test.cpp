@@ -104,6 +104,74 @@ TEST_F(UnixNeighboursTest, AForkedChildDoesNotKeepTheLock) {
   EXPECT_EQ(again.error(), 0);
 }
 
+TEST_F(UnixNeighboursTest, AForkedChildOfAKilledListenerKeepsNobodyFromTheBus) {
+  int told[2] = {-1, -1};
+  ASSERT_EQ(::pipe(told), 0);
+  Process listening([&] {
+    const auto bus = open_bus();
+    const auto port = open_port(*bus);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      const auto alone = ::alarm(300);  // without anybody who ends it
+      static_cast<void>(alone);
+      ::pause();
+      ::_exit(0);
+    }
+    static_cast<void>(!::write(told[1], &child, sizeof child));
+    ::pause();
+  });
+  pid_t child = -1;
+  ASSERT_EQ(::read(told[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
+  const auto before = open_bus();
+  const auto member = open_port(*before);
+  listening.kill();
+  EXPECT_EQ(member->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
+  const auto after = open_bus();
+  const auto newcomer = open_port(*after);
+  EXPECT_TRUE(comes_to_hear(*newcomer, *member, 1));
+  ::kill(child, SIGKILL);
+  ::close(told[0]);
+  ::close(told[1]);
+}
+
+TEST_F(UnixNeighboursTest, AForkedChildThatUsesAPortHasAConnectionOfItsOwn) {
+  const auto bus = open_bus();
+  const auto a = open_port(*bus);
+  const auto b = open_port(*bus);
+  const Process child([&] {
+    Frame got;
+    while (b->send({0x123, {}}, soon()) != NKR_OK) {
+    }
+    while (b->receive(got, soon()) != NKR_OK) {
+    }
+    ::_exit(0);
+  });
+  expect_receives(*a, {0x123, {}});
+  expect_receives(*b, {0x123, {}});
+  EXPECT_EQ(a->send({0x124, {}}, soon()), NKR_OK);
+  expect_receives(*b, {0x124, {}});
+}
+
+TEST_F(UnixNeighboursTest, AListenerThatDoesNotAnswerIsLeftForOneThatDoes) {
+  auto listening = open_bus();
+  const auto bus = open_bus();
+  const auto member = open_port(*bus);
+  listening.reset();
+  const int deaf = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::copy(path.begin(), path.end(), address.sun_path);
+  ASSERT_EQ(::bind(deaf, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(::listen(deaf, 8), 0);
+  EXPECT_EQ(member->receive(frame, soon()), NKR_CAN_INTERFACE_GONE);
+  EXPECT_EQ(member->receive(frame, Clock::now() + 50ms), NKR_CAN_TIMED_OUT) << "it waits for its welcome";
+  ASSERT_EQ(::unlink(path.c_str()), 0);
+  const auto other = open_bus();
+  const auto newcomer = open_port(*other);
+  EXPECT_TRUE(comes_to_hear(*newcomer, *member, 1));
+  ::close(deaf);
+}
+
 TEST_F(UnixNeighboursTest, SocketAndLockAreForTheOwnerAlone) {
   const mode_t mask = ::umask(0);
   const auto bus = open_bus();

@@ -9,8 +9,9 @@ namespace nkr::can {
 class Waker;
 
 /**
- * The threads that wait at a port. What wakes a thread is the thread's own, one descriptor however many ports
- * it uses: a port needs none. A thread for which there is no descriptor looks around every few milliseconds.
+ * The threads that wait at a port. What wakes a thread is its own as long as it sleeps: a port needs no
+ * descriptor, nor does a thread that works. A thread for which there is no descriptor looks around every few
+ * milliseconds.
  */
 class Sleepers {
  public:

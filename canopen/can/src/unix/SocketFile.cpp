@@ -86,7 +86,7 @@ int SocketFile::listen(Listener& listener) const {
     ::unlink(path_.c_str());
     return error;
   }
-  listener = {std::move(socket), {file.st_dev, file.st_ino}};
+  listener = {ShieldedDescriptor(std::move(socket)), {file.st_dev, file.st_ino}};
   return 0;
 }
 
@@ -128,11 +128,12 @@ SocketFile::Lock::Lock(const SocketFile& file) {
     error_ = errno == EINTR ? EAGAIN : errno;
     return;
   }
-  file_ = std::move(lock);
+  file_ = ShieldedDescriptor(std::move(lock));
 }
 
 SocketFile::Lock::~Lock() {
-  if (file_) ::flock(file_.get(), LOCK_UN);  // a child that was forked meanwhile has the file open, too
+  if (file_)
+    ::flock(file_.get(), LOCK_UN);  // closing it would do, but for a child that could not be shielded
 }
 
 }  // namespace nkr::can

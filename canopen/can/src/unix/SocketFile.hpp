@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "system/Descriptor.hpp"
+#include "system/ForkShield.hpp"
 
 namespace nkr::can {
 
@@ -26,7 +26,7 @@ class SocketFile {
     }
   };
   struct Listener {
-    Descriptor socket;
+    ShieldedDescriptor socket;
     Identity file;
   };
   enum class State { OURS, MISSING, ANOTHER };
@@ -57,7 +57,7 @@ class SocketFile {
     [[nodiscard]] int error() const { return error_; }
 
    private:
-    Descriptor file_;
+    ShieldedDescriptor file_;
     int error_ = 0;
   };
 

@@ -54,6 +54,7 @@ int UnixHub::begin() {
 }
 
 UnixHub::~UnixHub() {
+  if (::getpid() != process_) return;
   stop_.raise(true);
   thread_.end();
   {
@@ -63,7 +64,7 @@ UnixHub::~UnixHub() {
   end();
 }
 
-/** Also where a forked child has the sockets open, everybody is told. */
+/** Everybody is told, also where somebody else should have the sockets open. */
 void UnixHub::end() {
   for (auto& [socket, member] : members_) ::shutdown(socket, SHUT_RDWR);
   members_.clear();
@@ -141,7 +142,7 @@ bool UnixHub::admit() {
   }
   const int key = socket.get();
   if (!file_.admits_peer(key) || send_now(key, encode_welcome(window_of(key))) != Sent::ALL) return true;
-  members_[key].socket = std::move(socket);
+  members_[key].socket = ShieldedDescriptor(std::move(socket));
   if (!watch(EPOLL_CTL_ADD, key, EPOLLIN)) members_.erase(key);
   return true;
 }

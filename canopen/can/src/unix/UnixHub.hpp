@@ -1,6 +1,8 @@
 #ifndef NKR_CAN_UNIX_UNIXHUB_HPP
 #define NKR_CAN_UNIX_UNIXHUB_HPP
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -9,6 +11,7 @@
 #include <vector>
 
 #include "system/Descriptor.hpp"
+#include "system/ForkShield.hpp"
 #include "system/Waker.hpp"
 #include "unix/SocketFile.hpp"
 #include "unix/unix_wire.hpp"
@@ -35,7 +38,7 @@ class UnixHub {
 
  private:
   struct Member {
-    Descriptor socket;
+    ShieldedDescriptor socket;
     std::vector<Filter> filters;
     bool is_filtered = false;       ///< all its filters are known
     std::deque<UnixBytes> waiting;  ///< what its socket did not take yet
@@ -65,6 +68,7 @@ class UnixHub {
   Descriptor epoll_;
   Waker stop_;
   Members members_;
+  const pid_t process_ = ::getpid();  ///< a forked child has no listener
   bool is_deaf_ = false;  ///< there was no descriptor for a newcomer: it listens again after a while
   bool ended_ = false;    ///< another listener took its place
   Thread thread_;

@@ -15,13 +15,16 @@ using std::chrono::milliseconds;
 
 /** Between two attempts to join; also while a listener cannot come, the folder being gone, say. */
 constexpr milliseconds kJoinRetry{20};
+/** A listener that was killed may seem to live: a child of its process has its socket open. */
+constexpr milliseconds kWelcome{2000};
 /** Until the kernel has memory for a message again; it tells nobody. */
 constexpr milliseconds kSendRetry{1};
 /** The listener refuses more; without any the port filters alone. */
 constexpr std::size_t kFiltersBound = 4096;
 
 /** 0 or errno. */
-int send_message(const Descriptor& connection, const UnixBytes& message) {
+template <class Socket>
+int send_message(const Socket& connection, const UnixBytes& message) {
   for (;;) {
     if (::send(connection.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return 0;
     if (errno != EINTR) return errno;
@@ -39,6 +42,7 @@ UnixPort::UnixPort(std::shared_ptr<UnixMeeting> meeting, std::vector<Filter> fil
 
 /** 0 or errno. */
 int UnixPort::join() {
+  if (connection_ && !is_welcome_ && Clock::now() >= welcome_until_) see_welcome();
   if (connection_) return 0;
   const Clock::time_point now = Clock::now();
   if (now < next_join_) return EAGAIN;
@@ -48,14 +52,21 @@ int UnixPort::join() {
     const int error = meeting_->join(joined);
     if (error != 0) return error;
     if (!send_filters(joined)) return ECONNRESET;
-    connection_ = std::make_shared<const Descriptor>(std::move(joined));
+    connection_ = std::make_shared<const ShieldedDescriptor>(std::move(joined));
   } catch (const std::exception&) {
     return ENOMEM;
   }
   is_welcome_ = false;
+  welcome_until_ = Clock::now() + kWelcome;
   unread_ = 0;
   window_ = 1;
   return 0;
+}
+
+/** Whoever only sends has not read it. */
+void UnixPort::see_welcome() {
+  Frame frame;
+  if (read(frame, true) == Read::GONE || !is_welcome_) lose();
 }
 
 bool UnixPort::send_filters(const Descriptor& connection) {
@@ -120,7 +131,8 @@ void UnixPort::take(const UnixMessage& message) {
     window_ = message.number;
   } else if (message.kind == UnixMessage::Kind::LOST) {
     dropped_ = message.number;
-  } else if (message.number == marks_) {
+  } else {
+    marks_back_ = message.number;
     unread_ = 0;
     sleepers_.wake();  // whoever asked for it may be another thread
   }
@@ -128,6 +140,12 @@ void UnixPort::take(const UnixMessage& message) {
 
 bool UnixPort::sleep(Lock& lock, short events, Clock::time_point until) {
   const Connection connection = connection_;  // open as long as it is waited for
+  if (connection && !is_welcome_) {
+    const Clock::time_point answer = std::min(until, welcome_until_);
+    if (sleepers_.sleep(lock, connection->get(), events, answer)) return true;
+    if (answer == until) return false;
+    return true;
+  }
   if (connection) return sleepers_.sleep(lock, connection->get(), events, until);
   const Clock::time_point retry = std::min(until, Clock::now() + kJoinRetry);
   return sleepers_.sleep(lock, -1, 0, retry) || retry != until;
@@ -158,9 +176,11 @@ nkr_error_t UnixPort::receive(Frame& frame, const Deadline& deadline,
 nkr_error_t UnixPort::drain(const FrameHandler& taken, const Deadline& deadline) {
   Lock lock(mutex_);
   Frame frame;
+  std::uint64_t mark = 0;
   for (Connection asked; !closed_;) {
     event_ = NKR_OK;
     if (!connection_) return NKR_OK;
+    if (asked == connection_ && marks_back_ >= mark) return NKR_OK;  // what came since is new
     const Read result = read(frame);
     if (result == Read::FRAME) {
       lock.unlock();
@@ -175,7 +195,7 @@ nkr_error_t UnixPort::drain(const FrameHandler& taken, const Deadline& deadline)
     if (!may_wait_in_the_listener()) return NKR_OK;
     if (deadline.only_looks()) return NKR_CAN_TIMED_OUT;
     if (asked != connection_ && send_message(*connection_, encode_mark(marks_ + 1)) == 0) {
-      ++marks_;
+      mark = ++marks_;
       asked = connection_;
     }
     const short events = asked == connection_ ? POLLIN : POLLIN | POLLOUT;

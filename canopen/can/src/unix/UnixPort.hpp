@@ -6,7 +6,7 @@
 #include <nkr/can/Bus.hpp>
 #include <vector>
 
-#include "system/Descriptor.hpp"
+#include "system/ForkShield.hpp"
 #include "system/Sleepers.hpp"
 #include "unix/UnixMeeting.hpp"
 #include "unix/unix_wire.hpp"
@@ -30,11 +30,12 @@ class UnixPort : public Port {
 
  private:
   using Lock = std::unique_lock<std::mutex>;
-  using Connection = std::shared_ptr<const Descriptor>;
+  using Connection = std::shared_ptr<const ShieldedDescriptor>;
   enum class Read { FRAME, NOTHING, GONE };
 
   // With mutex_ held; none but sleep waits.
   int join();
+  void see_welcome();
   bool send_filters(const Descriptor& connection);
   void lose();
   Read read(Frame& frame, bool until_welcome = false);
@@ -50,12 +51,14 @@ class UnixPort : public Port {
   Sleepers sleepers_;
   Connection connection_;  ///< null from its loss until the port has joined again
   bool is_welcome_ = false;
-  Clock::time_point next_join_;  ///< not to be tried before
-  nkr_error_t event_ = NKR_OK;   ///< not told to a receiver yet
+  Clock::time_point next_join_;      ///< not to be tried before
+  Clock::time_point welcome_until_;  ///< a listener that has not answered by then does not live
+  nkr_error_t event_ = NKR_OK;       ///< not told to a receiver yet
   /** How many messages came since none was left: fewer than the window were never too many for the socket. */
   std::uint64_t unread_ = 0;
   std::uint64_t window_ = 1;
   std::uint64_t marks_ = 0;           ///< sent so far
+  std::uint64_t marks_back_ = 0;      ///< the last one that the listener sent back
   std::uint64_t dropped_ = 0;         ///< as the present listener counts
   std::uint64_t dropped_before_ = 0;  ///< as its predecessors did
   bool closed_ = false;

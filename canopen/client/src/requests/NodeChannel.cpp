@@ -10,9 +10,10 @@ namespace nkr::canopen {
 
 using can::Clock;
 
-NodeChannel::NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard,
-                         PortBudget& budget)
+NodeChannel::NodeChannel(can::Bus& bus, can::Bus& shared, std::uint8_t node, const ClientOptions& options,
+                         HeardTimes& heard, PortBudget& budget)
     : bus_(bus),
+      shared_(shared),
       budget_(budget),
       late_reply_grace_(can::saturated(options.late_reply_grace)),
       block_threshold_(options.block_threshold),
@@ -115,7 +116,7 @@ TransferResult NodeChannel::finish(sdo::Link& link, sdo::Multiplexer object, nkr
     last_answer_ = server_.last_heard();
   }
   if (code != NKR_OK && port_is_spent_.load()) result.code = closed_ ? NKR_CAN_CLOSED : NKR_CAN_CANCELLED;
-  if (budget_.is_exceeded()) drop_port();
+  if (port_is_shared_) drop_port();
   return result;
 }
 
@@ -136,9 +137,9 @@ nkr_error_t NodeChannel::prepare(const can::Deadline& deadline) {
   return result == NKR_CAN_TIMED_OUT ? NKR_SDO_TIMED_OUT : result;
 }
 
-std::unique_ptr<can::Port> NodeChannel::new_port(nkr_error_t& result) {
+std::unique_ptr<can::Port> NodeChannel::new_port(can::Bus& bus, nkr_error_t& result) {
   result = NKR_CAN_NOT_CONNECTED;
-  auto port = bus_.open({{sdo::kReplyId + server_.node(), 0x7FF}}, result);
+  auto port = bus.open({{sdo::kReplyId + server_.node(), 0x7FF}}, result);
   if (port) {
     result = NKR_OK;
   } else if (result == NKR_OK) {
@@ -151,15 +152,16 @@ nkr_error_t NodeChannel::open_port() {
   if (port_ && !port_is_spent_.load(std::memory_order_relaxed)) return NKR_OK;
   if (closed_) return NKR_CAN_CLOSED;
   drop_port();
-  budget_.take();
+  const bool is_shared = !budget_.take();
   nkr_error_t result = NKR_OK;
-  auto port = new_port(result);
+  auto port = new_port(is_shared ? shared_ : bus_, result);
   const std::lock_guard<std::mutex> lock(port_mutex_);
   if (closed_) result = NKR_CAN_CLOSED;
   if (result == NKR_OK) {
     port_ = std::move(port);
+    port_is_shared_ = is_shared;
     ++ports_opened_;
-  } else {
+  } else if (!is_shared) {
     budget_.give_back();
   }
   return result;
@@ -171,7 +173,7 @@ void NodeChannel::drop_port() {
   if (!port_) return;
   dropped = std::move(port_);
   port_is_spent_ = closed_.load();
-  budget_.give_back();
+  if (!std::exchange(port_is_shared_, false)) budget_.give_back();
 }
 
 void NodeChannel::give_up_idle_port() {
@@ -217,7 +219,7 @@ bool NodeChannel::has_to_wait(sdo::Multiplexer object, TimePoint& until) {
 
 nkr_error_t NodeChannel::listen(HeldRequests::Place& place) {
   nkr_error_t result = NKR_OK;
-  auto port = new_port(result);
+  auto port = new_port(bus_, result);
   return port ? place.listen(std::move(port)) : result;
 }
 

@@ -49,8 +49,9 @@ struct TransferResult {
  */
 class NodeChannel final {
  public:
-  NodeChannel(can::Bus& bus, std::uint8_t node, const ClientOptions& options, HeardTimes& heard,
-              PortBudget& budget);
+  /** @param shared  gives a port when the budget is spent */
+  NodeChannel(can::Bus& bus, can::Bus& shared, std::uint8_t node, const ClientOptions& options,
+              HeardTimes& heard, PortBudget& budget);
 
   /** `by_block`: the object may be long, so that a block transfer is worth trying. */
   TransferResult upload(const TransferRequest& request, sdo::UploadSink& sink, bool by_block);
@@ -85,7 +86,7 @@ class NodeChannel final {
 
   nkr_error_t prepare(const can::Deadline& deadline);
   nkr_error_t open_port();
-  std::unique_ptr<can::Port> new_port(nkr_error_t& result);
+  std::unique_ptr<can::Port> new_port(can::Bus& bus, nkr_error_t& result);
   void drop_port();
   bool end_requests(sdo::Multiplexer& object);
   [[nodiscard]] bool has_to_wait(sdo::Multiplexer object, TimePoint& until);
@@ -95,6 +96,7 @@ class NodeChannel final {
   nkr_error_t take_late_reply(const can::Frame& late, sdo::Multiplexer object, unsigned port, TimePoint end);
 
   can::Bus& bus_;
+  can::Bus& shared_;
   PortBudget& budget_;
   const can::Clock::duration late_reply_grace_;
   const std::size_t block_threshold_;
@@ -103,6 +105,7 @@ class NodeChannel final {
 
   std::mutex port_mutex_;  ///< opening against closing; whoever is inside the gate reads port_ without it
   std::unique_ptr<can::Port> port_;
+  bool port_is_shared_ = false;
   unsigned ports_opened_ = 0;               ///< so far; of whoever is inside the gate
   std::atomic<bool> port_is_spent_{false};  ///< it was closed to end a transfer
   std::atomic<bool> closed_{false};

@@ -11,9 +11,9 @@ namespace nkr::canopen {
 class NodeChannel;
 
 /**
- * How many ports the channels of a client keep: each takes descriptors of the process, and a bus has up to
- * 127 nodes. A channel that opens one more has another one, which is idle, give up its own. Those that are at
- * work at once each have one, however many they are.
+ * How many ports the channels of a client have: each takes descriptors of the process, and a bus has up to
+ * 127 nodes. A channel that opens one more has another one, which is idle, give up its own. When so many are
+ * at work at once, the others share one (SharedReplies).
  */
 class PortBudget {
  public:
@@ -25,12 +25,13 @@ class PortBudget {
 
   /** Before any port is opened. */
   void join(NodeChannel& channel) { channels_.push_back(&channel); }
-  /** One more is about to be opened. */
-  void take();
+  /** One more is about to be opened; false when there is none to be had. */
+  [[nodiscard]] bool take();
   void give_back() { --open_; }
-  [[nodiscard]] bool is_exceeded() const { return open_.load(std::memory_order_relaxed) > kMost; }
 
  private:
+  [[nodiscard]] bool is_exceeded() const { return open_.load(std::memory_order_relaxed) > kMost; }
+
   std::atomic<int> open_{0};
   std::mutex mutex_;
   std::vector<NodeChannel*> channels_;

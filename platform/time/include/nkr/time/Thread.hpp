@@ -28,7 +28,7 @@ class NKR_EXPORT Thread {
   [[nodiscard]] bool is_started() const { return thread_.joinable(); }
   /** Whether the caller is this thread. */
   [[nodiscard]] bool is_caller() const { return thread_.get_id() == std::this_thread::get_id(); }
-  /** Waits for its end. */
+  /** Waits for its end; not in a forked child, which has no such thread. */
   void end();
 
   /** So many starts more succeed, then none: to try out what becomes of a program without threads. Below 0:
@@ -39,6 +39,7 @@ class NKR_EXPORT Thread {
   struct NKR_HIDDEN Ending;
 
   std::thread thread_;
+  int process_ = 0;  ///< that has it
   std::shared_ptr<Ending> ending_;
 };
 
