@@ -40,7 +40,7 @@ class SharedReplies::Member final : public can::Port {
                       std::chrono::system_clock::time_point* when) override {
     Lock lock(all_.mutex_);
     const nkr_error_t result = next(lock, frame, deadline);
-    if (result == NKR_OK && when != nullptr) *when = std::chrono::system_clock::now();
+    if (result == NKR_OK && when != nullptr) *when = time::calendar_now();
     all_.pass_on();
     return result;
   }
