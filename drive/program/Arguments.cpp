@@ -40,24 +40,19 @@ struct Texts {
   std::string node;
   std::string seed;
   std::string time;
+  std::string bit_rate;
+  std::string bus_errors;
 };
 
 /** Where the value of an option goes; null for an option that does not exist. */
 std::string* place_of(const std::string& option, Arguments& arguments, Texts& texts) {
-  const std::pair<const char*, std::string*> kPlaces[] = {{"--bus", &arguments.bus},
-                                                          {"--eds", &arguments.eds},
-                                                          {"--config", &arguments.config},
-                                                          {"--store", &arguments.store},
-                                                          {"--scenario", &arguments.scenario},
-                                                          {"--motor", &arguments.motor},
-                                                          {"--timing", &arguments.timing},
-                                                          {"--fleet", &arguments.fleet},
-                                                          {"--junit", &arguments.junit},
-                                                          {"--log", &arguments.log},
-                                                          {"--events", &arguments.events},
-                                                          {"--node", &texts.node},
-                                                          {"--seed", &texts.seed},
-                                                          {"--for", &texts.time}};
+  const std::pair<const char*, std::string*> kPlaces[] = {
+      {"--bus", &arguments.bus},       {"--eds", &arguments.eds},           {"--config", &arguments.config},
+      {"--store", &arguments.store},   {"--scenario", &arguments.scenario}, {"--motor", &arguments.motor},
+      {"--timing", &arguments.timing}, {"--fleet", &arguments.fleet},       {"--junit", &arguments.junit},
+      {"--log", &arguments.log},       {"--events", &arguments.events},     {"--node", &texts.node},
+      {"--bitrate", &texts.bit_rate},  {"--bus-errors", &texts.bus_errors}, {"--seed", &texts.seed},
+      {"--for", &texts.time}};
   for (const auto& [name, place] : kPlaces) {
     if (option == name) return place;
   }
@@ -110,6 +105,22 @@ std::string mistake_in(const Texts& texts, Arguments& arguments) {
   if (!texts.time.empty() && !read_seconds(texts.time, arguments.time)) {
     return "--for " + texts.time + ": a time is a number of seconds above 0, such as 60 or 1.5";
   }
+  if (!texts.bit_rate.empty()) {
+    const char* const last = texts.bit_rate.data() + texts.bit_rate.size();
+    const auto [stop, error] = std::from_chars(texts.bit_rate.data(), last, arguments.bit_rate);
+    if (error != std::errc() || stop != last || arguments.bit_rate < 10000 || arguments.bit_rate > 1000000) {
+      return "--bitrate " + texts.bit_rate + ": a bit rate is a number from 10000 to 1000000";
+    }
+  }
+  if (!texts.bus_errors.empty()) {
+    unsigned percent = 0;
+    const char* const last = texts.bus_errors.data() + texts.bus_errors.size();
+    const auto [stop, error] = std::from_chars(texts.bus_errors.data(), last, percent);
+    if (error != std::errc() || stop != last || percent > 90) {
+      return "--bus-errors " + texts.bus_errors + ": so many percent of the frames, from 0 to 90";
+    }
+    arguments.bus_errors = percent / 100.0;
+  }
   const std::vector<std::string> profiles = timing_profiles();
   if (std::find(profiles.begin(), profiles.end(), arguments.timing) == profiles.end()) {
     return "--timing " + arguments.timing + ": a drive is ideal, typical or slow";
@@ -121,9 +132,12 @@ std::string mistake_in(const Texts& texts, Arguments& arguments) {
 std::string contradiction(const Arguments& arguments) {
   if (arguments.virtual_time) {
     if (!arguments.bus.empty()) return "--virtual-time passes on no bus outside the program: leave --bus out";
+    if (arguments.bus_errors > 0 && arguments.bit_rate == 0)
+      return "--bus-errors are on a bus with --bitrate";
     if (arguments.console) return "--console is for drives in real time";
     return {};
   }
+  if (arguments.bit_rate != 0) return "--bitrate is that of the bus in virtual time: --virtual-time";
   if (arguments.bus.empty()) return "--bus is missing: where shall the drive be?";
   if (arguments.bus == "virtual") {
     return "the bus \"virtual\" lives inside one program, where the drive would be alone; use unix:PATH";
@@ -190,6 +204,8 @@ Usage: tav-drive --bus BUS [--node ID] [--eds FILE] [--config FILE] [--store FIL
   --console      take such lines from standard input too, and do them at once ("help" lists them)
   --for SECONDS  end after that time
   --virtual-time no real time passes, and there is no bus but that between the drives
+  --bitrate N    with --virtual-time: the drives are on a bus of so many bit/s; without it frames take no time
+  --bus-errors P so many percent of the frames are disturbed on it
   --junit FILE   how the checks of the scenario ended, as JUnit has it
   --log FILE     what the drives send, as candump writes it
   --events FILE  what the drives did, and why, in words; one JSON object a line when the name ends in .json

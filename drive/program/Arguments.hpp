@@ -23,6 +23,8 @@ struct Arguments {
   std::string events;
   std::vector<std::uint8_t> nodes{0};  ///< 0: the description's own
   std::uint64_t seed = 1;
+  std::uint32_t bit_rate = 0;         ///< of the bus in virtual time; 0: frames take no time
+  double bus_errors = 0;              ///< part of the frames that are disturbed on it
   std::chrono::milliseconds time{0};  ///< how long it runs; 0: until it is stopped
   bool virtual_time = false;
   bool console = false;

@@ -153,6 +153,11 @@ int run(Arguments arguments) {
   }
   if (scenario.seed) arguments.seed = *scenario.seed;
   Fleet fleet;
+  if (arguments.bit_rate != 0) {
+    tav::drive::BusModel::NodeOptions drives;
+    drives.restart = std::chrono::milliseconds(100);
+    fleet.use_bus({arguments.bit_rate, arguments.bus_errors, arguments.seed}, drives, drives);
+  }
   bool wrong_scenario = false;
   if (!tav::drive::make_drives(arguments, scenario, fleet, problem, wrong_scenario)) {
     return fail(problem, wrong_scenario ? mistaken : kFailed);

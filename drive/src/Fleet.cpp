@@ -18,6 +18,11 @@ struct Fleet::Impl {
   };
 
   void send(const nkr::can::Frame& frame, std::size_t by) {
+    if (bus) {
+      // A queue that is full loses the frame, as a controller's does.
+      (void)bus->send(node_of(by), frame, now);
+      return;
+    }
     if (output) output(frame, now, by);
     on_the_way.push_back({frame, by});
   }
@@ -31,8 +36,15 @@ struct Fleet::Impl {
       }
     }
   }
+  /** The node outside is the first of the bus. */
+  [[nodiscard]] static std::size_t node_of(std::size_t place) { return place + 1; }
+  void come_from_bus(std::size_t place, const nkr::can::Frame& frame, Time when) {
+    now = std::max(now, when);
+    if (!frame.error) members[place].due = members[place].drive->receive(frame, now);
+  }
+
   [[nodiscard]] Time next_due() const {
-    Time due = Time::max();
+    Time due = bus ? bus->next_due() : Time::max();
     for (const Member& member : members) due = std::min(due, member.due);
     return due;
   }
@@ -41,11 +53,14 @@ struct Fleet::Impl {
     for (Member& member : members) member.due = std::min(member.due, now);
   }
 
+  std::unique_ptr<BusModel> bus;
+  BusModel::NodeOptions bus_options;
   std::vector<Member> members;
   Output output;
   std::function<void()> wake;
   std::deque<Sent> on_the_way;
   std::atomic<bool> woken{false};
+  bool advancing = false;  // the bus calls an output, perhaps
   Time now{};
 };
 
@@ -65,6 +80,25 @@ void Fleet::add(std::unique_ptr<VirtualDrive> drive) {
   drive->connect([impl = impl_.get(), place](const nkr::can::Frame& frame) { impl->send(frame, place); },
                  std::move(events));
   impl_->members.push_back({std::move(drive), Time::max()});
+  if (!impl_->bus) return;
+  (void)impl_->bus->attach(impl_->bus_options,
+                           [impl = impl_.get(), place](const nkr::can::Frame& frame, Time when) {
+                             impl->come_from_bus(place, frame, when);
+                           });
+}
+
+void Fleet::use_bus(const BusModel::Options& options, const BusModel::NodeOptions& drives,
+                    const BusModel::NodeOptions& outside) {
+  impl_->bus = std::make_unique<BusModel>(options);
+  impl_->bus_options = drives;
+  (void)impl_->bus->attach(outside, [impl = impl_.get()](const nkr::can::Frame& frame, Time when) {
+    impl->now = std::max(impl->now, when);
+    if (impl->output) impl->output(frame, when, impl->members.size());
+  });
+}
+
+const BusModel* Fleet::bus() const {
+  return impl_->bus.get();
 }
 
 std::size_t Fleet::size() const {
@@ -94,6 +128,11 @@ Time Fleet::power_on(Time now) {
 }
 
 Time Fleet::receive(const nkr::can::Frame& frame, Time now) {
+  if (impl_->bus) {
+    if (!impl_->advancing) (void)advance(now);
+    (void)impl_->bus->send(0, frame, impl_->now);
+    return impl_->next_due();
+  }
   (void)advance(now);
   for (Impl::Member& member : impl_->members) {
     member.due = member.drive->receive(frame, impl_->now);
@@ -106,6 +145,9 @@ Time Fleet::advance(Time now) {
   impl_->look_at_woken();
   for (Time due = impl_->next_due(); due <= now; due = impl_->next_due()) {
     impl_->now = std::max(impl_->now, due);
+    impl_->advancing = true;
+    if (impl_->bus) (void)impl_->bus->advance(impl_->now);
+    impl_->advancing = false;
     for (Impl::Member& member : impl_->members) {
       if (member.due > impl_->now) continue;
       member.due = member.drive->advance(impl_->now);

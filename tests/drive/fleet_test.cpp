@@ -76,5 +76,47 @@ TEST_F(FleetTest, ManyIdleDrivesWantToBeLookedAtForTheirHeartbeatsAlone) {
   EXPECT_LE(looks, static_cast<int>(sent.size()) + 20);
 }
 
+TEST(FleetOnABus, AtAMegabitItAnswersAsManyReadsASecondAsArithmeticGives) {
+  Fleet fleet;
+  fleet.use_bus({}, {}, {});
+  std::istringstream eds(shipped_description());
+  std::string problem;
+  fleet.add(VirtualDrive::create(eds, as_node(1), problem));
+  int reads = 0;
+  fleet.connect([&](const nkr::can::Frame& frame, Time when, std::size_t) {
+    if (frame.error || frame.id != 0x581) return;
+    ++reads;
+    (void)fleet.receive(frame_of("601#4041600000000000"), when);
+  });
+  (void)fleet.power_on(Time{});
+  (void)fleet.receive(frame_of("601#2B17100000000000"), Time{});  // no heartbeat
+  (void)fleet.advance(Time{} + milliseconds(100));
+  reads = 0;
+  (void)fleet.advance(Time{} + milliseconds(1100));
+  EXPECT_GE(reads, 4000);
+  EXPECT_LE(reads, 4240);
+}
+
+TEST(FleetOnABus, TwoDrivesThatSpeakAtOnceComeOneAfterTheOther) {
+  Fleet fleet;
+  fleet.use_bus({250000, 0, 1}, {}, {});
+  std::vector<std::string> log;
+  fleet.connect([&](const nkr::can::Frame& frame, Time when, std::size_t) {
+    log.push_back(std::to_string((when - Time{}) / std::chrono::microseconds(1)) + " " +
+                  nkr::can::to_string(frame));
+  });
+  const std::string description = shipped_description();
+  for (const std::uint8_t node : {std::uint8_t{2}, std::uint8_t{1}}) {
+    std::istringstream eds(description);
+    std::string problem;
+    fleet.add(VirtualDrive::create(eds, as_node(node), problem));
+  }
+  (void)fleet.power_on(Time{});
+  (void)fleet.advance(Time{} + milliseconds(10));
+  ASSERT_EQ(log.size(), 2U);
+  EXPECT_EQ(log[0], "224 701#00");  // 59 bits less the intermission, 4 us each
+  EXPECT_EQ(log[1].substr(3), " 702#00");
+}
+
 }  // namespace
 }  // namespace tav::drive::test

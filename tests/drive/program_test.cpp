@@ -273,6 +273,19 @@ TEST(Program, AFailedCheckAnOpenOneAndAMistakeHaveTheirExitStatus) {
   EXPECT_EQ(run("--virtual-time --bus unix:/tmp/x --for 3").exit_status, 2);
 }
 
+TEST(Program, DrivesAreOnABusWithABitRate) {
+  const Folder folder;
+  const Outcome outcome =
+      run("--virtual-time --for 2 --node 1..20 --bitrate 125000 --bus-errors 5 --log " + (folder / "l"));
+  EXPECT_EQ(outcome.exit_status, 0) << outcome.output;
+  const std::string log = content(folder / "l");
+  EXPECT_EQ(log.substr(0, 18), "(0000000000.500448") << "56 bits of 8 us behind the boot of node 1";
+  EXPECT_NE(log.find("can0 714#00\n"), std::string::npos);
+  EXPECT_EQ(run("--bus unix:/tmp/x --bitrate 125000").exit_status, 2);
+  EXPECT_EQ(run("--virtual-time --for 1 --bitrate 5").exit_status, 2);
+  EXPECT_EQ(run("--virtual-time --for 1 --bus-errors 5").exit_status, 2);
+}
+
 TEST(Program, AScenarioStopsItself) {
   const Folder folder;
   const std::string scenario = folder.write("s", "at 2s stop\nnever state FAULT\n");

@@ -91,10 +91,11 @@ ROOMS: dict[str, dict[str, set[str]]] = {
         "storage": {"dictionary", "node"},
         "pdo": {"dictionary", "node", "network"},
         "motor": set(),
+        "bus": {"node"},
         "power": {"dictionary", "node", "network", "motor"},
         "safety": {"dictionary", "node", "network", "power"},
         "scenario": {"dictionary", "node", "network"},
-        BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "motor", "power", "safety", "scenario"},
+        BESIDE: {"dictionary", "node", "sdo", "network", "storage", "pdo", "motor", "bus", "power", "safety", "scenario"},
     },
     "host/src": {
         "words": set(),

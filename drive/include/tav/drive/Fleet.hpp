@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <nkr/can/Frame.hpp>
+#include <tav/drive/BusModel.hpp>
 #include <tav/drive/VirtualDrive.hpp>
 #include <vector>
 
@@ -20,13 +21,25 @@ namespace tav::drive {
  */
 class NKR_EXPORT Fleet {
  public:
-  /** Takes a frame, when it was sent, and by which drive (its place). Must not throw. */
+  /**
+   * Takes a frame, when it was sent, and by which drive (its place; with a bus size(),
+   * for there the frame itself tells). May hand frames in. Must not throw.
+   */
   using Output = std::function<void(const nkr::can::Frame&, Time, std::size_t)>;
 
   Fleet();
   ~Fleet();
   Fleet(const Fleet&) = delete;
   Fleet& operator=(const Fleet&) = delete;
+
+  /**
+   * The drives are joined by a bus with a bit rate: frames take their time, are told to the output at their
+   * end, and what comes from outside is one more node of it. To be called before drives are added.
+   */
+  void use_bus(const BusModel::Options& options, const BusModel::NodeOptions& drives,
+               const BusModel::NodeOptions& outside);
+  /** The bus of use_bus(), or null. */
+  [[nodiscard]] const BusModel* bus() const;
 
   /** Adds a drive that is not switched on yet. */
   void add(std::unique_ptr<VirtualDrive> drive);
