@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <nkr/can/open_bus.hpp>
+#include <nkr/time/clock.hpp>
 #include <stdexcept>
-#include <thread>
 
 namespace tests::host {
 
@@ -20,10 +20,10 @@ constexpr std::uint32_t kConsumerHeartbeat = 0x10160100;
 }  // namespace
 
 bool becomes(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
+  const auto deadline = nkr::time::now() + std::chrono::seconds(100);
   while (!condition()) {
-    if (std::chrono::steady_clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    if (nkr::time::now() >= deadline) return false;
+    nkr::time::sleep_for(std::chrono::milliseconds(20));
   }
   return true;
 }

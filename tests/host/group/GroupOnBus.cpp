@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <nkr/can/open_bus.hpp>
+#include <nkr/time/clock.hpp>
 #include <stdexcept>
 #include <tav/host/text.hpp>
 
@@ -24,7 +25,7 @@ DrivesOnBus::DrivesOnBus(std::size_t count, const std::string& bus_name) {
       {},
       [this](const Frame& frame) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        wire_.push_back({std::chrono::steady_clock::now(), frame});
+        wire_.push_back({nkr::time::now(), frame});
       },
       result);
   port_ = bus_->open({{0x7FE, 0x7FF}}, result);
@@ -116,16 +117,18 @@ tav::host::GroupSettings patient_settings() {
   settings.listening = std::chrono::milliseconds(60);
   settings.setpoint_timeout = std::chrono::seconds(30);
   settings.heartbeat_timeout = std::chrono::seconds(10);
-  settings.missing_limit = 50;
+  settings.missing_limit = 250;
   settings.enable_timeout = std::chrono::seconds(60);
   return settings;
 }
 
-GroupOnBus::GroupOnBus(std::size_t count, const tav::host::GroupSettings& settings)
-    : drives_(count), units_(open_units(drives_.bus(), count)) {
+GroupOnBus::GroupOnBus(std::size_t count, const tav::host::GroupSettings& settings, Lives lives)
+    : time_(lives == Lives::IN_VIRTUAL_TIME ? std::make_optional<nkr::time::VirtualTime>() : std::nullopt),
+      drives_(count),
+      units_(open_units(drives_.bus(), count)) {
   group_ = std::make_unique<tav::host::Group>(pointers(units_), settings);
   group_->on_cycle([this, count](const tav::host::GroupSnapshot& now) {
-    if (now.state != tav::host::GroupState::ENABLED) return;
+    if (now.state != tav::host::GroupState::ENABLED || !sets_) return;
     const std::vector<int> velocities(count, wanted_);
     static_cast<void>(group_->set(velocities.data(), velocities.size()));
   });

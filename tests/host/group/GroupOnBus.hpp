@@ -6,6 +6,8 @@
 #include <mutex>
 #include <nkr/can/Bus.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/VirtualTime.hpp>
+#include <optional>
 #include <string>
 #include <tav/drive/Runner.hpp>
 #include <tav/drive/VirtualDrive.hpp>
@@ -63,10 +65,14 @@ std::vector<tav::host::Unit*> pointers(const std::vector<std::unique_ptr<tav::ho
 /** What tests run with: a machine that is busy must not decide. */
 tav::host::GroupSettings patient_settings();
 
+/** The machine's time decides nothing in a virtual one; threads of the test itself need the machine's. */
+enum class Lives { IN_VIRTUAL_TIME, IN_THE_MACHINES_TIME };
+
 /** A group, its units and its drives; velocities are set in every cycle. */
 class GroupOnBus {
  public:
-  explicit GroupOnBus(std::size_t count = 2, const tav::host::GroupSettings& settings = patient_settings());
+  explicit GroupOnBus(std::size_t count = 2, const tav::host::GroupSettings& settings = patient_settings(),
+                      Lives lives = Lives::IN_VIRTUAL_TIME);
   ~GroupOnBus();
 
   [[nodiscard]] DrivesOnBus& drives() { return drives_; }
@@ -77,12 +83,15 @@ class GroupOnBus {
   void enable();
   /** From now on, in every cycle. */
   void drive_at(int velocity) { wanted_ = velocity; }
+  void set_no_more() { sets_ = false; }
   void end() { group_.reset(); }
 
  private:
+  std::optional<nkr::time::VirtualTime> time_;
   DrivesOnBus drives_;
   std::vector<std::unique_ptr<tav::host::Unit>> units_;
   std::atomic<int> wanted_{0};
+  std::atomic<bool> sets_{true};
   std::unique_ptr<tav::host::Group> group_;
 };
 

@@ -62,7 +62,7 @@ class Program {
     const std::shared_ptr<nkr::can::Bus> bus = nkr::can::open_bus(bus_, result, problem);
     const auto units = open_units(bus, 2);
     tav::host::GroupSettings settings = patient_settings();
-    settings.heartbeat_timeout = std::chrono::seconds(1);
+    settings.heartbeat_timeout = std::chrono::seconds(3);
     Group group(pointers(units), settings);
     if (!group.prepare().ok() || !group.start().ok() || !group.enable().ok()) ::_exit(2);
     if (!group.set({kVelocity, kVelocity}).ok()) ::_exit(2);

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <nkr/time/VirtualTime.hpp>
+#include <nkr/time/clock.hpp>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -54,9 +56,8 @@ TEST(AGroupOnABus, MovesAllItsUnitsInTheSameCycle) {
     before = *different.begin();
   }
   EXPECT_EQ(starts, 1);
-  const GroupSnapshot now = bench.group().snapshot();
-  EXPECT_EQ(now.state, GroupState::ENABLED);
-  EXPECT_EQ(now.units.at(2).last->velocity, 300);
+  EXPECT_TRUE(becomes([&] { return bench.group().snapshot().units.at(2).last->velocity == 300; }));
+  EXPECT_EQ(bench.group().snapshot().state, GroupState::ENABLED);
 }
 
 TEST(AGroupOnABus, StopsByItsRampsAndGivesTheWatchBackAtItsEnd) {
@@ -70,12 +71,13 @@ TEST(AGroupOnABus, StopsByItsRampsAndGivesTheWatchBackAtItsEnd) {
   bench.end();
   EXPECT_EQ(bench.drives().read(0, 0x10160120), 0U);
   bench.drives().forget();
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  nkr::time::sleep_for(std::chrono::milliseconds(200));
   EXPECT_TRUE(bench.drives().with_id(0x080).empty());
   EXPECT_TRUE(bench.drives().with_id(0x77F).empty());
 }
 
 TEST(AGroupOnABus, StopsByItsDestructorWhenAnExceptionUnwinds) {
+  const nkr::time::VirtualTime time;
   DrivesOnBus drives;
   try {
     const auto units = open_units(drives.bus(), 2);
@@ -109,6 +111,43 @@ TEST(AGroupOnABus, StopsByItsDestructorWhenAnExceptionUnwinds) {
   EXPECT_LT(enabled, disabled) << "no order enables behind the one that disables";
   EXPECT_LT(disabled, given_back);
   EXPECT_LT(disabled, last_beat);
+}
+
+TEST(AGroupOnABus, StopsWhenItsProgramSetsNoMore) {
+  tav::host::GroupSettings settings;  // as they are unless set
+  GroupOnBus bench(4, settings);
+  bench.enable();
+  bench.drive_at(500);
+  ASSERT_TRUE(becomes([&] { return bench.drives().velocity(3) == 500; }));
+  bench.drives().forget();
+  bench.set_no_more();
+  const auto last_set = nkr::time::now();
+  ASSERT_TRUE(becomes([&] { return bench.group().snapshot().state == GroupState::HELD; }));
+  EXPECT_EQ(bench.group().reason().kind, StopReason::Kind::SETPOINT_TIMEOUT);
+  for (const auto& order : bench.drives().with_id(0x20B)) {
+    if (velocity_of(order.frame) != 0) continue;
+    EXPECT_LE(order.at - last_set, settings.setpoint_timeout + 2 * settings.period);
+    break;
+  }
+  for (const auto& between : orders(bench.drives())) {
+    std::set<int> different;
+    for (const auto& [id, velocities] : between) different.insert(velocities.begin(), velocities.end());
+    EXPECT_LE(different.size(), 1U) << "all stop between the same two SYNCs";
+  }
+}
+
+TEST(AGroupOnABus, KeepsItsGridForHalfAMinute) {
+  tav::host::GroupSettings settings;
+  GroupOnBus bench(2, settings);
+  bench.enable();
+  bench.drive_at(300);
+  nkr::time::sleep_for(std::chrono::seconds(30));
+  const auto statistics = bench.group().statistics();
+  EXPECT_GE(statistics.cycles, 30U * 100);
+  EXPECT_EQ(statistics.missed, 0U);
+  EXPECT_EQ(statistics.incomplete, 0U);
+  EXPECT_EQ(statistics.split, 0U);
+  EXPECT_EQ(statistics.success(), 1.0);
 }
 
 TEST(AGroupOnABus, TakesAUnitThatRestartedBackWhenItIsAsked) {
@@ -166,7 +205,7 @@ TEST(AGroupOnABus, LetsItsUnitsNotBeMovedOneByOne) {
 }
 
 TEST(AGroupOnABus, LosesNoCycleBySdoTrafficOfOtherThreads) {
-  GroupOnBus bench;
+  GroupOnBus bench(2, patient_settings(), Lives::IN_THE_MACHINES_TIME);
   bench.enable();
   bench.drive_at(100);
   std::atomic<bool> reads{true};
@@ -189,7 +228,7 @@ TEST(AGroupOnABus, LosesNoCycleBySdoTrafficOfOtherThreads) {
 }
 
 TEST(AGroupOnABus, TakesSetPointsOfSeveralThreadsAndSnapshotsOfOthers) {
-  GroupOnBus bench;
+  GroupOnBus bench(2, patient_settings(), Lives::IN_THE_MACHINES_TIME);
   bench.enable();
   std::atomic<bool> goes_on{true};
   std::vector<std::thread> threads;
@@ -237,7 +276,7 @@ TEST(AGroupPacedByItsCaller, MovesItsUnits) {
   ASSERT_TRUE(becomes([&] {
     for (int i = 0; i < 5; ++i) {
       bench.group().exchange();
-      std::this_thread::sleep_for(settings.period);
+      nkr::time::sleep_for(settings.period);
     }
     return bench.drives().velocity(0) == 100 && bench.drives().velocity(1) == 100;
   }));

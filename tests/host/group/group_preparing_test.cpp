@@ -1,6 +1,7 @@
 // What a group finds and arranges before it moves.
 #include <gtest/gtest.h>
 
+#include <nkr/time/clock.hpp>
 #include <tav/host/text.hpp>
 #include <thread>
 
@@ -99,12 +100,12 @@ TEST(PreparingAGroup, RefusesToBeTheSecondHost) {
 TEST(PreparingAGroup, TakesAnIdThatNobodyUses) {
   auto settings = patient_settings();
   settings.listening = std::chrono::milliseconds(500);
-  GroupOnBus bench(2, settings);
+  GroupOnBus bench(2, settings, Lives::IN_THE_MACHINES_TIME);
   std::atomic<bool> beats{true};
   std::thread somebody([&] {
     while (beats) {
       bench.drives().send("77F#05");
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      nkr::time::sleep_for(std::chrono::milliseconds(20));
     }
   });
   const Result prepared = bench.group().prepare();

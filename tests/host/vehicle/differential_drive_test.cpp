@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <nkr/time/VirtualTime.hpp>
 #include <tav/host/DifferentialDrive.hpp>
 #include <tav/host/HostConfiguration.hpp>
 #include <tav/host/text.hpp>
@@ -141,7 +142,8 @@ TEST(AWheel, IsAsTheConfigurationSays) {
 }
 
 TEST(AVehicle, MovesByItsTwoWheelsAndTellsWhereItIs) {
-  tav::host::GroupSettings settings = patient_settings();
+  const nkr::time::VirtualTime time;
+  const tav::host::GroupSettings settings = patient_settings();
   DrivesOnBus drives;
   const auto units = open_units(drives.bus(), 2);
   tav::host::Group group(pointers(units), settings);
