@@ -22,6 +22,7 @@ struct SafetyExpectation;
 struct SafetyVerification;
 
 class CANOpenDispatcher;
+// Before it is a friend, so that the friend is exported. NOLINTNEXTLINE(readability-redundant-declaration)
 [[nodiscard]] NKR_EXPORT SafetyVerification verify_safety(const CANOpenDispatcher& dispatcher,
                                                           const std::vector<std::int32_t>& srdos,
                                                           const SafetyExpectation& expected);

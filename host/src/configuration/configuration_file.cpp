@@ -13,7 +13,6 @@
 namespace tav::host {
 
 using nkr::tools::DataType;
-using nkr::tools::DCFDocument;
 using nkr::tools::EDSParser;
 using nkr::tools::ObjectEntry;
 

@@ -66,8 +66,9 @@ std::vector<SafetyWord> all_safety_words() {
 }
 
 std::optional<SafetyWord> safety_word_named(const std::string& kind, const std::string& name) {
+  const std::string wanted = kind + ' ' + name;
   for (const SafetyWord& word : all_safety_words()) {
-    if (word.name() == kind + " " + name) return word;
+    if (word.name() == wanted) return word;
   }
   return std::nullopt;
 }
