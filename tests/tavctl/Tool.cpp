@@ -42,6 +42,16 @@ nlohmann::json Result::json() const {
   return value;
 }
 
+std::vector<nlohmann::json> Result::json_lines() const {
+  std::vector<nlohmann::json> lines;
+  std::istringstream stream(out);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(nlohmann::json::parse(line, nullptr, false));
+    EXPECT_FALSE(lines.back().is_discarded()) << line;
+  }
+  return lines;
+}
+
 Result tavctl(const std::vector<std::string>& arguments) {
   std::ostringstream out;
   std::ostringstream err;

@@ -24,6 +24,8 @@ struct Result {
   std::string err;
   /** Standard output as JSON; fails the test when it is none. */
   [[nodiscard]] nlohmann::json json() const;
+  /** Standard output as one JSON document a line, as live commands print them. */
+  [[nodiscard]] std::vector<nlohmann::json> json_lines() const;
 };
 
 /** Runs tavctl in this process with these arguments. */

@@ -109,7 +109,7 @@ TEST(OptionCodes, AreSetAndReadBack) {
   const DriveOnBus drive;
   const auto result = drive.tavctl({"option-codes", "--quick-stop", "6", "--halt", "4", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.json()["quick-stop"]["value"], 6);
+  EXPECT_EQ(result.json()["quick_stop"]["value"], 6);
   EXPECT_EQ(result.json()["halt"]["value"], 4);
 }
 
@@ -122,10 +122,12 @@ TEST(OptionCodes, ThatTheDriveDoesNotHaveAreRefusedByIt) {
 
 TEST(Nmt, WaitsForTheStateThatFollows) {
   const DriveOnBus drive;
-  EXPECT_EQ(drive.tavctl({"nmt", "start", "--json"}).json()["nmt_state"], "operational");
-  EXPECT_EQ(drive.tavctl({"nmt", "pre-operational", "--json"}).json()["nmt_state"], "pre-operational");
-  EXPECT_EQ(drive.tavctl({"nmt", "stop", "--json"}).json()["nmt_state"], "stopped");
-  EXPECT_EQ(drive.tavctl({"nmt", "reset", "--discard", "--json"}).json()["nmt_state"], "pre-operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "start", "--json"}).json()["nmt_state"]["name"], "operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "pre-operational", "--json"}).json()["nmt_state"]["name"],
+            "pre-operational");
+  EXPECT_EQ(drive.tavctl({"nmt", "stop", "--json"}).json()["nmt_state"]["name"], "stopped");
+  EXPECT_EQ(drive.tavctl({"nmt", "reset", "--discard", "--json"}).json()["nmt_state"]["name"],
+            "pre-operational");
   EXPECT_EQ(drive.tavctl({"nmt", "sideways"}).code, 2);
 }
 
@@ -134,7 +136,7 @@ TEST(Nmt, WaitsForAHeartbeatThatComesEveryFourSeconds) {
   ASSERT_EQ(drive.tavctl({"comm", "set", "producer_heartbeat_time=4000"}).code, 0);
   const auto result = drive.tavctl({"nmt", "start", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.json()["nmt_state"], "operational");
+  EXPECT_EQ(result.json()["nmt_state"]["name"], "operational");
 }
 
 TEST(Nmt, WaitsNoLongerThanAsked) {
@@ -162,7 +164,7 @@ TEST(Velocity, TurnsForTheTimeAndLeavesTheDriveStoppedAndDisabled) {
   Observer observer(drive);
   const auto result = drive.tavctl({"velocity", "300", "--for", "1", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_NEAR(result.json()["velocity"].get<int>(), 300, 30);
+  EXPECT_NEAR(result.json_lines().back()["velocity"].get<int>(), 300, 30);
   EXPECT_EQ(observer.velocity(), 0);
   EXPECT_NE(observer.state_bits(), 0x27u);
 }
@@ -170,16 +172,18 @@ TEST(Velocity, TurnsForTheTimeAndLeavesTheDriveStoppedAndDisabled) {
 TEST(Velocity, FollowsAProfile) {
   const auto result = tavctl({"--bus", "virtual", "--json", "velocity", "200", "-100", "--for", "0.8"});
   EXPECT_EQ(result.code, 0) << result.err;
-  const auto json = result.json();
+  auto samples = result.json_lines();
+  EXPECT_EQ(samples.back()["target_velocity"], -100);
+  samples.pop_back();
   int highest = 0;
   int lowest = 0;
-  for (const auto& sample : json["samples"]) {
-    highest = std::max(highest, sample["actual"].get<int>());
-    lowest = std::min(lowest, sample["actual"].get<int>());
+  for (const auto& sample : samples) {
+    highest = std::max(highest, sample["velocity"].get<int>());
+    lowest = std::min(lowest, sample["velocity"].get<int>());
   }
   EXPECT_NEAR(highest, 200, 20);
   EXPECT_NEAR(lowest, -100, 10);
-  EXPECT_EQ(json["samples"].back()["actual"], 0);
+  EXPECT_EQ(samples.back()["velocity"], 0);
 }
 
 TEST(Velocity, AsksForATimeForSeveralVelocities) {

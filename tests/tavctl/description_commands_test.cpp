@@ -213,7 +213,7 @@ TEST(EdsDiff, SucceedsWhenNothingDiffers) {
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {
   EXPECT_EQ(tavctl({"fly"}).code, 2);
   EXPECT_EQ(tavctl({}).code, 2);
-  EXPECT_EQ(tavctl({"--node", "200", "list"}).code, 2);
+  EXPECT_EQ(tavctl({"--node", "200", "list"}).code, 6);
 }
 
 TEST(CommandLine, HelpTeachesAndSucceeds) {

@@ -36,68 +36,6 @@ TEST(LookCommands, SendNoDownload) {
   }
 }
 
-TEST(Json, IsTheAnswerOfEveryCommand) {
-  const tavtest::TemporaryFile file("");
-  const std::vector<std::vector<std::string>> commands = {
-      {"doctor"},
-      {"scan", "--from", "10", "--to", "10", "--listen", "0"},
-      {"info"},
-      {"state"},
-      {"drive-info"},
-      {"read", "statusword"},
-      {"write", "vl_target_velocity", "1"},
-      {"list", "velocity"},
-      {"eds", "lint", "share/tav/tav.eds"},
-      {"eds", "show", "share/tav/tav.eds"},
-      {"eds", "diff", "share/tav/tav.eds", "share/tav/tav.eds"},
-      {"enable"},
-      {"disable"},
-      {"fault-reset"},
-      {"quick-stop"},
-      {"velocity", "10", "--for", "0.1"},
-      {"move", "10", "forward", "--for", "0.1"},
-      {"errors"},
-      {"emcy", "--history"},
-      {"nmt", "start"},
-      {"units"},
-      {"polarity"},
-      {"option-codes"},
-      {"comm", "show"},
-      {"comm", "set", "producer_heartbeat_time=100"},
-      {"network", "show"},
-      {"pdo", "show"},
-      {"pdo", "set", "tpdo", "1", "transmission_type=1"},
-      {"pdo", "map", "tpdo", "1", "statusword"},
-      {"manufacturer", "show"},
-      {"selftest"},
-      {"calibration"},
-      {"system-errors", "show"},
-      {"system-errors", "states"},
-      {"store"},
-      {"restore", "--discard"},
-      {"network", "set", "--termination", "true", "--discard"},
-      {"safety", "show"},
-      {"safety", "verify"},
-      {"safety", "mapping", "show"},
-      {"safety", "word", "show"},
-      {"safety", "srdo", "show"},
-      {"safety", "srdo", "validate"},
-      {"safety", "report"},
-      {"config", "save", file.path()},
-      {"config", "load", file.path()},
-      {"config", "diff", file.path()},
-      {"config", "verify", file.path()},
-      {"comm-test", "--count", "3"}};
-  const DriveOnBus drive;
-  for (auto command : commands) {
-    command.insert(command.begin(), "--json");
-    const auto result = drive.tavctl(command);
-    EXPECT_EQ(result.code, 0) << command[1] << '\n' << result.err;
-    EXPECT_TRUE(result.json().is_object()) << command[1];
-    EXPECT_FALSE(result.json().empty()) << command[1];
-  }
-}
-
 TEST(Info, TellsIdentityAndStrings) {
   const auto json = tavctl({"--bus", "virtual", "info", "--json"}).json();
   EXPECT_EQ(json["vendor_id"], 2599);
@@ -209,7 +147,8 @@ TEST(Failure, ComesAfterTheTimeThatTheDriveIsGranted) {
   const DriveOnBus drive;
   const auto error =
       drive.tavctl({"--node", "11", "--json", "--sdo-timeout", "50", "read", "statusword"}).json()["error"];
-  EXPECT_EQ(error["code"].get<std::string>().substr(0, 10), "0x05040000");
+  EXPECT_EQ(error["code"], 0x05040000);
+  EXPECT_EQ(error["name"], "NKR_SDO_TIMED_OUT");
   EXPECT_LT(error["request"]["milliseconds"].get<int>(), 900);
 }
 
@@ -251,7 +190,7 @@ TEST(Trace, ShowsEveryFrameWithItsMeaning) {
 TEST(State, OfADriveThatWasJustSwitchedOn) {
   const auto json = tavctl({"--bus", "virtual", "state", "--json"}).json();
   EXPECT_EQ(json["state"], "SWITCH_ON_DISABLED");
-  EXPECT_EQ(json["nmt_state"], "pre-operational");
+  EXPECT_EQ(json["nmt_state"]["name"], "pre-operational");
   EXPECT_EQ(json["velocity"], 0);
   EXPECT_EQ(json["sto_demanded"], false);
   EXPECT_EQ(json["last_error"], "none");

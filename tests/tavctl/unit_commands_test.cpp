@@ -50,15 +50,17 @@ TEST(Velocity, IsTakenInMetresPerSecondAndSaysWhatIsSent) {
   const DriveOnBus drive;
   const auto result = drive.tavctl({"velocity", "0.3m/s", "--for", "0.1", "--json"});
   EXPECT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.json()["target_velocity"], 286);
+  EXPECT_EQ(result.json_lines().back()["target_velocity"], 286);
   expect_in(result.err, "target velocity: 0.3m/s is sent as 286 rpm");
 }
 
 TEST(Velocity, IsTakenInRevolutionsAndInPercentOfTheMaximum) {
   const DriveOnBus drive;
-  EXPECT_EQ(drive.tavctl({"velocity", "-2rev/s", "--for", "0.1", "--json"}).json()["target_velocity"], -120);
+  EXPECT_EQ(
+      drive.tavctl({"velocity", "-2rev/s", "--for", "0.1", "--json"}).json_lines().back()["target_velocity"],
+      -120);
   const auto result = drive.tavctl({"velocity", "12%", "--for", "0.1", "--json"});
-  EXPECT_EQ(result.json()["target_velocity"], 36) << "of maxMaintenanceSpeedValue = 300";
+  EXPECT_EQ(result.json_lines().back()["target_velocity"], 36) << "of maxMaintenanceSpeedValue = 300";
   expect_in(result.err, "12% of maxMaintenanceSpeedValue is sent as 36 rpm");
 }
 

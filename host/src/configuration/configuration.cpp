@@ -88,9 +88,12 @@ bool is_behind_count(const ConfiguredValue& value, const std::map<std::uint16_t,
 
 }  // namespace
 
-ReadConfiguration read_configuration(const Unit& unit) {
+ReadConfiguration read_configuration(const Unit& unit, const OnProgress& on_progress) {
   ReadConfiguration configuration;
-  for (const ObjectEntry* const object : configuration_objects(unit.description())) {
+  const auto objects = configuration_objects(unit.description());
+  std::size_t done = 0;
+  for (const ObjectEntry* const object : objects) {
+    if (on_progress) on_progress(++done, objects.size());
     Bytes bytes;
     const nkr_error_t result =
         unit.client().getBytes(unit.node_id(), address_of(object->getObjectID()), bytes);
@@ -103,8 +106,8 @@ ReadConfiguration read_configuration(const Unit& unit) {
   return configuration;
 }
 
-std::vector<TransferFailure> write_configuration(const Unit& unit,
-                                                 const std::vector<ConfiguredValue>& values) {
+std::vector<TransferFailure> write_configuration(const Unit& unit, const std::vector<ConfiguredValue>& values,
+                                                 const OnProgress& on_progress) {
   std::vector<TransferFailure> failures;
   Writer writer(unit, failures);
   disable(writer, values);
@@ -116,7 +119,9 @@ std::vector<TransferFailure> write_configuration(const Unit& unit,
   std::stable_sort(ordered.begin(), ordered.end(), [](const ConfiguredValue* a, const ConfiguredValue* b) {
     return load_phase(a->object->getObjectID()) < load_phase(b->object->getObjectID());
   });
+  std::size_t done = 0;
   for (const ConfiguredValue* const value : ordered) {
+    if (on_progress) on_progress(++done, ordered.size());
     // An SRDO configuration that is not declared valid is so by the writes before; only 0xA5 is ever written.
     const bool declares_nothing =
         load_phase(value->object->getObjectID()) == LoadPhase::SRDO_VALIDITY && value->bytes != Bytes{0xA5};
@@ -126,10 +131,13 @@ std::vector<TransferFailure> write_configuration(const Unit& unit,
 }
 
 std::vector<ConfigurationDifference> compare_configuration(const Unit& unit,
-                                                           const std::vector<ConfiguredValue>& values) {
+                                                           const std::vector<ConfiguredValue>& values,
+                                                           const OnProgress& on_progress) {
   const std::map<std::uint16_t, std::uint8_t> counts = mapping_counts(values);
   std::vector<ConfigurationDifference> differences;
+  std::size_t done = 0;
   for (const ConfiguredValue& value : values) {
+    if (on_progress) on_progress(++done, values.size());
     if (is_behind_count(value, counts)) continue;
     Bytes held;
     const nkr_error_t result =

@@ -77,6 +77,10 @@ std::vector<std::string> nearest_names(std::string_view wanted, const std::vecto
   return result;
 }
 
+bool is_same_name(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && plain(a) == plain(b);
+}
+
 std::string did_you_mean(const std::vector<std::string>& names) {
   if (names.empty()) return {};
   std::string text = "did you mean ";

@@ -5,9 +5,11 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/Failure.hpp"
 #include "cli/Json.hpp"
+#include "cli/Terminal.hpp"
 
 namespace tavctl {
 
@@ -20,7 +22,10 @@ namespace tavctl {
  */
 class Output {
  public:
-  Output(std::ostream& out, std::ostream& err, bool json) : out_(out), err_(err), json_(json) {}
+  /** Version of what programs are told (docs/json.md): another one when a member changes its meaning. */
+  static constexpr int kFormat = 1;
+
+  Output(std::ostream& out, std::ostream& err, bool json);
 
   [[nodiscard]] bool json() const { return json_; }
 
@@ -38,6 +43,16 @@ class Output {
   void row(const std::string& text, const Json& value);
   /** Prints what row() left over. */
   void flush();
+  /** Whether live() draws: standard output is a terminal, and people read it. */
+  [[nodiscard]] bool is_live() const { return live_out_; }
+  /** Draws lines in place at the end of the text, instead of those drawn before; nothing elsewhere than on a
+   * terminal. Whatever else is said takes them away. */
+  void live(const std::vector<std::string>& lines);
+  /** Lets the lines that were drawn last stand. */
+  void leave_live();
+  [[nodiscard]] bool shows_progress() const { return live_err_; }
+  /** One line about work that goes on, on standard error, in place; empty: takes it away. */
+  void progress(const std::string& text);
   /** A warning or a remark, on standard error. */
   void note(const std::string& text);
   /** The end of a command that failed. */
@@ -46,12 +61,19 @@ class Output {
   void finish();
 
  private:
+  /** Takes away what is drawn in place. */
+  void make_room();
+
   std::ostream& out_;
   std::ostream& err_;
   bool json_;
-  bool live_ = false;
+  bool live_out_;
+  bool live_err_;
+  LiveBlock block_;
+  LiveBlock progress_;
+  bool has_rows_ = false;
   std::mutex mutex_;
-  Json document_ = Json::object();
+  Json document_ = {{"format", kFormat}};
 };
 
 }  // namespace tavctl

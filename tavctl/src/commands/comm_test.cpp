@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/Format.hpp"
+#include "cli/Progress.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/BusInfo.hpp"
 #include "commands/session/Drive.hpp"
@@ -24,8 +25,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** What is assumed of a bus that has no bit rate of its own. */
-constexpr unsigned kAssumedBitRate = 500'000;
 /** A node that answers none of the first requests is not there: the rest would only take time. */
 constexpr std::size_t kLostAtOnce = 3;
 
@@ -47,7 +46,7 @@ struct Measurement {
 };
 
 nkr::tools::ObjectID object_of(const Session& session, const std::string& text) {
-  const ObjectReference reference = parse_reference(text);
+  const ObjectReference reference = reference_named(session.description(), text);
   const nkr::tools::ObjectEntry* const object = object_named(session.description(), reference);
   return object == nullptr ? *reference.address : object->getObjectID();
 }
@@ -71,9 +70,11 @@ Measurement measure(Session& session, const Interrupt& interrupt, const CommTest
   const nkr::canopen::SdoTimeoutScope timeout{std::chrono::milliseconds(options.timeout_ms)};
   const nkr::tools::ObjectID object = object_of(session, options.object);
   Measurement measured;
+  Progress progress(session.output(), "requests");
   const Clock::time_point start = Clock::now();
   for (int i = 0; i < options.count && !measured.interrupted; ++i) {
     ask(session, object, measured);
+    progress.count(measured.requests(), static_cast<std::size_t>(options.count));
     measured.interrupted = options.interval_ms > 0
                                ? !interrupt.wait_for(std::chrono::milliseconds(options.interval_ms))
                                : interrupt.requested();
@@ -108,16 +109,19 @@ void print_times(Output& output, const Measurement& measured) {
 void print_bus(Session& session, const BusMeter& meter, double seconds, const CommTestOptions& options) {
   const std::optional<unsigned> known =
       options.bit_rate ? options.bit_rate : bus_info_of(session.bus().name()).bit_rate;
-  const unsigned bit_rate = known.value_or(kAssumedBitRate);
-  const double load = 100.0 * static_cast<double>(meter.bits()) / (std::max(seconds, 1e-6) * bit_rate);
   Output& output = session.output();
   output.fact("Frames on the bus", std::to_string(meter.frames()), "frames", meter.frames());
-  output.fact("Bus load",
-              with_unit(load, "%") + " of " + std::to_string(bit_rate) + " bit/s" +
-                  (known ? "" : " (assumed: this bus has no bit rate; see --bit-rate)"),
-              "bus_load_percent", load);
-  output.put("bit_rate", bit_rate);
-  output.put("bit_rate_is_assumed", !known);
+  output.put("bits", meter.bits());
+  output.put("bit_rate", known ? Json(*known) : Json());
+  if (known) {
+    const double load = 100.0 * static_cast<double>(meter.bits()) / (std::max(seconds, 1e-6) * *known);
+    output.fact("Bus load", with_unit(load, "%") + " of " + std::to_string(*known) + " bit/s",
+                "bus_load_percent", load);
+  } else {
+    const double rate = static_cast<double>(meter.bits()) / std::max(seconds, 1e-6);
+    output.fact("Bus load", with_unit(rate, "bit/s") + "; this bus has no bit rate (--bit-rate gives one)",
+                "bits_per_second", rate);
+  }
   const nkr::can::BusStatus status = meter.status();
   output.fact("Bus state",
               std::string(nkr::can::to_string(status.state)) + ", error counters tx " +

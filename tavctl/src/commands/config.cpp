@@ -1,4 +1,5 @@
 // The whole configuration of a drive as a DCF: saved, loaded, compared, verified.
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -7,9 +8,11 @@
 #include <tav/host/configuration_objects.hpp>
 
 #include "cli/Format.hpp"
+#include "cli/Progress.hpp"
 #include "cli/files.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
+#include "commands/session/Quantities.hpp"
 #include "commands/session/Safety.hpp"
 #include "commands/session/Session.hpp"
 #include "text/SafetyChecks.hpp"
@@ -32,17 +35,46 @@ void print_failures(Output& output, const std::string& verb, const std::vector<T
   output.put("failures", std::move(rows));
 }
 
-void print_differences(Output& output, const std::vector<ConfigurationDifference>& differences) {
-  Json rows = Json::array();
+/** A value as text with its unit, where units apply to the object. */
+std::string in_unit(const nkr::tools::ObjectEntry& object, const std::string& text, Quantities& quantities) {
+  const bool applies = scale_of(DriveUnits(), object.getObjectID()) != nullptr;
+  const auto number = applies ? typed_integer(text, object.getDataType()) : std::nullopt;
+  return number ? quantity_text(*number, *scale_of(quantities.units(), object.getObjectID())) : text;
+}
+
+/** By name, both sides, in columns. */
+void print_differences(Session& session, const std::vector<ConfigurationDifference>& differences) {
+  Output& output = session.output();
+  Quantities quantities(session);
+  struct Row {
+    std::string name, file, drive;
+  };
+  std::vector<Row> rows;
+  Json json = Json::array();
+  std::size_t name_width = 0;
+  std::size_t file_width = 0;
   for (const ConfigurationDifference& difference : differences) {
-    output.line(object_text(*difference.object) + ": the file says " + difference.wanted +
-                ", the drive holds " + difference.held);
-    rows.push_back({{"object", difference.object->getName()},
-                    {"address", address_text(difference.object->getObjectID())},
-                    {"file", difference.wanted},
-                    {"drive", difference.held}});
+    const nkr::tools::ObjectEntry& object = *difference.object;
+    Row row{object_text(object), in_unit(object, difference.wanted, quantities),
+            in_unit(object, difference.held, quantities)};
+    name_width = std::max(name_width, row.name.size());
+    file_width = std::max(file_width, row.file.size());
+    json.push_back({{"object", object.getName()},
+                    {"address", address_text(object.getObjectID())},
+                    {"file", row.file},
+                    {"drive", row.drive}});
+    rows.push_back(std::move(row));
   }
-  output.put("differences", std::move(rows));
+  for (const Row& row : rows) {
+    output.line(padded(row.name + ": the file says", name_width + 16) +
+                padded(row.file + ',', file_width + 2) + "the drive holds " + row.drive);
+  }
+  output.put("differences", std::move(json));
+}
+
+std::vector<ConfigurationDifference> compared(Session& session, const std::vector<ConfiguredValue>& values) {
+  Progress progress(session.output(), "comparing objects");
+  return compare_configuration(session.unit(), values, progress.counter());
 }
 
 std::vector<ConfiguredValue> values_in(const Session& session, const std::string& path) {
@@ -73,7 +105,10 @@ void write_document(const DCFDocument& document, const std::string& path) {
 
 ExitCode save(Context& context, const std::string& path) {
   Session session(context);
-  const ReadConfiguration configuration = read_configuration(session.unit());
+  const ReadConfiguration configuration = [&session] {
+    Progress progress(session.output(), "reading objects");
+    return read_configuration(session.unit(), progress.counter());
+  }();
   if (configuration.values.empty() && !configuration.failures.empty()) {
     throw session.failure(configuration.failures.front().result, "read the configuration");
   }
@@ -121,10 +156,13 @@ ExitCode load(Context& context, const std::string& path, bool partial) {
   session.output().note("entering pre-operational: a configuration is not taken while operational");
   session.check(session.dispatcher()->setNMTState(NMTCommand::ENTER_PRE_OPERATIONAL),
                 "enter pre-operational");
-  const std::vector<TransferFailure> failures = write_configuration(session.unit(), values);
+  const std::vector<TransferFailure> failures = [&] {
+    Progress progress(session.output(), "writing objects");
+    return write_configuration(session.unit(), values, progress.counter());
+  }();
   print_failures(session.output(), "written", failures);
-  const std::vector<ConfigurationDifference> differences = compare_configuration(session.unit(), values);
-  print_differences(session.output(), differences);
+  const std::vector<ConfigurationDifference> differences = compared(session, values);
+  print_differences(session, differences);
   session.output().fact("Loaded", std::to_string(values.size()) + " objects from " + path, "loaded",
                         values.size());
   session.output().note("the drive forgets it at its next reset unless it is stored: tavctl store");
@@ -135,8 +173,8 @@ ExitCode load(Context& context, const std::string& path, bool partial) {
 ExitCode compare(Context& context, const std::string& path) {
   Session session(context);
   const std::vector<ConfiguredValue> values = values_in(session, path);
-  const std::vector<ConfigurationDifference> differences = compare_configuration(session.unit(), values);
-  print_differences(session.output(), differences);
+  const std::vector<ConfigurationDifference> differences = compared(session, values);
+  print_differences(session, differences);
   const bool equal = differences.empty();
   session.output().fact(
       "Compared",

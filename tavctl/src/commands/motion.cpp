@@ -1,4 +1,6 @@
 // Motion orders in percent of the configured speed, and the snapshot of the drive.
+#include <signal.h>
+
 #include <cmath>
 #include <map>
 #include <memory>
@@ -12,6 +14,7 @@
 #include "commands/FaultResetOption.hpp"
 #include "commands/session/Drive.hpp"
 #include "commands/session/Quantities.hpp"
+#include "text/Values.hpp"
 #include "text/explained.hpp"
 
 namespace tavctl {
@@ -59,7 +62,7 @@ bool keep_moving(Unit& unit, std::optional<double> seconds) {
 }
 
 ExitCode move(Context& context, const MoveOptions& options) {
-  const SignalInterrupt interrupt;
+  const SignalInterrupt interrupt({SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGTSTP});
   Session session(context, &interrupt);
   see_maximum(session);
   const Move order = directions().at(options.direction);
@@ -120,7 +123,8 @@ ExitCode drive_info(Context& context) {
   Output& output = session.output();
   const auto yes_no = [](bool value) { return value ? "yes" : "no"; };
   output.fact("Serial device", usb ? "present" : "absent", "usb_present", usb);
-  output.fact("NMT state", nmt_name(nkr::canopencore::NMTState{nmt}), "nmt_state", nmt);
+  output.fact("NMT state", nmt_name(nkr::canopencore::NMTState{nmt}), "nmt_state",
+              json_of(nkr::canopencore::NMTState{nmt}));
   if (nmt == 0) {
     throw Failure(ExitCode::NO_ANSWER, "no heartbeat of the drive was heard (" + session.where() + ")",
                   "\"tavctl doctor\" looks for the cause.");

@@ -1,8 +1,11 @@
+#include <unistd.h>
+
 #include <memory>
 #include <optional>
 #include <string>
 #include <tav/host/parameter_blocks.hpp>
 
+#include "cli/Terminal.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/CarefulReset.hpp"
 #include "commands/session/Drive.hpp"
@@ -93,7 +96,16 @@ std::uint8_t default_node_id(const Session& session) {
   return number ? static_cast<std::uint8_t>(*number) : session.node();
 }
 
-ExitCode restore(Context& context, const std::string& name, const ResetOptions& options) {
+/** What is restored cannot be had back: on a terminal the user is asked. */
+void see_wanted(const std::string& name, bool yes) {
+  const bool can_ask = is_terminal(STDIN_FILENO) && is_terminal(STDERR_FILENO);
+  if (yes || !can_ask) return;
+  const std::string question = "Restore the defaults of block " + name + " and reset the drive?";
+  if (!confirmed(question)) throw Failure(ExitCode::REFUSED, "nothing was restored", "--yes asks nothing");
+}
+
+ExitCode restore(Context& context, const std::string& name, const ResetOptions& options, bool yes) {
+  see_wanted(name, yes);
   Session session(context);
   CarefulReset careful(session, options);
   see_not_enabled(session, "reset the drive");
@@ -153,7 +165,10 @@ void add_store_and_restore(Command& program) {
   auto restored = add_block_argument(restore_command);
   auto reset = std::make_shared<ResetOptions>();
   add_reset_options(restore_command, *reset);
-  restore_command.on([restored, reset](Context& context) { return restore(context, *restored, *reset); });
+  auto yes = std::make_shared<bool>(false);
+  restore_command.flag("-y,--yes", *yes, "Do not ask, on a terminal");
+  restore_command.on(
+      [restored, reset, yes](Context& context) { return restore(context, *restored, *reset, *yes); });
 }
 
 }  // namespace tavctl

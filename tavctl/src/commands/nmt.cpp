@@ -9,6 +9,7 @@
 
 #include "commands/AllCommands.hpp"
 #include "commands/session/CarefulReset.hpp"
+#include "text/Values.hpp"
 
 namespace tavctl {
 
@@ -84,8 +85,8 @@ ExitCode reset(Context& context, NMTCommand command, const NmtOptions& options) 
   Session session(context);
   const std::unique_ptr<nkr::can::Port> port = heartbeats(session);
   CarefulReset(session, options.reset).reset(session.node(), command);
-  const std::string state = nmt_name(followed(*port, State::PRE_OPERATIONAL, options.seconds));
-  session.output().fact("NMT state", state, "nmt_state", state);
+  const State state = followed(*port, State::PRE_OPERATIONAL, options.seconds);
+  session.output().fact("NMT state", nmt_name(state), "nmt_state", json_of(state));
   return ExitCode::OK;
 }
 
@@ -98,7 +99,7 @@ ExitCode nmt(Context& context, const NmtOptions& options) {
   const std::unique_ptr<nkr::can::Port> port = heartbeats(session);
   session.check(session.dispatcher()->setNMTState(command), "send the NMT command");
   const State state = followed(*port, expected(command), options.seconds);
-  session.output().fact("NMT state", nmt_name(state), "nmt_state", nmt_name(state));
+  session.output().fact("NMT state", nmt_name(state), "nmt_state", json_of(state));
   if (state == expected(command)) return ExitCode::OK;
   throw Failure(state == State::UNKNOWN ? ExitCode::NO_ANSWER : ExitCode::WRONG_STATE,
                 "the drive did not become " + nmt_name(expected(command)) + " (" + session.where() + ")",

@@ -3,6 +3,7 @@
 #include <string>
 #include <tav/host/configuration_objects.hpp>
 #include <tav/host/objects.hpp>
+#include <tav/host/text.hpp>
 #include <variant>
 #include <vector>
 
@@ -18,7 +19,10 @@ namespace tavctl {
 namespace {
 
 constexpr const char* kObjectHelp =
-    "Name in the description, or 0xINDEX[:SUB] (SUB decimal or 0x hexadecimal)";
+    "Name in the description, in any case, or 0xINDEX[:SUB] (SUB decimal or 0x hexadecimal)";
+constexpr const char* kObjectsHelp =
+    "As for write; a record (0x1018, \"Identity Object\") or pattern (\"Identity*\") stands for all its "
+    "objects";
 
 /** What the drive measures the object in; null where units do not apply. */
 const Scale* scale_for(const nkr::tools::ObjectEntry* object, Quantities& quantities) {
@@ -59,16 +63,29 @@ std::string sent_for(const std::string& text, const Scale& scale, Quantities& qu
 ExitCode read(Context& context, const std::vector<std::string>& names) {
   Session session(context);
   Quantities quantities(session);
+  bool all_read = true;
   for (const std::string& name : names) {
-    const ObjectReference reference = parse_reference(name);
-    print_value(session, reference, value_of_object(session, reference), quantities);
+    const std::vector<ObjectReference> references = references_named(session.description(), name);
+    for (const ObjectReference& reference : references) {
+      Value value;
+      const bool is_one = references.size() == 1;
+      if (is_one) value = value_of_object(session, reference);
+      const Result result = is_one ? Result() : read_object(session.unit(), reference, value);
+      if (result.code() == NKR_INTERRUPTED) see(result);
+      if (result.ok()) {
+        print_value(session, reference, value, quantities);
+      } else {
+        session.output().note("not read: " + headline(result.explanation()));
+        all_read = false;
+      }
+    }
   }
-  return ExitCode::OK;
+  return all_read ? ExitCode::OK : ExitCode::FINDINGS;
 }
 
 ExitCode write(Context& context, const std::string& name, const std::string& text) {
   Session session(context);
-  const ObjectReference reference = parse_reference(name);
+  const ObjectReference reference = reference_named(session.description(), name);
   const nkr::tools::ObjectEntry* object = object_named(session.description(), reference);
   Quantities quantities(session);
   const Scale* const scale = has_unit(text) ? scale_for(object, quantities) : nullptr;
@@ -87,7 +104,7 @@ ExitCode write(Context& context, const std::string& name, const std::string& tex
 void add_read_write(Command& program) {
   auto names = std::make_shared<std::vector<std::string>>();
   Command& read_command = program.add("read", "Read objects of the drive, by name or address");
-  read_command.option("OBJECT", *names, kObjectHelp).required();
+  read_command.option("OBJECT", *names, kObjectsHelp).required();
   read_command.on([names](Context& context) { return read(context, *names); });
 
   auto name = std::make_shared<std::string>();

@@ -7,8 +7,10 @@
 #include <tav/host/words.hpp>
 
 #include "cli/Format.hpp"
+#include "cli/Progress.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/session/Session.hpp"
+#include "text/Values.hpp"
 
 namespace tavctl {
 
@@ -58,7 +60,7 @@ std::string line_of(const FoundNode& found) {
 Json json_of(const Session& session, const FoundNode& found) {
   const auto number = [](const auto& value) { return value ? Json(*value) : Json(); };
   return {{"node", found.node},
-          {"nmt_state", nmt_name(found.nmt)},
+          {"nmt_state", tavctl::json_of(found.nmt)},
           {"answers", found.answers},
           {"device_type", number(found.device_type)},
           {"vendor_id", number(found.vendor_id)},
@@ -79,10 +81,14 @@ ExitCode scan(Context& context, const ScanOptions& options) {
   Session session(context);
   const auto listen = std::chrono::milliseconds(std::lround(options.listen * 1000.0));
   std::vector<FoundNode> nodes;
+  auto progress =
+      std::make_unique<Progress>(session.output(), "asking nodes " + std::to_string(options.first) + " to " +
+                                                       std::to_string(options.last));
   session.check(
       scan_nodes(session.client(),
                  {options.first, options.last, listen, std::chrono::milliseconds(options.timeout_ms)}, nodes),
       "ask the nodes of " + session.bus().name());
+  progress.reset();
   Output& output = session.output();
   Json rows = Json::array();
   output.line(padded("node", 6) + padded("NMT state", 17) + padded("device type", 12) + padded("vendor", 12) +

@@ -1,4 +1,5 @@
 // Units, polarity and option codes: shown, or set and read back.
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <limits>
@@ -245,7 +246,9 @@ ExitCode show_option_codes(Context& context, const CodeOptions& options) {
     any_set = any_set || wanted[i].has_value();
     int value = 0;
     session.check(code.get(drive, value), "read the " + what);
-    session.output().fact(code.label, padded(std::to_string(value), 4) + meaning_of(code, value), code.name,
+    std::string key = code.name;
+    std::replace(key.begin(), key.end(), '-', '_');
+    session.output().fact(code.label, padded(std::to_string(value), 4) + meaning_of(code, value), key,
                           {{"value", value}, {"name", meaning_of(code, value)}});
     if (wanted[i] && value != *wanted[i]) not_kept(session, "the " + what);
   }

@@ -6,6 +6,7 @@
 #include "commands/AllCommands.hpp"
 #include "commands/session/Drive.hpp"
 #include "commands/session/Quantities.hpp"
+#include "text/Values.hpp"
 
 namespace tavctl {
 
@@ -38,7 +39,7 @@ ExitCode state(Context& context) {
   Session session(context);
   Output& output = session.output();
   const auto nmt = session.unit().wait_for_nmt_state(kFirstHeartbeat);
-  output.fact("NMT state", nmt_name(nmt), "nmt_state", nmt_name(nmt));
+  output.fact("NMT state", nmt_name(nmt), "nmt_state", json_of(nmt));
   const Snapshot now = read_snapshot(session);
   Quantities quantities(session);
   const DriveUnits& units = quantities.units();

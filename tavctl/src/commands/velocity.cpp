@@ -1,5 +1,9 @@
+#include <signal.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +12,7 @@
 #include <tav/host/number.hpp>
 #include <vector>
 
+#include "cli/Terminal.hpp"
 #include "commands/AllCommands.hpp"
 #include "commands/FaultResetOption.hpp"
 #include "commands/session/Quantities.hpp"
@@ -22,6 +27,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kSamplePeriod{50};
+/** Of a plot that goes to no terminal. */
+constexpr std::size_t kPlainWidth = 92;
 
 struct VelocityOptions {
   std::vector<std::string> texts;
@@ -34,29 +41,71 @@ struct VelocityOptions {
 
 using Samples = std::vector<VelocitySample>;
 
-/** Takes each look as a sample. */
-Unit::OnLook into(Samples& samples, Clock::time_point start) {
-  return [&samples, start](const Look& look) {
-    samples.push_back(
-        {std::chrono::duration<double>(look.when - start).count(), look.velocity_demand, look.velocity});
-  };
-}
+/** Shows what the drive does while it turns: in place on a terminal, a line a sample elsewhere. */
+class Picture {
+ public:
+  Picture(Session& session, const DriveUnits& units, bool plots)
+      : session_(session), units_(units), plots_(plots), start_(Clock::now()) {}
+
+  void take(const Look& look) {
+    const double seconds = std::chrono::duration<double>(look.when - start_).count();
+    samples_.push_back({seconds, look.velocity_demand, look.velocity});
+    Output& output = session_.output();
+    if (output.json()) {
+      output.event({}, json_of(look, seconds));
+    } else if (look.when >= next_) {
+      next_ = look.when + (output.is_live() ? kRedraw : kLine);
+      output.is_live() ? draw(look) : output.event(line_of(look, seconds), {});
+    }
+  }
+  [[nodiscard]] const Samples& samples() const { return samples_; }
+  [[nodiscard]] Unit::OnLook on_look() {
+    return [this](const Look& look) { take(look); };
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kRedraw{100};
+  static constexpr std::chrono::milliseconds kLine{500};
+
+  static Json json_of(const Look& look, double seconds) {
+    return {{"seconds", seconds},
+            {"state", status_word_text(look.status_word)},
+            {"status_word", look.status_word},
+            {"target_velocity", look.target_velocity},
+            {"velocity_demand", look.velocity_demand},
+            {"velocity", look.velocity}};
+  }
+  [[nodiscard]] std::string line_of(const Look& look, double seconds) const {
+    char text[160];
+    std::snprintf(text, sizeof text, "%8.1f s  %-20s  target %6d  demand %6d  actual %6d %s", seconds,
+                  status_word_text(look.status_word).c_str(), look.target_velocity, look.velocity_demand,
+                  look.velocity, unit_text(units_.velocity.unit).c_str());
+    return text + std::string(session_.was_limited() ? "  limited" : "");
+  }
+  void draw(const Look& look) {
+    const double seconds = std::chrono::duration<double>(look.when - start_).count();
+    std::vector<std::string> lines;
+    if (plots_) lines = plot(samples_, plot_width(terminal_width(STDOUT_FILENO)));
+    int position = 0;
+    const bool is_known = session_.dispatcher()->getPositionValue(position) == NKR_OK;
+    lines.push_back(line_of(look, seconds) +
+                    (is_known ? "  position " + quantity_text(position, units_.position) : ""));
+    session_.output().live(lines);
+  }
+
+  Session& session_;
+  const DriveUnits& units_;
+  bool plots_;
+  Clock::time_point start_;
+  Clock::time_point next_;
+  Samples samples_;
+};
 
 /** For ever, when no time is given. */
 std::chrono::milliseconds time_of(std::optional<double> seconds) {
   constexpr double kMilli = 1000.0;
   return seconds ? std::chrono::milliseconds(std::llround(*seconds * kMilli))
                  : std::chrono::milliseconds::max();
-}
-
-void print_samples(Output& output, const std::vector<VelocitySample>& samples, bool plotted) {
-  Json rows = Json::array();
-  for (const VelocitySample& taken : samples) {
-    rows.push_back({{"seconds", taken.seconds}, {"demand", taken.demand}, {"actual", taken.actual}});
-  }
-  output.put("samples", std::move(rows));
-  if (!plotted) return;
-  for (const std::string& line : plot(samples)) output.line(line);
 }
 
 /** The way to standstill belongs to the picture too. */
@@ -114,7 +163,8 @@ ExitCode velocity(Context& context, VelocityOptions options) {
   if (options.texts.size() > 1 && !options.seconds) {
     throw Failure(ExitCode::USAGE, "several velocities need a time", "--for SECONDS: the time of each");
   }
-  const SignalInterrupt interrupt;
+  // Ctrl-Z too: a program that sleeps would leave the drive to its own watch.
+  const SignalInterrupt interrupt({SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGTSTP});
   Session session(context, &interrupt);
   Unit& unit = session.unit();
   Quantities quantities(session);
@@ -123,8 +173,8 @@ ExitCode velocity(Context& context, VelocityOptions options) {
   }
   see(unit.enable({options.reset_fault}));
   const DriveUnits& units = quantities.units();
-  Samples samples;
-  const Unit::OnLook on_look = into(samples, Clock::now());
+  Picture picture(session, units, options.plot);
+  const Unit::OnLook on_look = picture.on_look();
   const bool finished = follow_profile(unit, options, on_look);
   int reached = 0;
   session.check(session.dispatcher()->getVelocityActualValue(reached), "read the velocity");
@@ -136,7 +186,10 @@ ExitCode velocity(Context& context, VelocityOptions options) {
     follow_to_standstill(unit, interrupt, on_look);
     see(unit.disable());
   }
-  print_samples(session.output(), samples, options.plot);
+  if (options.plot) {
+    const std::size_t width = session.output().is_live() ? terminal_width(STDOUT_FILENO) : kPlainWidth;
+    for (const std::string& line : plot(picture.samples(), plot_width(width))) session.output().line(line);
+  }
   session.output().fact("Target velocity", quantity_text(options.values.back(), units.target_velocity),
                         "target_velocity", options.values.back());
   session.output().fact("Velocity at the end", quantity_text(reached, units.velocity), "velocity", reached);

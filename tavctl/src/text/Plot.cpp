@@ -67,4 +67,10 @@ std::vector<std::string> plot(const std::vector<VelocitySample>& samples, std::s
   return rows;
 }
 
+std::size_t plot_width(std::size_t columns) {
+  constexpr std::size_t kAround = 20;  // the axis before it, "+", the time behind it
+  constexpr std::size_t kLeast = 10;
+  return std::max(columns, kAround + kLeast) - kAround;
+}
+
 }  // namespace tavctl

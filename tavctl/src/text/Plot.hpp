@@ -18,6 +18,9 @@ struct VelocitySample {
 [[nodiscard]] std::vector<std::string> plot(const std::vector<VelocitySample>& samples,
                                             std::size_t width = 72, std::size_t height = 15);
 
+/** The width of a plot whose lines, with axis and time, fit into so many columns. */
+[[nodiscard]] std::size_t plot_width(std::size_t columns);
+
 }  // namespace tavctl
 
 #endif

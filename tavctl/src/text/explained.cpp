@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/Format.hpp"
+#include "text/Values.hpp"
 
 namespace tavctl {
 
@@ -64,7 +65,7 @@ Json request_json(const RequestFailure& request) {
                {"milliseconds", request.elapsed.count()},
                {"failed_in_a_row", request.attempts},
                {"node", request.node},
-               {"nmt_state", nmt_name(request.nmt_state)},
+               {"nmt_state", json_of(request.nmt_state)},
                {"bus", bus_json(request)},
                {"likely_cause", to_string(request.cause)}};
   json["last_heard_milliseconds"] = request.last_heard ? Json(request.last_heard->count()) : Json();

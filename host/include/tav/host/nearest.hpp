@@ -19,6 +19,9 @@ namespace tav::host {
                                                                 const std::vector<std::string>& names,
                                                                 std::size_t most = 3);
 
+/** Equal but for case and the signs between words: "Vl-Target Velocity" is "vl_target_velocity". */
+[[nodiscard]] NKR_EXPORT bool is_same_name(std::string_view a, std::string_view b);
+
 /** `did you mean "a", "b"?`; empty without names. */
 [[nodiscard]] NKR_EXPORT std::string did_you_mean(const std::vector<std::string>& names);
 

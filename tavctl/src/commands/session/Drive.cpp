@@ -1,6 +1,9 @@
 #include "commands/session/Drive.hpp"
 
+#include <tav/host/configuration_objects.hpp>
+#include <tav/host/nearest.hpp>
 #include <tav/host/objects.hpp>
+#include <tav/host/pattern.hpp>
 #include <tav/host/text.hpp>
 
 #include "text/explained.hpp"
@@ -9,16 +12,15 @@ namespace tavctl {
 
 namespace {
 
-/** "did you mean ...?" */
+std::vector<std::string> names_of(const nkr::tools::EDSParser& description) {
+  std::vector<std::string> names;
+  for (const auto& object : description.objects()) names.push_back(object->getName());
+  return names;
+}
+
 std::string names_hint(const nkr::tools::EDSParser& description, const std::string& name) {
-  constexpr std::size_t kNamed = 5;
-  const std::vector<std::string> similar = similar_names(description, name, kNamed + 1);
-  if (similar.empty()) return "tavctl list shows all names; they are compared exactly";
-  std::string hint;
-  for (std::size_t i = 0; i < similar.size() && i < kNamed; ++i) {
-    hint += (i == 0 ? "did you mean \"" : ", \"") + similar[i] + '"';
-  }
-  return hint + (similar.size() > kNamed ? ", ..." : "?");
+  const std::string nearest = did_you_mean(nearest_names(name, names_of(description)));
+  return nearest.empty() ? "tavctl list shows all names" : nearest;
 }
 
 }  // namespace
@@ -68,6 +70,38 @@ const nkr::tools::ObjectEntry* object_named(const nkr::tools::EDSParser& descrip
   if (object != nullptr || reference.address) return object;
   throw Failure(ExitCode::CONFIGURATION, "the description knows no object \"" + reference.text + '"',
                 names_hint(description, reference.text));
+}
+
+ObjectReference reference_named(const nkr::tools::EDSParser& description, const std::string& text) {
+  const ObjectReference reference = parse_reference(text);
+  if (reference.address || find_object(description, reference) != nullptr) return reference;
+  const auto& objects = description.objects();
+  for (const auto& object : objects) {
+    if (is_same_name(object->getName(), text)) return {object->getName(), std::nullopt};
+  }
+  return reference;
+}
+
+std::vector<ObjectReference> references_named(const nkr::tools::EDSParser& description,
+                                              const std::string& text) {
+  const ObjectReference one = reference_named(description, text);
+  const bool has_subindex = text.find(':') != text.npos;
+  const auto* const object = find_object(description, one);
+  if (object != nullptr && (has_subindex || !one.address)) return {one};
+  const bool is_pattern = text.find_first_of("*?") != text.npos;
+  std::vector<ObjectReference> found;
+  for (const auto& member : description.objects()) {
+    if (!is_readable(member->getAccessType())) continue;
+    const std::string& name = member->getName();
+    const auto id = member->getObjectID();
+    const bool is_of_record =
+        name.size() > text.size() && is_same_name(name.substr(0, text.size() + 1), text + ' ');
+    const bool fits = one.address  ? id.index() == one.address->index() && !has_subindex
+                      : is_pattern ? matches(name, text)
+                                   : is_of_record;
+    if (fits) found.push_back({name, id});
+  }
+  return found.empty() ? std::vector<ObjectReference>{one} : found;
 }
 
 std::unique_ptr<nkr::tools::EDSParser> description_in(const std::string& path) {

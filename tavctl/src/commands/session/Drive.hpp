@@ -34,6 +34,14 @@ void see_not_enabled(Session& session, const std::string& what);
 [[nodiscard]] const nkr::tools::ObjectEntry* object_named(const nkr::tools::EDSParser& description,
                                                           const ObjectReference& reference);
 
+/** What the user called so: an address, a name, or one that differs in case and signs between words alone. */
+[[nodiscard]] ObjectReference reference_named(const nkr::tools::EDSParser& description,
+                                              const std::string& text);
+/** All that the user called so: one object, the readable members of a record ("0x1018", "Identity Object"),
+ * or the readable objects that fit a pattern ("Identity*"). */
+[[nodiscard]] std::vector<ObjectReference> references_named(const nkr::tools::EDSParser& description,
+                                                            const std::string& text);
+
 /** Failure(CONFIGURATION) when the file is no description. */
 [[nodiscard]] std::unique_ptr<nkr::tools::EDSParser> description_in(const std::string& path);
 

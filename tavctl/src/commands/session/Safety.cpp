@@ -1,5 +1,6 @@
 #include "commands/session/Safety.hpp"
 
+#include "cli/Progress.hpp"
 #include "text/explained.hpp"
 
 namespace tavctl {
@@ -14,6 +15,7 @@ SafetyVerification verified_safety(Session& session, const std::optional<SafetyF
     expectation.srdos = expected->srdos;
   }
   SafetyVerification verification;
+  const Progress progress(session.output(), "reading the safety configuration");
   see(read_safety(session.unit(), verification, expectation));
   return verification;
 }
