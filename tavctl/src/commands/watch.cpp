@@ -124,9 +124,19 @@ void tell_restart(Session& session, double seconds) {
   session.output().event(line, {{"seconds", seconds}, {"event", "restarted"}});
 }
 
-ExitCode watch(Context& context, const WatchOptions& options) {
-  const SignalInterrupt interrupt;
-  Session session(context, &interrupt);
+/** In place on a terminal, a line elsewhere. */
+void show_sample(Session& session, const Snapshot& now, double seconds, const DriveUnits& units, bool all) {
+  const Surroundings more = all ? read_surroundings(session) : Surroundings{{}, Json::object()};
+  Output& output = session.output();
+  if (output.is_live()) return output.live(block_of(now, units, more));
+  std::string line = line_of(now, seconds, units);
+  for (const auto& [label, text] : more.words) line += "  " + label + ": " + text;
+  Json json = json_of(now, seconds);
+  json.update(more.json);
+  output.event(line, json);
+}
+
+void keep_watching(Session& session, const Interrupt& interrupt, const WatchOptions& options) {
   Quantities quantities(session);
   const DriveUnits& units = quantities.units();
   const auto interval = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
@@ -135,22 +145,22 @@ ExitCode watch(Context& context, const WatchOptions& options) {
   auto next = start;
   session.unit().forget_heard();
   for (long done = 0; options.count == 0 || done < options.count; ++done) {
-    if (!interrupt.wait_until(next)) break;
+    if (!interrupt.wait_until(next)) return;
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     tell_restart(session, seconds);
-    const Snapshot now = read_snapshot(session);
-    const Surroundings all = options.all ? read_surroundings(session) : Surroundings{{}, Json::object()};
-    Output& output = session.output();
-    if (output.is_live()) {
-      output.live(block_of(now, units, all));
-    } else {
-      std::string line = line_of(now, seconds, units);
-      for (const auto& [label, text] : all.words) line += "  " + label + ": " + text;
-      Json json = json_of(now, seconds);
-      json.update(all.json);
-      output.event(line, json);
-    }
+    show_sample(session, read_snapshot(session), seconds, units, options.all);
     next += interval;
+  }
+}
+
+/** Ctrl-C is how watching ends, also in the middle of a reading. */
+ExitCode watch(Context& context, const WatchOptions& options) {
+  const SignalInterrupt interrupt;
+  Session session(context, &interrupt);
+  try {
+    keep_watching(session, interrupt, options);
+  } catch (const Failure& failure) {
+    if (failure.exit_code() != ExitCode::INTERRUPTED) throw;
   }
   session.output().leave_live();
   return ExitCode::OK;
