@@ -66,7 +66,7 @@ nkr_error_t FleetRunner::Impl::start(nkr::can::Bus& bus) {
     wanted = fleet.power_on(began);
     send_all(lock);
   }
-  if (timer.start([this] { run_timer(); })) return NKR_OK;
+  if (timer.start([this] { run_timer(); }, "tav-drive")) return NKR_OK;
   stop();
   return NKR_CAN_NO_RESOURCES;
 }

@@ -63,7 +63,7 @@ nkr_error_t Runner::Impl::start(nkr::can::Bus& bus) {
       },
       std::move(events));
   drive.power_on(nkr::time::now());
-  if (timer.start([this] { run_timer(); })) return NKR_OK;
+  if (timer.start([this] { run_timer(); }, "tav-drive")) return NKR_OK;
   stop();
   return NKR_CAN_NO_RESOURCES;
 }

@@ -44,7 +44,7 @@ std::unique_ptr<Port> ListeningPort::start(std::unique_ptr<Port> port, FrameHand
                                            nkr_error_t& result) {
   const auto shared = std::make_shared<Shared>(std::move(port), std::move(handler));
   std::unique_ptr<ListeningPort> listening(new ListeningPort(shared));
-  if (listening->thread_.start([shared] { shared->run(); })) {
+  if (listening->thread_.start([shared] { shared->run(); }, "nkr-port")) {
     result = NKR_OK;
     return listening;
   }

@@ -6,7 +6,7 @@
 namespace tav::host {
 
 BusMeter::BusMeter(nkr::can::Bus& bus, nkr_error_t& result) : port_(bus.open({}, result)) {
-  if (!port_ || thread_.start([this] { run(); })) return;
+  if (!port_ || thread_.start([this] { run(); }, "tav-bus-meter")) return;
   result = NKR_CAN_NO_RESOURCES;
   port_.reset();
 }

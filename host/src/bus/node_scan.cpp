@@ -59,7 +59,9 @@ class Scan {
 
   nkr_error_t run(std::vector<FoundNode>& found) {
     std::array<nkr::time::Thread, kAtOnce> threads;
-    const auto start = [this](nkr::time::Thread& thread) { return thread.start([this] { look_on(); }); };
+    const auto start = [this](nkr::time::Thread& thread) {
+      return thread.start([this] { look_on(); }, "tav-node-scan");
+    };
     if (std::count_if(threads.begin(), threads.end(), start) == 0) return NKR_CAN_NO_RESOURCES;
     for (nkr::time::Thread& thread : threads) thread.end();
     std::sort(found_.begin(), found_.end(),

@@ -143,7 +143,7 @@ Result Group::Impl::start() {
   steady = nkr::time::now();
   is_ending = false;
   cycle->begin(steady);
-  if (settings.has_thread && !thread.start([this] { run(); })) {
+  if (settings.has_thread && !thread.start([this] { run(); }, "tav-group")) {
     return Result(explanation(Cause::REQUEST, NKR_CAN_NO_RESOURCES, "start the cycle"));
   }
   {

@@ -40,7 +40,8 @@ InterruptWatch::Span::Span(InterruptWatch& watch, std::uint8_t node, bool allowe
   watch_.node_ = node;
   watch_.allowed_ = allowed && !asked_before;
   if (!watch_.allowed_) return;
-  if (!watch_.thread_.is_started()) static_cast<void>(watch_.thread_.start([&watch] { watch.run(); }));
+  if (!watch_.thread_.is_started())
+    static_cast<void>(watch_.thread_.start([&watch] { watch.run(); }, "tav-interrupt"));
   watch_.changed_.notify_all();
 }
 

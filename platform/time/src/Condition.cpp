@@ -38,7 +38,7 @@ void Condition::unpark(int count) {
     if (first_ == nullptr) last_ = nullptr;
     parked.is_listed = false;
     --parked_count_;
-    parked.world.notify(parked);
+    if (!parked.world.notify(parked)) ++count;  // its time had come: the notification is another's
   }
 }
 

@@ -45,7 +45,7 @@ class BlockedSignals {
 
 /** What a thread and whoever waits for its end have in common. */
 struct Thread::Ending {
-  explicit Ending(World& world) : beginning(world) {}
+  Ending(World& world, const char* name) : beginning(world, name) {}
 
   void await() {
     std::unique_lock<std::mutex> lock(mutex);
@@ -68,7 +68,8 @@ struct Thread::Ending {
 
 namespace {
 
-void run_guarded(const std::function<void()>& body) {
+void run_guarded(const std::function<void()>& body, const char* name) {
+  ::pthread_setname_np(::pthread_self(), name);
   try {
     body();
   } catch (...) {
@@ -78,27 +79,29 @@ void run_guarded(const std::function<void()>& body) {
 
 }  // namespace
 
-bool Thread::start(std::function<void()> body) {
+bool Thread::start(std::function<void()> body, const char* name) {
   if (!may_start()) return false;
   process_ = ::getpid();
   const BlockedSignals blocked;
-  World* const world = World::current();
+  World* const here = World::current();
   try {
-    if (world == nullptr) {
-      thread_ = std::thread([run = std::move(body)] { run_guarded(run); });
+    if (here == nullptr) {
+      thread_ = std::thread([run = std::move(body), name] { run_guarded(run, name); });
       return true;
     }
-    ending_ = std::make_shared<Ending>(*world);
-    world->announce(ending_->beginning);
-    thread_ = std::thread([world, ending = ending_, run = std::move(body)]() mutable {
-      world->begin(ending->beginning);
-      run_guarded(run);
-      run = nullptr;  // what it captured ends in its time
-      ending->tell();
-      world->leave();
-    });
+    ending_ = std::make_shared<Ending>(*here, name);
+    here->announce(ending_->beginning);
+    // It keeps its world: a thread that goes on alone may outlive the VirtualTime.
+    thread_ = std::thread(
+        [world = here->shared_from_this(), ending = ending_, run = std::move(body), name]() mutable {
+          world->begin(ending->beginning);
+          run_guarded(run, name);
+          run = nullptr;  // what it captured ends in its time
+          ending->tell();
+          world->leave();
+        });
   } catch (const std::exception&) {
-    if (ending_) world->withdraw(ending_->beginning);
+    if (ending_) here->withdraw(ending_->beginning);
     ending_.reset();
     return false;
   }

@@ -1,15 +1,29 @@
 #include <nkr/time/VirtualTime.hpp>
+#include <utility>
 
 #include "World.hpp"
 
 namespace nkr::time {
+namespace {
 
-VirtualTime::VirtualTime(std::uint64_t seed) : world_(std::make_unique<World>(seed)) {
+VirtualTime::Settings seeded(std::uint64_t seed) {
+  VirtualTime::Settings settings;
+  settings.seed = seed;
+  return settings;
+}
+
+}  // namespace
+
+VirtualTime::VirtualTime(std::uint64_t seed) : VirtualTime(seeded(seed)) {}
+
+VirtualTime::VirtualTime(Settings settings)
+    : world_(std::make_shared<World>(std::move(settings))), around_(World::current()) {
   World::set_current(world_.get());
 }
 
 VirtualTime::~VirtualTime() {
-  World::set_current(nullptr);
+  world_->leave_alone();
+  World::set_current(around_);
 }
 
 Clock::duration VirtualTime::elapsed() const {

@@ -14,14 +14,14 @@ constexpr std::chrono::seconds kCalendarBeginning{946684800};
 }  // namespace
 
 Clock::time_point now() {
-  const World* const world = World::current();
-  return world == nullptr ? Clock::now() : world->now();
+  World* const world = World::current();
+  return world == nullptr ? Clock::now() : world->ask();
 }
 
 /** The system's: the time of the kernel's last tick. */
 Clock::time_point coarse_now() {
-  const World* const world = World::current();
-  if (world != nullptr) return world->now();
+  World* const world = World::current();
+  if (world != nullptr) return world->ask();
   timespec tick{};
   ::clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
   return Clock::time_point(std::chrono::seconds(tick.tv_sec) + std::chrono::nanoseconds(tick.tv_nsec));
@@ -39,6 +39,7 @@ void sleep_until(Clock::time_point time) {
   World* const world = World::current();
   if (world == nullptr) return std::this_thread::sleep_until(time);
   Parked self(*world);
+  if (time <= world->now()) return world->yield(self);
   world->park(self, time);
 }
 

@@ -129,5 +129,57 @@ TEST(Condition, AThreadOfTheSystemsTimeWakesOneInVirtualTime) {
   outside.join();
 }
 
+/** A notification that comes while a wait ends by its deadline meets nobody, and leaves nothing behind. */
+TEST(Condition, AThreadOfTheSystemsTimeMayNotifyAsADeadlineComes) {
+  Condition condition;
+  std::mutex mutex;
+  std::atomic<bool> is_over{false};
+  std::thread outside([&] {
+    while (!is_over) condition.notify_all();
+  });
+  {
+    const VirtualTime virtual_time;
+    for (int i = 0; i < 20'000; ++i) {
+      std::unique_lock<std::mutex> lock(mutex);
+      static_cast<void>(condition.wait_until(lock, nkr::time::now() + std::chrono::microseconds(i % 2)));
+    }
+  }
+  is_over = true;
+  outside.join();
+}
+
+/** At the same instant one is called and another's wait ends by itself, in any order. */
+void call_as_a_deadline_comes(std::uint64_t seed) {
+  const VirtualTime virtual_time(seed);
+  Condition condition;
+  std::mutex mutex;
+  bool called = false;
+  const auto due = nkr::time::now() + 1s;
+  Thread hasty;
+  Thread patient;
+  ASSERT_TRUE(hasty.start([&] {
+    std::unique_lock<std::mutex> lock(mutex);
+    EXPECT_FALSE(condition.wait_until(lock, due));
+  }));
+  nkr::time::sleep_for(1ms);  // it comes first, and is the first to be notified
+  ASSERT_TRUE(patient.start([&] {
+    std::unique_lock<std::mutex> lock(mutex);
+    condition.wait_until(lock, due + 1s, [&] { return called; });
+  }));
+  nkr::time::sleep_until(due);
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    called = true;
+  }
+  condition.notify_one();
+  hasty.end();
+  patient.end();
+  EXPECT_EQ(virtual_time.elapsed(), 1s) << "seed " << seed;
+}
+
+TEST(Condition, ANotificationIsNotLostOnWhoseTimeHasCome) {
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) call_as_a_deadline_comes(seed);
+}
+
 }  // namespace
 }  // namespace tests::time

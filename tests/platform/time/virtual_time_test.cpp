@@ -175,6 +175,134 @@ TEST(VirtualTime, SeveralExistSideBySide) {
   EXPECT_FALSE(VirtualTime::is_here());
 }
 
+std::string order_of_those_due_at_once(std::uint64_t seed) {
+  const VirtualTime time(seed);
+  std::string order;
+  std::vector<Thread> threads(6);
+  const auto due = nkr::time::now() + 1s;
+  for (std::size_t i = 0; i < threads.size(); ++i) {
+    EXPECT_TRUE(threads[i].start([&order, due, i] {
+      nkr::time::sleep_until(due - std::chrono::milliseconds(10 * i));  // they ask one after the other
+      nkr::time::sleep_until(due);
+      order += static_cast<char>('a' + i);
+    }));
+  }
+  for (Thread& thread : threads) thread.end();
+  return order;
+}
+
+TEST(VirtualTime, ASeedShufflesThoseToWhomTheSameTimeComes) {
+  EXPECT_EQ(order_of_those_due_at_once(0), "afedcb");
+  std::set<std::string> orders;
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    EXPECT_EQ(order_of_those_due_at_once(seed), order_of_those_due_at_once(seed));
+    orders.insert(order_of_those_due_at_once(seed));
+  }
+  EXPECT_GT(orders.size(), 3U);
+}
+
+TEST(VirtualTime, ASleepOfNoLengthLetsOthersGoOn) {
+  const VirtualTime time;
+  bool was_there = false;
+  Thread other;
+  ASSERT_TRUE(other.start([&] { was_there = true; }));
+  while (!was_there) nkr::time::sleep_for(0s);
+  other.end();
+  EXPECT_EQ(time.elapsed(), 0ms);
+}
+
+TEST(VirtualTime, PassesAtAPaceWhenItIsGivenOne) {
+  VirtualTime::Settings settings;
+  settings.pace = 20;
+  const auto begin = Clock::now();
+  const VirtualTime time(settings);
+  Thread other;
+  ASSERT_TRUE(other.start([] {
+    for (int i = 0; i < 10; ++i) nkr::time::sleep_for(70ms);
+  }));
+  for (int i = 0; i < 10; ++i) nkr::time::sleep_for(100ms);
+  other.end();
+  EXPECT_EQ(time.elapsed(), 1s);
+  EXPECT_GE(Clock::now() - begin, 50ms) << "a second, twenty times as fast";
+}
+
+TEST(VirtualTime, AtAPaceTheWorldOutsideIsHeardBetweenWhatIsDue) {
+  std::mutex mutex;
+  Condition condition;
+  bool called = false;
+  VirtualTime::Settings settings;
+  settings.pace = 1;
+  const VirtualTime time(settings);
+  std::thread outside([&] {
+    std::this_thread::sleep_for(30ms);
+    const std::lock_guard<std::mutex> lock(mutex);
+    called = true;
+    condition.notify_all();
+  });
+  Thread late;
+  ASSERT_TRUE(late.start([] { nkr::time::sleep_for(300ms); }));
+  {
+    std::unique_lock<std::mutex> lock(mutex);
+    EXPECT_TRUE(condition.wait_for(lock, 1h, [&] { return called; })) << "not the hour's end";
+  }
+  EXPECT_GE(time.elapsed(), 30ms) << "the time passed meanwhile";
+  late.end();
+  outside.join();
+}
+
+TEST(VirtualTime, AThreadThatGoesOnAloneMayOutliveIt) {
+  std::mutex mutex;
+  Condition condition;
+  bool may_end = false;
+  bool has_ended = false;
+  {
+    const VirtualTime time;
+    auto alone = std::make_shared<Thread>();
+    ASSERT_TRUE(alone->start([&, self = alone]() mutable {
+      self.reset();  // the last one to know it: now nobody waits for its end
+      std::unique_lock<std::mutex> lock(mutex);
+      condition.wait(lock, [&] { return may_end; });
+      has_ended = true;
+      condition.notify_all();
+    }));
+    alone.reset();
+    nkr::time::sleep_for(1s);
+  }
+  std::unique_lock<std::mutex> lock(mutex);
+  may_end = true;
+  condition.notify_all();
+  condition.wait(lock, [&] { return has_ended; });
+}
+
+TEST(VirtualTime, AThreadMayBeWaitedForAfterIt) {
+  Thread thread;
+  int rounds = 0;
+  {
+    const VirtualTime time;
+    ASSERT_TRUE(thread.start([&] {
+      for (int i = 0; i < 10; ++i) {
+        nkr::time::sleep_for(1h);
+        ++rounds;
+      }
+    }));
+  }
+  thread.end();
+  EXPECT_EQ(rounds, 10);
+}
+
+TEST(VirtualTime, OneWithinAnotherGivesItBack) {
+  const VirtualTime around;
+  nkr::time::sleep_for(1h);
+  {
+    const VirtualTime within;
+    nkr::time::sleep_for(5h);
+    EXPECT_EQ(within.elapsed(), 5h);
+  }
+  ASSERT_TRUE(VirtualTime::is_here());
+  nkr::time::sleep_for(1h);
+  EXPECT_EQ(around.elapsed(), 2h);
+}
+
 TEST(VirtualTime, AThreadThatCannotStartLeavesNoTrace) {
   const VirtualTime time;
   Thread::allow(0);

@@ -50,7 +50,7 @@ int UnixHub::begin() {
   if (!epoll_ || !stop_.open()) return errno;
   if (!watch(EPOLL_CTL_ADD, listener_.socket.get(), EPOLLIN)) return errno;
   if (!watch(EPOLL_CTL_ADD, stop_.descriptor(), EPOLLIN)) return errno;
-  return thread_.start([this] { run(); }) ? 0 : ENOMEM;
+  return thread_.start([this] { run(); }, "nkr-hub") ? 0 : ENOMEM;
 }
 
 UnixHub::~UnixHub() {

@@ -86,7 +86,7 @@ bool Recovery::has_thread_for(const Node& node) {
   });
   if (threads_.size() > std::min(static_cast<std::size_t>(others), kMostThreads - 1)) return true;
   threads_.emplace_back();
-  if (threads_.back().start([this] { run(); })) return true;
+  if (threads_.back().start([this] { run(); }, "nkr-recovery")) return true;
   threads_.pop_back();
   return !threads_.empty();
 }

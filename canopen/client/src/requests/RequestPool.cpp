@@ -28,7 +28,7 @@ nkr_error_t RequestPool::add(std::uint8_t node, Request request) {
 bool RequestPool::has_thread() {
   if (ready_.size() < waiting_ || threads_.size() == kMostThreads) return true;
   threads_.emplace_back();
-  if (threads_.back().start([this] { run(); })) return true;
+  if (threads_.back().start([this] { run(); }, "nkr-requests")) return true;
   threads_.pop_back();
   return !threads_.empty();
 }

@@ -13,7 +13,7 @@ nkr_error_t EventQueue::subscribe(EventHandler handler, int& subscription) {
   auto shared = std::make_shared<const EventHandler>(std::move(handler));
   const std::lock_guard<std::mutex> lock(mutex_);
   if (closed_) return NKR_CAN_CLOSED;
-  if (!thread_.is_started() && !thread_.start([this] { run(); })) return NKR_CAN_NO_RESOURCES;
+  if (!thread_.is_started() && !thread_.start([this] { run(); }, "nkr-events")) return NKR_CAN_NO_RESOURCES;
   subscription = ++last_subscription_;
   handlers_.emplace(subscription, std::move(shared));
   return NKR_OK;

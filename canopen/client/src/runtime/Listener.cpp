@@ -17,7 +17,7 @@ void listen(can::Port& port, const Listener::Handler& handler) {
 }  // namespace
 
 bool Listener::start(can::Port& port, Handler handler) {
-  return thread_.start([&port, handle = std::move(handler)] { listen(port, handle); });
+  return thread_.start([&port, handle = std::move(handler)] { listen(port, handle); }, "nkr-listener");
 }
 
 }  // namespace nkr::canopen

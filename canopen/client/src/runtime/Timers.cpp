@@ -30,7 +30,7 @@ bool Timers::set(Slot slot, Clock::time_point first, Task task) {
 }
 
 bool Timers::has_thread() {
-  return thread_.is_started() || thread_.start([this] { run(); });
+  return thread_.is_started() || thread_.start([this] { run(); }, "nkr-timers");
 }
 
 void Timers::cancel(Slot slot) {

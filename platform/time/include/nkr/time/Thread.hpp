@@ -23,8 +23,9 @@ class NKR_EXPORT Thread {
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
 
-  /** False when the system has no thread for it; nothing has happened then. Once, and again after end(). */
-  [[nodiscard]] bool start(std::function<void()> body);
+  /** False when the system has no thread for it; nothing has happened then. Once, and again after end().
+   * @param name for debuggers and reports: a literal of at most 15 characters */
+  [[nodiscard]] bool start(std::function<void()> body, const char* name = "nkr");
   [[nodiscard]] bool is_started() const { return thread_.joinable(); }
   /** Whether the caller is this thread. */
   [[nodiscard]] bool is_caller() const { return thread_.get_id() == std::this_thread::get_id(); }

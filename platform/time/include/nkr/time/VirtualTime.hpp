@@ -5,8 +5,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <nkr/time/clock.hpp>
+#include <string>
 
 namespace nkr::time {
 
@@ -25,10 +27,29 @@ class World;
  */
 class NKR_EXPORT VirtualTime {
  public:
-  /** @param seed 0: the threads that could go on do so in turn; else in an order of chance that this number
-   *  decides, to find what depends on it */
+  /** How it passes, and what becomes of a program that does not let it. */
+  struct Settings {
+    /** 0: the threads that could go on do so in turn; else in an order of chance that this number decides, to
+     * find what depends on it. */
+    std::uint64_t seed = 0;
+    /** So many times as fast as the system's time; 0: as fast as the processor allows. */
+    double pace = 0;
+    /** For so long of the system's time nothing happens before a standstill is reported. */
+    std::chrono::milliseconds patience{10'000};
+    /** So many waits without the time passing are a loop that does not end. */
+    std::uint64_t turns_at_one_time = 1'000'000;
+    /**
+     * Is told, on any thread in this time, when all threads wait and nothing is due, when they follow each
+     * other without end, and when one computes or asks for the time without end: the reason, and each thread
+     * with what it waits for. Without it the report goes to standard error, and the program is aborted.
+     */
+    std::function<void(const std::string& report)> on_standstill;
+  };
+
+  /** @param seed as in the settings */
   explicit VirtualTime(std::uint64_t seed = 0);
-  /** The threads that were started in it have to have ended. */
+  explicit VirtualTime(Settings settings);
+  /** On the thread that made it. Threads that were not waited for go on in it without this one. */
   ~VirtualTime();
   VirtualTime(const VirtualTime&) = delete;
   VirtualTime& operator=(const VirtualTime&) = delete;
@@ -41,7 +62,8 @@ class NKR_EXPORT VirtualTime {
   [[nodiscard]] static bool is_here();
 
  private:
-  std::unique_ptr<World> world_;
+  std::shared_ptr<World> world_;
+  World* around_;
 };
 
 }  // namespace nkr::time

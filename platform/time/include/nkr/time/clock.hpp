@@ -45,7 +45,7 @@ constexpr Clock::time_point time_after(Clock::time_point begin, std::chrono::dur
 /** The calendar's time, for records that people read. Virtual time begins on 2000-01-01, 00:00 UTC. */
 [[nodiscard]] NKR_EXPORT std::chrono::system_clock::time_point calendar_now();
 
-/** Waits until then; not at all when that is past. */
+/** Waits until then. When that is past it lets others go on who could, and takes no time. */
 NKR_EXPORT void sleep_until(Clock::time_point time);
 
 /** Waits so long; what the clock cannot hold is for ever. */
