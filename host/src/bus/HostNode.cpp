@@ -2,6 +2,7 @@
 #include <map>
 #include <mutex>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/RecursiveMutex.hpp>
 #include <nkr/time/clock.hpp>
 #include <tav/host/HostNode.hpp>
 #include <tav/host/Interrupt.hpp>
@@ -63,9 +64,10 @@ struct HostNode::Impl {
   const steady_clock::time_point listening_since = nkr::time::now();
   int subscription = 0;
 
-  std::mutex beginning;  // held while an id is chosen: the second user waits for the first one's choice
+  // Held while an id is chosen: the second user waits for the first one's choice.
+  nkr::time::RecursiveMutex beginning;
 
-  std::recursive_mutex telling;  // held while users are told: end() waits for it, but not from inside
+  nkr::time::RecursiveMutex telling;  // held while users are told: end() waits for it, but not from inside
 
   mutable std::mutex mutex;
   std::uint8_t id = 0;
@@ -123,7 +125,7 @@ Result HostNode::Impl::choose(std::uint8_t drive) {
 void HostNode::Impl::heard(const Event& event) {
   if (!tells_of_a_node(event.kind)) return;
   std::vector<std::shared_ptr<const Lost>> told;
-  const std::lock_guard<std::recursive_mutex> told_now(telling);
+  const std::lock_guard<nkr::time::RecursiveMutex> told_now(telling);
   {
     const std::lock_guard<std::mutex> lock(mutex);
     if (users.empty() || event.node != id || std::exchange(contested, true)) return;
@@ -146,7 +148,7 @@ HostNode::~HostNode() {
 }
 
 Result HostNode::begin(std::uint8_t drive, const Interrupt* interrupt, Lost lost, int& user) {
-  const std::lock_guard<std::mutex> one_at_a_time(impl_->beginning);
+  const std::lock_guard<nkr::time::RecursiveMutex> one_at_a_time(impl_->beginning);
   const bool first = [this] {
     const std::lock_guard<std::mutex> lock(impl_->mutex);
     return impl_->users.empty();
@@ -168,7 +170,7 @@ Result HostNode::begin(std::uint8_t drive, const Interrupt* interrupt, Lost lost
 }
 
 void HostNode::end(int user) {
-  const std::lock_guard<std::mutex> one_at_a_time(impl_->beginning);
+  const std::lock_guard<nkr::time::RecursiveMutex> one_at_a_time(impl_->beginning);
   bool last = false;
   {
     const std::lock_guard<std::mutex> lock(impl_->mutex);
@@ -176,7 +178,7 @@ void HostNode::end(int user) {
     last = impl_->users.empty();
   }
   if (last) impl_->client->stopHeartbeat();
-  const std::lock_guard<std::recursive_mutex> told(impl_->telling);
+  const std::lock_guard<nkr::time::RecursiveMutex> told(impl_->telling);
 }
 
 std::uint8_t HostNode::id() const {

@@ -92,9 +92,9 @@ void Unit::Impl::give_up_responsibility() {
 /** exit() may come while another thread is at work: what that asks the drive is ended, and waited for. A
  * program that does not come back from what it was called for is not waited for any longer. */
 void Unit::Impl::end() noexcept try {
-  const std::lock_guard<std::recursive_mutex> one_at_a_time(ending_);
+  const std::lock_guard<nkr::time::RecursiveMutex> one_at_a_time(ending_);
   link.is_ending = true;
-  std::unique_lock<std::recursive_mutex> at_work(at_work_, std::try_to_lock);
+  std::unique_lock<nkr::time::RecursiveMutex> at_work(at_work_, std::try_to_lock);
   const auto deadline = nkr::time::now() + kLongestWork;
   while (!at_work.owns_lock() && nkr::time::now() < deadline) {
     link.client->cancelRequests(link.node);

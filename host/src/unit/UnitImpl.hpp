@@ -4,6 +4,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <nkr/time/RecursiveMutex.hpp>
 #include <optional>
 #include <string>
 #include <tav/host/Unit.hpp>
@@ -86,8 +87,8 @@ class Unit::Impl : public std::enable_shared_from_this<Unit::Impl> {
   /** Why the drive is no longer, or did not become, enabled: what was heard first, then what it says. */
   Result explain(Cause fallback, const std::string& action);
 
-  std::recursive_mutex at_work_;  ///< of a call
-  std::recursive_mutex ending_;   ///< of the end, before at_work_
+  nkr::time::RecursiveMutex at_work_;  ///< of a call
+  nkr::time::RecursiveMutex ending_;   ///< of the end, before at_work_
   std::unique_ptr<Controller> controller_;
   bool responsible_ = false;       ///< the unit's end is to stop the drive
   bool enabled_here_ = false;      ///< and to take its power stage off
@@ -103,11 +104,11 @@ template <class Operation>
 Result Unit::Impl::call(const char* action, const Operation& operation) {
   Result result;
   {
-    const std::lock_guard<std::recursive_mutex> at_work(at_work_);
+    const std::lock_guard<nkr::time::RecursiveMutex> at_work(at_work_);
     result = link.is_ending ? link.interrupted(action) : operation();
   }
   // Back in the program it may end the process: not before the drive stands.
-  if (link.is_ending) const std::lock_guard<std::recursive_mutex> ended(ending_);
+  if (link.is_ending) const std::lock_guard<nkr::time::RecursiveMutex> ended(ending_);
   return result;
 }
 

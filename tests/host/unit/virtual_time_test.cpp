@@ -5,6 +5,7 @@
 #include <memory>
 #include <nkr/can/InProcessBus.hpp>
 #include <nkr/can/trace.hpp>
+#include <nkr/time/Thread.hpp>
 #include <nkr/time/VirtualTime.hpp>
 #include <nkr/time/clock.hpp>
 #include <sstream>
@@ -59,6 +60,23 @@ TEST(UnitInVirtualTime, TwoRunsPutTheSameFramesOnTheBusAtTheSameTimes) {
   std::chrono::nanoseconds other{};
   EXPECT_EQ(frames_of_a_shift(30s, one), frames_of_a_shift(30s, other));
   EXPECT_EQ(one, other);
+}
+
+/** Calls of one unit follow each other, in the time in which they wait. */
+TEST(UnitInVirtualTime, ASecondThreadsCallWaitsForTheFirstOnes) {
+  const nkr::time::VirtualTime time;
+  DriveBeside beside;
+  tav::host::Result opened;
+  const auto unit = tav::host::Unit::open(beside.settings(), opened);
+  ASSERT_TRUE(opened.ok()) << text(opened);
+  ASSERT_TRUE(unit->enable().ok());
+  const auto begin = time.elapsed();
+  nkr::time::Thread other;
+  ASSERT_TRUE(other.start([&] { EXPECT_TRUE(unit->follow(10s, [](const tav::host::Look&) {}).ok()); }));
+  nkr::time::sleep_for(1s);
+  EXPECT_TRUE(unit->stop().ok());
+  EXPECT_GE(time.elapsed() - begin, 10s);
+  other.end();
 }
 
 }  // namespace
