@@ -8,6 +8,7 @@
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/InProcessBus.hpp>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/VirtualTime.hpp>
 
 #include "support/ScriptedNode.hpp"
 
@@ -15,8 +16,8 @@ namespace tests::client {
 
 using namespace std::chrono_literals;
 
-/** A client and a scripted node with id 10 on one bus. Time-outs are short: an answer in process is at once.
- */
+/** A client and a scripted node with id 10 on one bus, in a virtual time: waits cost nothing, and no verdict
+ * depends on how busy the machine is. */
 class ClientTest : public testing::Test {
  protected:
   static constexpr std::uint8_t kNode = 10;
@@ -28,6 +29,7 @@ class ClientTest : public testing::Test {
     return options;
   }
 
+  nkr::time::VirtualTime virtual_time;  // of all that follows
   std::shared_ptr<nkr::can::InProcessBus> bus = std::make_shared<nkr::can::InProcessBus>();
   ScriptedNode node{*bus, kNode};
   nkr::canopen::Client client{bus, short_times()};

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <nkr/canopen/Client.hpp>
+#include <nkr/time/Condition.hpp>
 #include <vector>
 
 namespace tests::client {
@@ -64,7 +64,7 @@ class EventLog {
   nkr::canopen::Client& client_;
   int subscription_ = 0;
   std::mutex mutex_;
-  std::condition_variable changed_;
+  nkr::time::Condition changed_;
   std::vector<Event> seen_;
 };
 

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <thread>
 
 #include "client/ClientFixture.hpp"
 #include "client/EventLog.hpp"
 #include "runtime/HeardTimes.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -26,9 +26,9 @@ class Limits : public ClientTest {
  protected:
   /** The answer comes after some time. */
   nkr_error_t read_slow_answer() {
-    std::thread slow([this, before = node.requests().size()] {
+    Thread slow([this, before = node.requests().size()] {
       ASSERT_TRUE(node.wait_for_requests(before + 1));
-      std::this_thread::sleep_for(100ms);
+      nkr::time::sleep_for(100ms);
       node.reply("4B 41 60 00 37 02 00 00");
     });
     std::uint16_t value = 0;
@@ -40,7 +40,7 @@ class Limits : public ClientTest {
     nkr_error_t result = NKR_ERROR;
     const auto tap = bus->open({{id, 0x7FF}}, result);
     std::size_t count = 0;
-    const auto end = Clock::now() + 200ms;
+    const auto end = nkr::time::now() + 200ms;
     nkr::can::Frame frame;
     while (tap->receive(frame, end) == NKR_OK) ++count;
     return count;
@@ -82,8 +82,8 @@ TEST_F(Limits, TheLongestGraceTimeHoldsUpItsObjectAlone) {
 }
 
 TEST_F(Limits, TheLongestHeartbeatPeriodIsOneBeat) {
-  std::thread starter([this] {
-    std::this_thread::sleep_for(20ms);
+  Thread starter([this] {
+    nkr::time::sleep_for(20ms);
     EXPECT_EQ(client.startHeartbeat(1, kForever), NKR_OK);
   });
   EXPECT_EQ(frames_in_200_ms(0x701), 1U);
@@ -91,8 +91,8 @@ TEST_F(Limits, TheLongestHeartbeatPeriodIsOneBeat) {
 }
 
 TEST_F(Limits, TheLongestSyncPeriodIsOneSync) {
-  std::thread starter([this] {
-    std::this_thread::sleep_for(20ms);
+  Thread starter([this] {
+    nkr::time::sleep_for(20ms);
     EXPECT_EQ(client.startSync(std::chrono::microseconds::max()), NKR_OK);
   });
   EXPECT_EQ(frames_in_200_ms(0x080), 1U);
@@ -106,7 +106,7 @@ TEST_F(Limits, AHeartbeatThatMayBeSilentForeverIsNotLost) {
     node.send(0x70A, "05");
     node.send(0x70A, "04");
     log.wait_for(Kind::STATE_CHANGED);
-    std::this_thread::sleep_for(30ms);
+    nkr::time::sleep_for(30ms);
     EXPECT_EQ(log.count(Kind::HEARTBEAT_LOST), 0U);
   }
 }

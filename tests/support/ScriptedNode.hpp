@@ -1,13 +1,13 @@
 #ifndef TESTS_SUPPORT_SCRIPTEDNODE_HPP
 #define TESTS_SUPPORT_SCRIPTEDNODE_HPP
 
-#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
 #include <nkr/can/InProcessBus.hpp>
+#include <nkr/time/Condition.hpp>
 #include <string>
 #include <vector>
 
@@ -50,7 +50,7 @@ class ScriptedNode {
 
   const std::uint8_t id_;
   mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
+  mutable nkr::time::Condition changed_;
   std::map<std::string, std::vector<Replies>> script_;
   std::vector<std::string> requests_;
   std::unique_ptr<nkr::can::Port> sender_;

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "client/ClientFixture.hpp"
 #include "client/EventLog.hpp"
@@ -63,9 +62,9 @@ class Guarding : public ClientTest {
   ~Guarding() override { client.close(); }
   NMTState state_becomes(NMTState wanted) {
     NMTState state{};
-    const auto deadline = Clock::now() + 20s;
-    while (client.getNMTState(kNode, state) == NKR_OK && state != wanted && Clock::now() < deadline)
-      std::this_thread::sleep_for(1ms);
+    const auto deadline = nkr::time::now() + 20s;
+    while (client.getNMTState(kNode, state) == NKR_OK && state != wanted && nkr::time::now() < deadline)
+      nkr::time::sleep_for(1ms);
     return state;
   }
   GuardedNode guarded{*bus, kNode};
@@ -73,10 +72,10 @@ class Guarding : public ClientTest {
 };
 
 TEST_F(Guarding, TheNodeIsAskedByRemoteFramesOnceEveryGuardTime) {
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   ASSERT_EQ(client.startNodeGuarding(kNode, 30ms, 3), NKR_OK);
-  while (guarded.questions() < 4) std::this_thread::sleep_for(1ms);
-  EXPECT_GE(Clock::now() - start, 70ms);
+  while (guarded.questions() < 4) nkr::time::sleep_for(1ms);
+  EXPECT_GE(nkr::time::now() - start, 70ms);
   ASSERT_EQ(client.stopNodeGuarding(kNode), NKR_OK);
   client.close();
   EXPECT_EQ(guarded.last_question(), "70A#R1");
@@ -95,12 +94,12 @@ TEST_F(Guarding, TheAnswersTellTheState) {
 TEST_F(Guarding, ANodeThatFallsSilentIsLostAfterItsLifeTimeAndReturns) {
   ASSERT_EQ(client.startNodeGuarding(kNode, 20ms, 3), NKR_OK);
   log.wait_for(Kind::STATE_CHANGED);
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   guarded.fall_silent();
   EXPECT_EQ(log.wait_for(Kind::HEARTBEAT_LOST).node, kNode);
-  EXPECT_GE(Clock::now() - start, 30ms) << "the life time is 60 ms, some of it may be over";
+  EXPECT_GE(nkr::time::now() - start, 30ms) << "the life time is 60 ms, some of it may be over";
   EXPECT_EQ(state_becomes(NMTState::UNKNOWN), NMTState::UNKNOWN);
-  std::this_thread::sleep_for(150ms);
+  nkr::time::sleep_for(150ms);
   EXPECT_EQ(log.count(Kind::HEARTBEAT_LOST), 1U) << "told once";
   guarded.speak_again();
   EXPECT_EQ(log.wait_for(Kind::HEARTBEAT_RETURNED).state, NMTState::PRE_OPERATIONAL);
@@ -116,7 +115,7 @@ TEST_F(Guarding, AnAnswerWithTheToggleBitOfTheOneBeforeIsNone) {
 /** What the monitor makes of answers, without clock and bus. */
 TEST(GuardedNodes, AToggleBitThatStandsStillCountsUntilTheBootUp) {
   nkr::canopen::NmtMonitor monitor(1s, [](const Event&) {});
-  const auto now = Clock::now();
+  const auto now = nkr::time::now();
   const auto answer = [&](std::uint8_t byte) {
     return monitor.arrived({0x70A, {byte}}, now) ? monitor.state(10, now) : NMTState::UNKNOWN;
   };
@@ -146,10 +145,10 @@ TEST_F(Guarding, WhenItEndsNobodyIsAskedOrMissed) {
   ASSERT_EQ(client.startNodeGuarding(kNode, 20ms, 5), NKR_OK);
   log.wait_for(Kind::STATE_CHANGED);
   ASSERT_EQ(client.stopNodeGuarding(kNode), NKR_OK);
-  std::this_thread::sleep_for(40ms);
+  nkr::time::sleep_for(40ms);
   const int before = guarded.questions();
   log.forget();
-  std::this_thread::sleep_for(200ms);
+  nkr::time::sleep_for(200ms);
   EXPECT_EQ(guarded.questions(), before);
   EXPECT_EQ(log.count(Kind::HEARTBEAT_LOST), 0U);
 }
@@ -158,7 +157,7 @@ TEST_F(Guarding, SeveralNodesAreAskedEachInItsOwnTime) {
   GuardedNode other(*bus, 11);
   ASSERT_EQ(client.startNodeGuarding(kNode, 200ms, 3), NKR_OK);
   ASSERT_EQ(client.startNodeGuarding(11, 10ms, 3), NKR_OK);
-  while (other.questions() < 12) std::this_thread::sleep_for(1ms);
+  while (other.questions() < 12) nkr::time::sleep_for(1ms);
   EXPECT_GE(guarded.questions(), 1);
   EXPECT_LT(guarded.questions(), other.questions());
   client.close();

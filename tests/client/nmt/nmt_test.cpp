@@ -6,6 +6,7 @@
 
 #include "client/ClientFixture.hpp"
 #include "nmt/NmtMonitor.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -24,13 +25,13 @@ class Nmt : public ClientTest {
   }
   /** Frames reach the client's own thread: its view follows a moment later. */
   NMTState state_becomes(NMTState wanted) {
-    const auto deadline = Clock::now() + 10s;
-    while (state() != wanted && Clock::now() < deadline) std::this_thread::sleep_for(1ms);
+    const auto deadline = nkr::time::now() + 10s;
+    while (state() != wanted && nkr::time::now() < deadline) nkr::time::sleep_for(1ms);
     return state();
   }
   std::string sent() {
     nkr::can::Frame frame;
-    if (tap->receive(frame, Clock::now()) != NKR_OK) return "nothing";
+    if (tap->receive(frame, nkr::time::now()) != NKR_OK) return "nothing";
     return nkr::can::to_string(frame);
   }
 
@@ -98,7 +99,7 @@ TEST_F(Nmt, OtherNodesHeartbeatsAndEmptyFramesSayNothing) {
   node.send(0x70B, "04");
   node.send(0x70A, "");
   NMTState other{};
-  while (client.getNMTState(11, other) == NKR_OK && other != NMTState::STOPPED) std::this_thread::yield();
+  while (client.getNMTState(11, other) == NKR_OK && other != NMTState::STOPPED) nkr::time::sleep_for(0s);
   EXPECT_EQ(state(), NMTState::OPERATIONAL);
 }
 
@@ -115,7 +116,7 @@ TEST_F(Nmt, MonitoringStartsWithTheFirstHeartbeatNotWithTheBootUp) {
   client.setHeartbeatTimeout(kNode, 20ms);
   node.send(0x70A, "00");
   EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
-  std::this_thread::sleep_for(60ms);
+  nkr::time::sleep_for(60ms);
   EXPECT_EQ(state(), NMTState::PRE_OPERATIONAL);
 }
 
@@ -123,7 +124,7 @@ TEST_F(Nmt, TheTimeSinceANodeWasHeardCountsItsReplies) {
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
   std::uint16_t value = 0;
   ASSERT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
-  std::this_thread::sleep_for(30ms);
+  nkr::time::sleep_for(30ms);
   std::uint32_t age = 0;
   EXPECT_EQ(client.getTimeSinceHeard(kNode, age), NKR_OK);
   EXPECT_GE(age, 25U);
@@ -165,7 +166,7 @@ TEST(HeartbeatEvents, OfLossAndReturnAlternateWhicheverThreadFindsThem) {
   });
   const nkr::can::Clock::time_point begin{std::chrono::hours(1)};
   std::atomic<bool> stop{false};
-  std::thread checker([&] {
+  Thread checker([&] {
     for (int i = 0; !stop; ++i) monitor.check(begin + std::chrono::milliseconds(2 * i));
   });
   for (int i = 0; i < 20000; ++i) monitor.arrived({0x70A, {5}}, begin + std::chrono::milliseconds(2 * i));

@@ -3,10 +3,10 @@
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -68,10 +68,10 @@ class PdoSync : public ClientTest {
   void operational() {
     node.send(0x70A, "05");
     NMTState state{};
-    const auto deadline = Clock::now() + 20s;
+    const auto deadline = nkr::time::now() + 20s;
     while (client.getNMTState(kNode, state) == NKR_OK && state != NMTState::OPERATIONAL &&
-           Clock::now() < deadline)
-      std::this_thread::sleep_for(1ms);
+           nkr::time::now() < deadline)
+      nkr::time::sleep_for(1ms);
     ASSERT_EQ(state, NMTState::OPERATIONAL);
   }
 
@@ -141,7 +141,7 @@ TEST_F(PdoSync, ABootUpAndAWriteToPdoParametersMakeItReadAgain) {
   node.send(0x70A, "00");
   NMTState state{};
   while (client.getNMTState(kNode, state) == NKR_OK && state != NMTState::PRE_OPERATIONAL)
-    std::this_thread::sleep_for(1ms);
+    nkr::time::sleep_for(1ms);
   operational();
   EXPECT_EQ(sync(), NKR_OK);
   EXPECT_EQ(reads_of(0x18000100), 2);
@@ -155,7 +155,7 @@ TEST_F(PdoSync, ANodeThatIsNotOperationalIsAskedBySdoAlone) {
   node.send(0x70A, "7F");
   NMTState state{};
   while (client.getNMTState(kNode, state) == NKR_OK && state != NMTState::PRE_OPERATIONAL)
-    std::this_thread::sleep_for(1ms);
+    nkr::time::sleep_for(1ms);
   EXPECT_EQ(sync(), NKR_OK);
   EXPECT_EQ(out.statusWord, 0x1111);
   EXPECT_EQ(out.velocity, 0x3333);
@@ -187,8 +187,7 @@ TEST_F(PdoSync, OneOfTwoPdosIsNotEnough) {
   tell(read_of(0x18020100), "80 02 18 01 00 00 02 06");
   other.send(0x70B, "05");
   NMTState state{};
-  while (fresh.getNMTState(11, state) == NKR_OK && state != NMTState::OPERATIONAL)
-    std::this_thread::sleep_for(1ms);
+  while (fresh.getNMTState(11, state) == NKR_OK && state != NMTState::OPERATIONAL) nkr::time::sleep_for(1ms);
   const TavIn request{11, 0x60410010, 0x60640020, 0x60440010, 0, false};
   on_sync([&] { other.send(0x18B, "37 02"); });
   EXPECT_EQ(fresh.sync(request, out), NKR_SDO_TIMED_OUT);
@@ -205,8 +204,8 @@ TEST_F(PdoSync, OneOfTwoPdosIsNotEnough) {
 
 TEST_F(PdoSync, ALatePdoIsNotTakenForTheNextSyncs) {
   ASSERT_EQ(sync(), NKR_SDO_TIMED_OUT);
-  std::thread late([this] {
-    std::this_thread::sleep_for(40ms);
+  Thread late([this] {
+    nkr::time::sleep_for(40ms);
     node.send(0x18A, "99 99 99 99");
   });
   on_sync([this] { node.send(0x18A, "37 02 9C FF"); });
@@ -223,16 +222,16 @@ TEST_F(PdoSync, ALostPdoHoldsUpTheNextSyncNoLongerThanThisNodesPdosTake) {
   node.send(0x70A, "05");
   NMTState state{};
   while (patient.getNMTState(kNode, state) == NKR_OK && state != NMTState::OPERATIONAL)
-    std::this_thread::sleep_for(1ms);
+    nkr::time::sleep_for(1ms);
   const TavIn request{kNode, 0x60410010, 0x60640020, 0x60440010, 0, false};
   on_sync([this] { node.send(0x18A, "37 02 9C FF"); });
   ASSERT_EQ(patient.sync(request, out), NKR_OK);
   on_sync({});
   ASSERT_EQ(patient.sync(request, out), NKR_SDO_TIMED_OUT);
   on_sync([this] { node.send(0x18A, "38 02 9C FF"); });
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(patient.sync(request, out), NKR_OK);
-  EXPECT_LT(Clock::now() - start, 30s);
+  EXPECT_LT(nkr::time::now() - start, 30s);
   EXPECT_EQ(out.statusWord, 0x0238);
 }
 
@@ -274,8 +273,7 @@ TEST_F(PdoSync, AnRpdoThatHoldsTheControlWordTooIsNotUsed) {
   other.on("40 44 60 00 00 00 00 00", {"4B 44 60 00 33 33 00 00"});
   other.send(0x70B, "05");
   NMTState state{};
-  while (client.getNMTState(11, state) == NKR_OK && state != NMTState::OPERATIONAL)
-    std::this_thread::sleep_for(1ms);
+  while (client.getNMTState(11, state) == NKR_OK && state != NMTState::OPERATIONAL) nkr::time::sleep_for(1ms);
   EXPECT_EQ(client.sync({11, 0x60410010, 0x60640020, 0x60440010, 7, true}, out), NKR_OK);
   EXPECT_EQ(seen(), Frames{}) << "neither RPDO nor SYNC";
   EXPECT_EQ(out.statusWord, 0x1111);
@@ -290,8 +288,8 @@ TEST_F(PdoSync, WhenAnotherSyncComesBetweenAllValuesAreOfTheLastOne) {
     if (syncs == 2) node.send(0x18A, "02 02 02 00");
   });
   client.setTimeout(30s);
-  std::thread second([&] {
-    std::this_thread::sleep_for(50ms);
+  Thread second([&] {
+    nkr::time::sleep_for(50ms);
     other_producer->send({0x080, {}}, Clock::time_point::max());
   });
   EXPECT_EQ(sync(), NKR_OK);

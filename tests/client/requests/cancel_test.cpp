@@ -1,12 +1,11 @@
 // Requests that the application ends.
 #include <atomic>
 #include <cstdint>
-#include <future>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -20,8 +19,8 @@ const std::string kAbort = "80 41 60 00 00 00 00 08";
 class Cancel : public ClientTest {
  protected:
   Cancel() { client.setTimeout(60s); }
-  std::future<nkr_error_t> read(std::uint32_t address = 0x60410000) {
-    return std::async(std::launch::async, [this, address] {
+  Future<nkr_error_t> read(std::uint32_t address = 0x60410000) {
+    return in_background([this, address] {
       std::string text;
       return client.getValue(kNode, address, text);
     });
@@ -41,7 +40,7 @@ TEST_F(Cancel, ARunningReadEndsAndItsServerIsToldSo) {
 TEST_F(Cancel, ThoseToOneNodeLeaveThoseToOthers) {
   ScriptedNode other(*bus, 11);
   auto reading = read();
-  auto beside = std::async(std::launch::async, [this] {
+  auto beside = in_background([this] {
     std::uint16_t value = 0;
     return client.getValue(11, 0x60410010, value);
   });
@@ -57,7 +56,7 @@ TEST_F(Cancel, ThoseToOneNodeLeaveThoseToOthers) {
 TEST_F(Cancel, SoEndThoseThatWaitForTheirTurn) {
   auto first = read();
   ASSERT_TRUE(node.wait_for_requests(1));
-  std::vector<std::future<nkr_error_t>> waiting;
+  std::vector<Future<nkr_error_t>> waiting;
   for (int i = 0; i < 3; ++i) waiting.push_back(read(0x20000000));
   std::atomic<int> told{0};
   for (int i = 0; i < 3; ++i)
@@ -67,11 +66,11 @@ TEST_F(Cancel, SoEndThoseThatWaitForTheirTurn) {
                                  ++told;
                                }),
               NKR_OK);
-  std::this_thread::sleep_for(50ms);  // they wait now
+  nkr::time::sleep_for(50ms);  // they wait now
   client.cancelRequests();
   EXPECT_EQ(first.get(), NKR_CAN_CANCELLED);
   for (auto& one : waiting) EXPECT_EQ(one.get(), NKR_CAN_CANCELLED);
-  while (told < 3) std::this_thread::sleep_for(1ms);
+  while (told < 3) nkr::time::sleep_for(1ms);
   ASSERT_TRUE(node.wait_for_requests(2));
   EXPECT_EQ(node.requests(), (std::vector<std::string>{kRead, kAbort}));
 }
@@ -82,11 +81,11 @@ TEST_F(Cancel, SoEndsOneThatWaitsForALateReply) {
   Client patient(bus, options);
   std::uint16_t value = 0;
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
-  auto waiting = std::async(std::launch::async, [&] {
+  auto waiting = in_background([&] {
     std::uint16_t other = 0;
     return patient.getValue(kNode, 0x60410010, other);
   });
-  std::this_thread::sleep_for(50ms);
+  nkr::time::sleep_for(50ms);
   patient.cancelRequests();
   EXPECT_EQ(waiting.get(), NKR_CAN_CANCELLED);
 }
@@ -107,8 +106,8 @@ TEST_F(Cancel, TheAnswerThatMayStillComeIsNotTakenForTheNext) {
   ASSERT_TRUE(node.wait_for_requests(1));
   client.cancelRequests();
   ASSERT_EQ(reading.get(), NKR_CAN_CANCELLED);
-  std::thread late([this] {
-    std::this_thread::sleep_for(30ms);
+  Thread late([this] {
+    nkr::time::sleep_for(30ms);
     node.reply("4B 41 60 00 99 99 00 00");
   });
   node.on(kRead, {"4B 41 60 00 37 02 00 00"});
@@ -128,8 +127,8 @@ TEST_F(Cancel, WithNothingUnderWayNothingHappens) {
 }
 
 TEST_F(Cancel, TheRecordSaysThatItWasCancelled) {
-  std::promise<nkr::canopen::FailureCause> cause;
-  std::thread caller([&] {
+  Promise<nkr::canopen::FailureCause> cause;
+  Thread caller([&] {
     std::uint16_t value = 0;
     EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_CAN_CANCELLED);
     nkr::canopen::RequestFailure failure;

@@ -2,12 +2,12 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
 #include "client/EventLog.hpp"
 #include "requests/Diagnosis.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -31,9 +31,9 @@ class Failure : public ClientTest {
   }
   void heard(std::uint8_t id, NMTState state) {
     NMTState seen{};
-    const auto deadline = Clock::now() + 20s;
-    while (client.getNMTState(id, seen) == NKR_OK && seen != state && Clock::now() < deadline)
-      std::this_thread::sleep_for(1ms);
+    const auto deadline = nkr::time::now() + 20s;
+    while (client.getNMTState(id, seen) == NKR_OK && seen != state && nkr::time::now() < deadline)
+      nkr::time::sleep_for(1ms);
     ASSERT_EQ(seen, state);
   }
 };
@@ -95,8 +95,8 @@ TEST_F(Failure, ANodeWhoseHeartbeatStayedAway) {
   client.setHeartbeatTimeout(kNode, 10ms);
   node.send(0x70A, "05");
   std::uint32_t age = 0;
-  while (client.getTimeSinceHeard(kNode, age) != NKR_OK) std::this_thread::sleep_for(1ms);
-  std::this_thread::sleep_for(20ms);
+  while (client.getTimeSinceHeard(kNode, age) != NKR_OK) nkr::time::sleep_for(1ms);
+  nkr::time::sleep_for(20ms);
   const RequestFailure failure = read_fails();
   EXPECT_EQ(failure.cause, FailureCause::HEARD_THEN_LOST);
   ASSERT_TRUE(failure.last_heard.has_value());
@@ -108,6 +108,7 @@ TEST_F(Failure, ANodeWithoutHeartbeatWhoseOtherFramesComeDidNotFallSilent) {
   client.setHeartbeatTimeout(kNode, 10ms);
   node.send(0x70A, "05");
   events.wait_for(Event::Kind::HEARTBEAT_LOST);
+  nkr::time::sleep_for(1ms);
   node.send(0x08A, "00 10 01 00 00 00 00 00");
   events.wait_for(Event::Kind::EMERGENCY);
   const RequestFailure failure = read_fails();
@@ -221,7 +222,7 @@ TEST_F(Failure, IsThatOfTheCallingThread) {
   node.on("40 41 60 00 00 00 00 00", {"80 41 60 00 00 00 02 06"});
   node.on("40 42 60 00 00 00 00 00", {"80 42 60 00 22 00 00 08"});
   read_fails();
-  std::thread other([this] {
+  Thread other([this] {
     RequestFailure failure;
     EXPECT_EQ(client.getLastFailure(kNode, failure), NKR_NOT_AVAILABLE) << "nothing has failed here";
     std::uint16_t value = 0;

@@ -1,11 +1,11 @@
 // An answer that comes too late is never taken for that of another request, whichever port of the bus sees it
 // first.
 #include <memory>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -29,12 +29,12 @@ class LaggingPort : public Port {
     if (!has_lagged_ && first_.size == 0) {
       const nkr_error_t result = port_->receive(first_, deadline, when);
       if (result != NKR_OK) return result;
-      handed_over_ = Clock::now() + 200ms;
+      handed_over_ = nkr::time::now() + 200ms;
     }
     if (!has_lagged_) {
       const Clock::time_point end = deadline.time();
-      std::this_thread::sleep_until(std::min(handed_over_, end));
-      if (Clock::now() < handed_over_) return NKR_CAN_TIMED_OUT;
+      nkr::time::sleep_until(std::min(handed_over_, end));
+      if (nkr::time::now() < handed_over_) return NKR_CAN_TIMED_OUT;
       has_lagged_ = true;
       frame = first_;
       return NKR_OK;
@@ -78,8 +78,8 @@ TEST_F(LateReply, IsNotTakenForThatOfTheNextRequestWhenTheOwnPortIsTheLastToRece
   std::uint16_t value = 0;
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
-  std::thread late([this] {
-    std::this_thread::sleep_for(50ms);
+  Thread late([this] {
+    nkr::time::sleep_for(50ms);
     node.reply("4B 41 60 00 99 99 00 00");
   });
   const nkr::canopen::SdoTimeoutScope timeout(30s);

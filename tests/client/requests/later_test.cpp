@@ -1,14 +1,13 @@
 // Requests that nobody waits for.
 #include <atomic>
 #include <cstdint>
-#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -32,10 +31,10 @@ class Later : public ClientTest {
     nkr_error_t result;
     Bytes value;
   };
-  using Answers = std::shared_ptr<std::promise<Answer>>;
+  using Answers = std::shared_ptr<Promise<Answer>>;
 
-  std::future<Answer> read(std::uint8_t id) {
-    const Answers answer = std::make_shared<std::promise<Answer>>();
+  Future<Answer> read(std::uint8_t id) {
+    const Answers answer = std::make_shared<Promise<Answer>>();
     EXPECT_EQ(client.readLater(id, kStatusWord,
                                [answer](nkr_error_t result, Bytes value) {
                                  answer->set_value({result, std::move(value)});
@@ -43,7 +42,7 @@ class Later : public ClientTest {
               NKR_OK);
     return answer->get_future();
   }
-  static Answer of(std::future<Answer>& future) {
+  static Answer of(Future<Answer>& future) {
     EXPECT_EQ(future.wait_for(20s), std::future_status::ready);
     return future.get();
   }
@@ -59,7 +58,7 @@ TEST_F(Later, AReadTellsTheBytes) {
 
 TEST_F(Later, AWriteTellsItsResult) {
   node.on("2B 42 60 00 64 00 00 00", {"80 42 60 00 22 00 00 08"});
-  std::promise<nkr_error_t> told;
+  Promise<nkr_error_t> told;
   ASSERT_EQ(
       client.writeLater(kNode, {0x6042, 0}, {0x64, 0}, [&](nkr_error_t result) { told.set_value(result); }),
       NKR_OK);
@@ -77,14 +76,14 @@ TEST_F(Later, ThoseToOneNodeAreMadeInOrder) {
     node.on(wanted.back(), {"60 42 60 00 00 00 00 00"});
     ASSERT_EQ(client.writeLater(kNode, {0x6042, 0}, {byte}, [&](nkr_error_t) { ++told; }), NKR_OK);
   }
-  while (told < 9) std::this_thread::sleep_for(1ms);
+  while (told < 9) nkr::time::sleep_for(1ms);
   EXPECT_EQ(node.requests(), wanted);
 }
 
 TEST_F(Later, NodesThatAreSilentHoldUpNoOther) {
   client.setTimeout(30s);
   node.on(kRead, {kReply});
-  std::vector<std::future<Answer>> silent;
+  std::vector<Future<Answer>> silent;
   for (std::uint8_t id = 20; id < 28; ++id) silent.push_back(read(id));
   auto answer = read(kNode);
   EXPECT_EQ(of(answer).result, NKR_OK);
@@ -102,7 +101,7 @@ TEST_F(Later, AllNodesOfABusAreAskedAtOnce) {
                      Clock::time_point::max());
       },
       result);
-  std::vector<std::future<Answer>> answers;
+  std::vector<Future<Answer>> answers;
   for (std::uint8_t id = 11; id <= 127; ++id) answers.push_back(read(id));
   for (std::size_t i = 0; i < answers.size(); ++i) {
     const Answer answer = of(answers[i]);
@@ -114,7 +113,7 @@ TEST_F(Later, AllNodesOfABusAreAskedAtOnce) {
 TEST_F(Later, AHandlerMayCallTheClientAndAskForMore) {
   node.on(kRead, {kReply});
   node.on("40 41 60 00 00 00 00 00", {kReply});
-  std::promise<std::uint16_t> told;
+  Promise<std::uint16_t> told;
   ASSERT_EQ(client.readLater(kNode, kStatusWord,
                              [&](nkr_error_t, const Bytes&) {
                                client.readLater(kNode, kStatusWord, [&](nkr_error_t, const Bytes&) {
@@ -131,7 +130,7 @@ TEST_F(Later, AHandlerMayCallTheClientAndAskForMore) {
 
 TEST_F(Later, AHandlerMayCloseTheClient) {
   node.on(kRead, {kReply});
-  std::promise<void> closed;
+  Signal closed;
   ASSERT_EQ(client.readLater(kNode, kStatusWord,
                              [&](nkr_error_t, const Bytes&) {
                                client.close();
@@ -196,7 +195,7 @@ TEST_F(Later, WhatAHandlerThrowsIsCountedAndEndsNothing) {
 
 TEST_F(Later, AHandlerCanGetWhatIsKnownOfAFailure) {
   node.on(kRead, {"80 41 60 00 00 00 02 06"});
-  std::promise<nkr::canopen::RequestFailure> told;
+  Promise<nkr::canopen::RequestFailure> told;
   ASSERT_EQ(client.readLater(kNode, kStatusWord,
                              [&](nkr_error_t, const Bytes&, const nkr::canopen::RequestFailure* failure) {
                                told.set_value(failure != nullptr ? *failure : nkr::canopen::RequestFailure());
@@ -206,7 +205,7 @@ TEST_F(Later, AHandlerCanGetWhatIsKnownOfAFailure) {
   ASSERT_EQ(failure.wait_for(20s), std::future_status::ready);
   EXPECT_EQ(failure.get().code, NKR_SDO_NO_OBJECT);
   node.on("2B 42 60 00 64 00 00 00", {"60 42 60 00 00 00 00 00"});
-  std::promise<bool> written;
+  Promise<bool> written;
   ASSERT_EQ(client.writeLater(kNode, {0x6042, 0}, {0x64, 0},
                               [&](nkr_error_t result, const nkr::canopen::RequestFailure* none) {
                                 written.set_value(result == NKR_OK && none == nullptr);

@@ -1,11 +1,10 @@
 #include <atomic>
 #include <cstdint>
-#include <future>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -21,7 +20,7 @@ class Threads : public ClientTest {};
 TEST_F(Threads, RequestsToOneNodeAreMadeInTheOrderInWhichTheyCame) {
   client.setTimeout(30s);
   constexpr int kCallers = 4;
-  std::vector<std::thread> callers;
+  std::vector<Thread> callers;
   for (int i = 0; i < kCallers; ++i) {
     callers.emplace_back([this, i] {
       std::uint8_t value = 0;
@@ -29,7 +28,7 @@ TEST_F(Threads, RequestsToOneNodeAreMadeInTheOrderInWhichTheyCame) {
       EXPECT_EQ(client.getValue(kNode, address, value), NKR_OK);
     });
     ASSERT_TRUE(node.wait_for_requests(1));
-    std::this_thread::sleep_for(30ms);  // the next one shall come after this one waits
+    nkr::time::sleep_for(30ms);  // the next one shall come after this one waits
   }
   for (int i = 0; i < kCallers; ++i) {
     ASSERT_TRUE(node.wait_for_requests(static_cast<std::size_t>(i) + 1));
@@ -37,20 +36,20 @@ TEST_F(Threads, RequestsToOneNodeAreMadeInTheOrderInWhichTheyCame) {
     EXPECT_EQ(node.requests().back(), "40 " + object + " 00 00 00 00");
     node.reply("4F " + object + " 01 00 00 00");
   }
-  for (std::thread& caller : callers) caller.join();
+  for (Thread& caller : callers) caller.join();
 }
 
 TEST_F(Threads, ATimeOutCoversTheWaitForOthers) {
-  auto slow = std::async(std::launch::async, [this] {
+  auto slow = in_background([this] {
     const nkr::canopen::SdoTimeoutScope patient(60s);
     std::uint16_t value = 0;
     return client.getValue(kNode, 0x20000000, value);
   });
   ASSERT_TRUE(node.wait_for_requests(1));
   std::uint16_t value = 0;
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
   EXPECT_EQ(node.requests().size(), 1U) << "it was not sent";
   nkr::canopen::RequestFailure failure;
   ASSERT_EQ(client.getLastFailure(kNode, failure), NKR_OK);
@@ -63,7 +62,7 @@ TEST_F(Threads, ATimeOutCoversTheWaitForOthers) {
 TEST_F(Threads, WhoGoesAwayUnservedLeavesTheQueueInOrder) {
   client.setTimeout(60s);
   const auto read = [this](std::uint32_t object, std::chrono::milliseconds timeout) {
-    return std::async(std::launch::async, [this, object, timeout] {
+    return in_background([this, object, timeout] {
       const nkr::canopen::SdoTimeoutScope scope(timeout);
       std::uint8_t value = 0;
       return client.getValue(kNode, object << 8, value);
@@ -73,7 +72,7 @@ TEST_F(Threads, WhoGoesAwayUnservedLeavesTheQueueInOrder) {
     auto first = read(0x200001, 60s);
     ASSERT_TRUE(node.wait_for_requests(2U * static_cast<unsigned>(round) + 1));
     auto impatient = read(0x200002, 30ms);
-    std::this_thread::sleep_for(10ms);
+    nkr::time::sleep_for(10ms);
     auto last = read(0x200003, 60s);
     auto impatient_too = read(0x200004, 30ms);
     EXPECT_EQ(impatient.get(), NKR_SDO_TIMED_OUT);
@@ -94,11 +93,11 @@ TEST_F(Threads, WhenNoMoreLateAnswersCanBeRememberedTheNodeIsHeldUp) {
   std::uint8_t value = 0;
   for (std::uint32_t object = 0; object < 16; ++object)
     ASSERT_EQ(patient.getValue(kNode, 0x20000000U | object << 8, value), NKR_SDO_TIMED_OUT);
-  auto next = std::async(std::launch::async, [&] {
+  auto next = in_background([&] {
     std::uint8_t read = 0;
     return patient.getValue(kNode, 0x20001100, read);
   });
-  std::this_thread::sleep_for(100ms);
+  nkr::time::sleep_for(100ms);
   EXPECT_EQ(node.requests().size(), 32U) << "16 requests and their aborts";
   patient.cancelRequests();
   EXPECT_EQ(next.get(), NKR_CAN_CANCELLED);
@@ -107,7 +106,7 @@ TEST_F(Threads, WhenNoMoreLateAnswersCanBeRememberedTheNodeIsHeldUp) {
 TEST_F(Threads, ANodeThatIsSilentDoesNotHoldUpOthers) {
   client.setNodeTimeout(11, 30s);
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
-  auto silent = std::async(std::launch::async, [this] {
+  auto silent = in_background([this] {
     std::uint16_t value = 0;
     return client.getValue(11, 0x60410010, value);
   });
@@ -120,9 +119,9 @@ TEST_F(Threads, ANodeThatIsSilentDoesNotHoldUpOthers) {
 
 TEST_F(Threads, ClosingWakesEveryWaiter) {
   client.setTimeout(60s);
-  std::vector<std::future<nkr_error_t>> waiting;
+  std::vector<Future<nkr_error_t>> waiting;
   for (int i = 0; i < 4; ++i) {
-    waiting.push_back(std::async(std::launch::async, [this] {
+    waiting.push_back(in_background([this] {
       std::uint16_t value = 0;
       return client.getValue(kNode, 0x60410010, value);
     }));
@@ -145,11 +144,11 @@ TEST_F(Threads, ClosingWakesWhoWaitsForALateReply) {
   Client patient(bus, options);
   std::uint16_t value = 0;
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
-  auto waiting = std::async(std::launch::async, [&] {
+  auto waiting = in_background([&] {
     std::uint16_t other = 0;
     return patient.getValue(kNode, 0x60410010, other);
   });
-  std::this_thread::sleep_for(30ms);
+  nkr::time::sleep_for(30ms);
   patient.close();
   EXPECT_EQ(waiting.get(), NKR_CAN_CLOSED);
 }
@@ -235,7 +234,7 @@ TEST(ManyThreads, GetTheAnswersToTheirOwnRequests) {
   options.late_reply_grace = 20ms;
   Client client(bus, options);
   std::atomic<unsigned> answered{0};
-  std::vector<std::thread> threads;
+  std::vector<Thread> threads;
   for (unsigned thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
       for (unsigned i = 0; i < kReads; ++i) {
@@ -252,7 +251,7 @@ TEST(ManyThreads, GetTheAnswersToTheirOwnRequests) {
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (Thread& thread : threads) thread.join();
   EXPECT_GT(answered.load(), kThreads * kReads / 2);
 }
 

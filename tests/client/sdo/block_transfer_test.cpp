@@ -6,12 +6,12 @@
 #include <numeric>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
 #include "client/EventLog.hpp"
 #include "sdo/Crc16.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -327,15 +327,15 @@ TEST_F(Block, FewerBytesThanStatedAreAborted) {
 TEST_F(Block, SegmentsOutOfSequenceDoNotProlongTheUpload) {
   node.on(kUpload, {"C2 50 1F 01 15 00 00 00"});
   std::atomic<bool> stop{false};
-  std::thread babbler([&] {
+  Thread babbler([&] {
     while (!stop) {
       node.reply("05 01 02 03 04 05 06 07");
-      std::this_thread::sleep_for(1ms);
+      nkr::time::sleep_for(1ms);
     }
   });
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_NE(blocks.getBytes(kNode, kAddress, bytes), NKR_OK);
-  EXPECT_LT(Clock::now() - start, 10s) << "with time-outs of 60 ms";
+  EXPECT_LT(nkr::time::now() - start, 10s) << "with time-outs of 60 ms";
   stop = true;
   babbler.join();
 }

@@ -1,11 +1,10 @@
 #include <atomic>
 #include <cstdint>
-#include <future>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "client/ClientFixture.hpp"
+#include "support/futures.hpp"
 
 namespace tests::client {
 namespace {
@@ -178,9 +177,9 @@ TEST_F(Sdo, AServerThatSendsEmptySegmentsForeverIsStopped) {
 }
 
 TEST_F(Sdo, AMissingReplyTimesOutAndIsAbortedOnTheBus) {
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);
-  EXPECT_GE(Clock::now() - start, 60ms);
+  EXPECT_GE(nkr::time::now() - start, 60ms);
   EXPECT_EQ(node.requests(), (Requests{kRead, kTimeOutAbort}));
 }
 
@@ -200,9 +199,9 @@ TEST_F(Sdo, ALateReplyIsNotTakenForTheNextRequestsAnswer) {
 TEST_F(Sdo, AnObjectThatTimedOutIsAskedAgainOnlyAfterTheGraceTime) {
   ASSERT_EQ(read(), NKR_SDO_TIMED_OUT);
   node.on(kRead, {kReply});
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_OK);
-  EXPECT_GE(Clock::now() - start, 100ms) << "the grace time is 120 ms";
+  EXPECT_GE(nkr::time::now() - start, 100ms) << "the grace time is 120 ms";
 }
 
 TEST_F(Sdo, AnObjectThatTimedOutIsAskedAgainAsSoonAsItsLateReplyCame) {
@@ -211,13 +210,13 @@ TEST_F(Sdo, AnObjectThatTimedOutIsAskedAgainAsSoonAsItsLateReplyCame) {
   nkr::canopen::Client patient(bus, options);
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
   node.on(kRead, {kReply});
-  std::thread late([this] {
-    std::this_thread::sleep_for(50ms);
+  Thread late([this] {
+    nkr::time::sleep_for(50ms);
     node.reply("4B 41 60 00 99 99 00 00");
   });
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_OK);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
   EXPECT_EQ(value, 0x0237);
   late.join();
 }
@@ -228,12 +227,12 @@ TEST_F(Sdo, OtherObjectsAreNotHeldUpByALateReply) {
   nkr::canopen::Client patient(bus, options);
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
   node.on("40 00 20 00 00 00 00 00", {"4B 41 60 00 99 99 00 00", "4B 00 20 00 01 00 00 00"});
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(patient.getValue(kNode, 0x20000000, value), NKR_OK);
   EXPECT_EQ(value, 1);
   node.on(kRead, {kReply});
   EXPECT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_OK) << "its late reply came meanwhile";
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
 }
 
 TEST_F(Sdo, WhoWaitsForALateReplyHoldsUpNobodyElse) {
@@ -242,12 +241,12 @@ TEST_F(Sdo, WhoWaitsForALateReplyHoldsUpNobodyElse) {
   nkr::canopen::Client patient(bus, options);
   ASSERT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
   std::uint16_t held = 0;
-  auto waiting = std::async(std::launch::async, [&] { return patient.getValue(kNode, 0x60410010, held); });
-  std::this_thread::sleep_for(50ms);  // it waits for the late answer now
+  auto waiting = in_background([&] { return patient.getValue(kNode, 0x60410010, held); });
+  nkr::time::sleep_for(50ms);  // it waits for the late answer now
   node.on("40 00 20 00 00 00 00 00", {"4B 00 20 00 01 00 00 00"});
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   for (int i = 0; i < 20; ++i) EXPECT_EQ(patient.getValue(kNode, 0x20000000, value), NKR_OK);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
   EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
   node.on(kRead, {kReply});
   node.reply("4B 41 60 00 99 99 00 00");
@@ -261,12 +260,11 @@ TEST_F(Sdo, WhatWaitsForALateReplyIsSentInTheOrderInWhichItCame) {
   options.late_reply_grace = 30s;
   nkr::canopen::Client patient(bus, options);
   ASSERT_EQ(patient.setValue(kNode, 0x60410010, std::uint16_t{9}), NKR_SDO_TIMED_OUT);
-  std::vector<std::future<nkr_error_t>> waiting;
+  std::vector<Future<nkr_error_t>> waiting;
   for (std::uint16_t i = 1; i <= 3; ++i) {
     node.on("2B 41 60 00 0" + std::to_string(i) + " 00 00 00", {"60 41 60 00 00 00 00 00"});
-    waiting.push_back(
-        std::async(std::launch::async, [&patient, i] { return patient.setValue(kNode, 0x60410010, i); }));
-    std::this_thread::sleep_for(50ms);
+    waiting.push_back(in_background([&patient, i] { return patient.setValue(kNode, 0x60410010, i); }));
+    nkr::time::sleep_for(50ms);
   }
   node.reply("60 41 60 00 00 00 00 00");
   for (auto& result : waiting) EXPECT_EQ(result.get(), NKR_OK);
@@ -281,7 +279,7 @@ TEST_F(Sdo, ALateSegmentIsNotTakenForOneOfTheNextTransfer) {
   ASSERT_EQ(client.getValue(kNode, 0x60410000, text), NKR_SDO_TIMED_OUT);
   node.on("40 08 10 00 00 00 00 00", {"41 08 10 00 03 00 00 00"});
   node.on("60 00 00 00 00 00 00 00", {"09 54 61 76 00 00 00 00"});
-  std::thread late([this] {
+  Thread late([this] {
     ASSERT_TRUE(node.wait_for_requests(4));
     node.reply("0B 58 59 00 00 00 00 00");  // "XY", of the first transfer
   });
@@ -322,10 +320,10 @@ TEST_F(Sdo, AServersOwnTimeOutAbortOwesNoLateReply) {
   nkr::canopen::Client patient(bus, options);
   node.on(kRead, {"80 41 60 00 00 00 04 05"});
   node.on(kRead, {kReply});
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_SDO_TIMED_OUT);
   EXPECT_EQ(patient.getValue(kNode, 0x60410010, value), NKR_OK);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
 }
 
 TEST_F(Sdo, ATimeOutAmidSegmentsIsAborted) {
@@ -339,15 +337,15 @@ TEST_F(Sdo, ATimeOutAmidSegmentsIsAborted) {
 
 TEST_F(Sdo, StrayFramesDoNotProlongTheWait) {
   std::atomic<bool> stop{false};
-  std::thread babbler([&] {
+  Thread babbler([&] {
     while (!stop) {
       node.reply("4B 42 60 00 11 11 00 00");
-      std::this_thread::sleep_for(1ms);
+      nkr::time::sleep_for(1ms);
     }
   });
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);
-  EXPECT_LT(Clock::now() - start, 10s);
+  EXPECT_LT(nkr::time::now() - start, 10s);
   stop = true;
   babbler.join();
 }
@@ -368,18 +366,18 @@ TEST_F(Sdo, NodeIdsOutside1To127AreRefusedAndNothingIsSent) {
     EXPECT_EQ(client.setBytes(id, 0x60410010, bytes), NKR_CAN_INVALID_NODE);
   }
   nkr::can::Frame frame;
-  EXPECT_EQ(tap->receive(frame, Clock::now()), NKR_CAN_TIMED_OUT) << nkr::can::to_string(frame);
+  EXPECT_EQ(tap->receive(frame, nkr::time::now()), NKR_CAN_TIMED_OUT) << nkr::can::to_string(frame);
 }
 
 TEST_F(Sdo, TheNodesTimeOutHoldsForItAlone) {
   EXPECT_EQ(client.setNodeTimeout(kNode, 30s), NKR_OK);
   EXPECT_EQ(client.setNodeTimeout(0, 30s), NKR_CAN_INVALID_NODE);
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(client.getValue(11, 0x60410010, value), NKR_SDO_TIMED_OUT);
-  EXPECT_LT(Clock::now() - start, 20s);
-  std::thread slow([this] {
+  EXPECT_LT(nkr::time::now() - start, 20s);
+  Thread slow([this] {
     ASSERT_TRUE(node.wait_for_requests(1));
-    std::this_thread::sleep_for(150ms);
+    nkr::time::sleep_for(150ms);
     node.reply(kReply);
   });
   EXPECT_EQ(read(), NKR_OK);
@@ -389,29 +387,29 @@ TEST_F(Sdo, TheNodesTimeOutHoldsForItAlone) {
 TEST_F(Sdo, TheObjectsTimeOutGoesBeforeTheNodes) {
   client.setNodeTimeout(kNode, 30s);
   client.setObjectTimeout({0x6041, 0}, 40ms);
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
 }
 
 TEST_F(Sdo, AScopeHoldsForItsThreadAndGoesBeforeAll) {
   client.setObjectTimeout({0x6041, 0}, 30s);
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   {
     const nkr::canopen::SdoTimeoutScope outer(30s);
     const nkr::canopen::SdoTimeoutScope inner(30ms);
     EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);
     EXPECT_EQ(nkr::canopen::SdoTimeoutScope::innermost(), &inner);
-    std::thread([] { EXPECT_EQ(nkr::canopen::SdoTimeoutScope::innermost(), nullptr); }).join();
+    Thread([] { EXPECT_EQ(nkr::canopen::SdoTimeoutScope::innermost(), nullptr); }).join();
   }
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
   EXPECT_EQ(nkr::canopen::SdoTimeoutScope::innermost(), nullptr);
 }
 
 TEST_F(Sdo, StoringParametersMayTakeSeconds) {
-  std::thread slow([this] {
+  Thread slow([this] {
     ASSERT_TRUE(node.wait_for_requests(1));
-    std::this_thread::sleep_for(200ms);
+    nkr::time::sleep_for(200ms);
     node.reply("60 10 10 01 00 00 00 00");
   });
   EXPECT_EQ(client.setValue(kNode, 0x10100100, std::uint32_t{0x65766173}), NKR_OK);
@@ -438,13 +436,13 @@ TEST_F(Sdo, WhatTheBusRefusesIsReturned) {
 
 TEST_F(Sdo, ABusThatFailsDuringTheWaitEndsItAtOnce) {
   client.setTimeout(30s);
-  std::thread failure([this] {
+  Thread failure([this] {
     ASSERT_TRUE(node.wait_for_requests(1));
     bus->set_state(nkr::can::BusState::BUS_OFF);
   });
-  const auto start = Clock::now();
+  const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_CAN_BUS_OFF);
-  EXPECT_LT(Clock::now() - start, 20s);
+  EXPECT_LT(nkr::time::now() - start, 20s);
   failure.join();
 }
 

@@ -85,7 +85,7 @@ nkr_error_t PdoExchange::exchange(const can::Frame* rpdo, const std::vector<cons
   const Clock::time_point end = time::now();
   late_count_ = result == NKR_OK ? 0 : collection.missing();
   late_until_ = can::time_after(end, grace());
-  if (result == NKR_OK && !pdos.empty()) longest_ = std::max(longest_, end - begin);
+  if (result == NKR_OK && !pdos.empty()) longest_ = std::max(longest_.value_or(end - begin), end - begin);
   return result;
 }
 
@@ -93,8 +93,8 @@ nkr_error_t PdoExchange::exchange(const can::Frame* rpdo, const std::vector<cons
 Clock::duration PdoExchange::grace() const {
   constexpr int kFactor = 8;
   constexpr std::chrono::milliseconds kLeast{10};
-  if (longest_ == Clock::duration::zero() || longest_ > late_grace_ / kFactor) return late_grace_;
-  return std::min<Clock::duration>(std::max<Clock::duration>(kFactor * longest_, kLeast), late_grace_);
+  if (!longest_ || *longest_ > late_grace_ / kFactor) return late_grace_;
+  return std::min<Clock::duration>(std::max<Clock::duration>(kFactor * *longest_, kLeast), late_grace_);
 }
 
 nkr_error_t PdoExchange::listen_to(const std::vector<const Pdo*>& pdos) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <nkr/can/Bus.hpp>
+#include <optional>
 #include <vector>
 
 #include "pdo/Pdo.hpp"
@@ -60,9 +61,9 @@ class PdoExchange {
   FifoGate gate_;
   std::unique_ptr<can::Port> listener_;  ///< hears SYNC and the PDOs with these identifiers
   std::vector<std::uint32_t> listened_;
-  can::Clock::time_point late_until_;  ///< PDOs of a SYNC that timed out may come until then
-  std::size_t late_count_ = 0;         ///< how many of them
-  can::Clock::duration longest_{};     ///< that a whole set of PDOs took after its SYNC; 0: none came
+  can::Clock::time_point late_until_;            ///< PDOs of a SYNC that timed out may come until then
+  std::size_t late_count_ = 0;                   ///< how many of them
+  std::optional<can::Clock::duration> longest_;  ///< that a whole set of PDOs took after its SYNC
 };
 
 }  // namespace nkr::canopen
