@@ -155,6 +155,12 @@ class Readme(unittest.TestCase):
         shown = re.search(r"  // README: begin\n(.*?)  // README: end\n", example, re.DOTALL).group(1)
         self.assertIn("```cpp\n" + textwrap.dedent(shown) + "```\n", (ROOT / "README.md").read_text())
 
+    def test_has_pages_that_show_an_example_as_it_is_built(self):
+        example = (ROOT / "examples" / "virtual_time.cpp").read_text()
+        marked = r"// virtual-drive.md: begin\n(.*?)// virtual-drive.md: end\n"
+        shown = re.search(marked, example, re.DOTALL).group(1)
+        self.assertIn("```cpp\n" + shown + "```\n", (ROOT / "docs" / "virtual-drive.md").read_text())
+
     def test_links_to_files_that_exist(self):
         for page in (*ROOT.glob("*.md"), *ROOT.glob("docs/*.md")):
             for link in re.findall(r"\]\(([^)#:]+)\)", page.read_text()):
