@@ -35,7 +35,7 @@ class HandlerNode {
   void answer(std::uint32_t node, const Frame& request) {
     Frame reply = request;
     reply.id = kReply + node;
-    port_->send(reply, kForever);
+    static_cast<void>(port_->send(reply, kForever));
   }
 
   std::unique_ptr<Port> port_;
@@ -46,7 +46,7 @@ void exchange(benchmark::State& state, Port& client) {
   Frame reply;
   for (auto iteration : state) {
     static_cast<void>(iteration);
-    client.send(request, kForever);
+    static_cast<void>(client.send(request, kForever));
     if (client.receive(reply, kForever) != NKR_OK) {
       state.SkipWithError("no reply");
       return;
@@ -93,7 +93,7 @@ void between_threads(benchmark::State& state, const std::string& bus_name) {
     Frame frame;
     while (server->receive(frame, kForever) == NKR_OK) {
       frame.id = kReply + 1;
-      server->send(frame, kForever);
+      static_cast<void>(server->send(frame, kForever));
     }
   });
   exchange(state, *client);

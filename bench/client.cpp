@@ -35,7 +35,8 @@ class EchoNode {
       : reply_{0x580U + node, {0x4B, 0x41, 0x60, 0, 0x37, 2, 0, 0}} {
     nkr_error_t result = NKR_OK;
     port_ = bus.open_handler(
-        {{0x600U + node}}, [this](const Frame& /*request*/) { port_->send(reply_, kForever); }, result);
+        {{0x600U + node}},
+        [this](const Frame& /*request*/) { static_cast<void>(port_->send(reply_, kForever)); }, result);
   }
 
  private:
@@ -59,7 +60,7 @@ void bare_exchange(benchmark::State& state) {
   Frame reply;
   for (auto iteration : state) {
     static_cast<void>(iteration);
-    port->send(request, kForever);
+    static_cast<void>(port->send(request, kForever));
     if (port->receive(reply, kForever) != NKR_OK) state.SkipWithError("no reply");
   }
   state.SetItemsProcessed(state.iterations());
@@ -73,7 +74,7 @@ void read(benchmark::State& state, const ClientOptions& options) {
   const EchoNode node(*bus, 1);
   Client client(bus, options);
   std::uint16_t value = 0;
-  client.getValue(1, kObject, value);
+  static_cast<void>(client.getValue(1, kObject, value));
   const std::uint64_t before = allocations();
   for (auto iteration : state) {
     static_cast<void>(iteration);
@@ -112,7 +113,7 @@ class Devices {
     thread_ = std::thread([this] {
       Frame request;
       while (port_->receive(request, kForever) == NKR_OK)
-        port_->send({request.id - 0x80, {0x4B, 0x41, 0x60, 0, 0x37, 2, 0, 0}}, kForever);
+        static_cast<void>(port_->send({request.id - 0x80, {0x4B, 0x41, 0x60, 0, 0x37, 2, 0, 0}}, kForever));
     });
   }
   ~Devices() {
@@ -177,7 +178,7 @@ void bare_exchange_on(benchmark::State& state, const std::string& name) {
   Frame reply;
   for (auto iteration : state) {
     static_cast<void>(iteration);
-    port->send(request, kForever);
+    static_cast<void>(port->send(request, kForever));
     if (port->receive(reply, Clock::now() + std::chrono::seconds(1)) != NKR_OK)
       return state.SkipWithError("no reply");
   }

@@ -66,8 +66,8 @@ TEST(InProcessBus, PortWithoutFiltersHearsExtendedAndErrorFrames) {
   extended.extended = true;
   Frame error{0x40, {}};
   error.error = true;
-  sender->send(extended, kNow);
-  sender->send(error, kNow);
+  static_cast<void>(sender->send(extended, kNow));
+  static_cast<void>(sender->send(error, kNow));
   EXPECT_EQ(all_received(*listener), (std::vector<Frame>{extended, error}));
 }
 
@@ -87,7 +87,7 @@ TEST(InProcessBus, AFrameWakesTheWaitingReceiver) {
   const auto receiver = open_port(bus);
   std::thread late([&] {
     std::this_thread::sleep_for(30ms);
-    sender->send({0x123, {7}}, kNow);
+    static_cast<void>(sender->send({0x123, {7}}, kNow));
   });
   Frame frame;
   EXPECT_EQ(receiver->receive(frame, kForever), NKR_OK);
@@ -129,7 +129,7 @@ TEST(InProcessBusHandler, HasAnsweredWhenSendReturns) {
   const auto client = open_port(bus, {{0x581}});
   std::unique_ptr<Port> server;
   server = open_handler(bus, {{0x601}}, [&](const Frame& request) {
-    server->send({0x581, {request.data[0]}}, kNow);
+    static_cast<void>(server->send({0x581, {request.data[0]}}, kNow));
   });
   EXPECT_EQ(client->send({0x601, {42}}, kNow), NKR_OK);
   Frame reply;
@@ -160,10 +160,12 @@ TEST(InProcessBusHandler, MustNotBeEmpty) {
 TEST(InProcessBusHandler, ListenersSeeTheRequestBeforeItsAnswer) {
   InProcessBus bus;
   std::unique_ptr<Port> server;
-  server = open_handler(bus, {{0x601}}, [&](const Frame&) { server->send({0x581, {}}, kNow); });
+  server = open_handler(bus, {{0x601}}, [&](const Frame&) {
+    static_cast<void>(server->send({0x581, {}}, kNow));
+  });
   const auto listener = open_port(bus);
   const auto client = open_port(bus);
-  client->send({0x601, {}}, kNow);
+  static_cast<void>(client->send({0x601, {}}, kNow));
   EXPECT_EQ(all_received(*listener), (std::vector<Frame>{{0x601, {}}, {0x581, {}}}));
 }
 
@@ -174,12 +176,14 @@ TEST(InProcessBusHandler, GetsWhatItsOwnSendBroughtBackAfterItReturned) {
   std::unique_ptr<Port> answering;
   asking = open_handler(bus, {{0x1}, {0x3}}, [&](const Frame& frame) {
     order.push_back("begin " + std::to_string(frame.id));
-    if (frame.id == 1) asking->send({0x2, {}}, kNow);
+    if (frame.id == 1) static_cast<void>(asking->send({0x2, {}}, kNow));
     order.push_back("end " + std::to_string(frame.id));
   });
-  answering = open_handler(bus, {{0x2}}, [&](const Frame&) { answering->send({0x3, {}}, kNow); });
+  answering = open_handler(bus, {{0x2}}, [&](const Frame&) {
+    static_cast<void>(answering->send({0x3, {}}, kNow));
+  });
   const auto client = open_port(bus);
-  client->send({0x1, {}}, kNow);
+  static_cast<void>(client->send({0x1, {}}, kNow));
   EXPECT_EQ(order, (std::vector<std::string>{"begin 1", "end 1", "begin 3", "end 3"}));
 }
 
@@ -192,8 +196,8 @@ TEST(InProcessBusHandler, MayCloseItsOwnPort) {
     once->close();
   });
   const auto sender = open_port(bus);
-  sender->send({1, {}}, kNow);
-  sender->send({2, {}}, kNow);
+  static_cast<void>(sender->send({1, {}}, kNow));
+  static_cast<void>(sender->send({2, {}}, kNow));
   EXPECT_EQ(calls, 1);
 }
 
@@ -222,7 +226,7 @@ TEST(InProcessBusHandler, IsNotRunningAnyMoreWhenDestructionReturns) {
     std::this_thread::sleep_for(50ms);
     left = true;
   });
-  std::thread sending([&] { sender->send({1, {}}, kNow); });
+  std::thread sending([&] { static_cast<void>(sender->send({1, {}}, kNow)); });
   while (!entered) std::this_thread::yield();
   slow.reset();
   EXPECT_TRUE(left);
@@ -237,7 +241,7 @@ TEST(InProcessBusHandler, RunsWithoutALockOfTheBus) {
     std::thread other([&] { sent = open_port(bus)->send({0x2, {}}, kNow); });
     other.join();
   });
-  sender->send({0x1, {}}, kNow);
+  static_cast<void>(sender->send({0x1, {}}, kNow));
   EXPECT_EQ(sent, NKR_OK);
 }
 
@@ -245,7 +249,7 @@ TEST(InProcessBus, BusOffRefusesSendsAndIsToldOnce) {
   InProcessBus bus;
   const auto sender = open_port(bus);
   const auto receiver = open_port(bus);
-  sender->send({0x1, {}}, kNow);
+  static_cast<void>(sender->send({0x1, {}}, kNow));
   bus.set_state(BusState::BUS_OFF);
   EXPECT_EQ(sender->send({0x2, {}}, kNow), NKR_CAN_BUS_OFF);
   Frame frame;
@@ -278,7 +282,7 @@ TEST(InProcessBus, ManyThreadsSendWhilePortsComeAndGo) {
   std::atomic<Port*> answering{nullptr};
   server = open_handler(bus, {{0x600, 0x780}}, [&](const Frame& request) {
     ++handled;
-    answering.load()->send({request.id - 0x80, {request.data[0], request.data[1]}}, kNow);
+    static_cast<void>(answering.load()->send({request.id - 0x80, {request.data[0], request.data[1]}}, kNow));
   });
   answering = server.get();
   constexpr int kRounds = 300;

@@ -43,7 +43,7 @@ TEST_F(HandlerOfAnyBus, AnswersOnAThreadOfItsOwn) {
   const auto client = open_port(bus, {{0x581}});
   const auto sender = open_port(bus, {{0x7FF}});
   const auto server = open_handler({{0x601}}, [&](const Frame&) {
-    sender->send({0x581, {2}}, kForever);
+    static_cast<void>(sender->send({0x581, {2}}, kForever));
     answered_on.set_value(std::this_thread::get_id());
   });
   EXPECT_EQ(client->send({0x601, {1}}, kNow), NKR_OK);
@@ -61,7 +61,7 @@ TEST_F(HandlerOfAnyBus, IsNotRunningAnyMoreWhenDestructionReturns) {
     go_on.get_future().wait();
     left = true;
   });
-  open_port(bus)->send({1, {}}, kNow);
+  static_cast<void>(open_port(bus)->send({1, {}}, kNow));
   entered.get_future().wait();
   std::thread later([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
@@ -83,9 +83,9 @@ TEST_F(HandlerOfAnyBus, MayCloseItsOwnPort) {
   });
   opened.set_value();
   const auto sender = open_port(bus);
-  sender->send({1, {}}, kNow);
+  static_cast<void>(sender->send({1, {}}, kNow));
   closed.get_future().wait();
-  sender->send({2, {}}, kNow);
+  static_cast<void>(sender->send({2, {}}, kNow));
   EXPECT_EQ(once->receive(frame, soon()), NKR_CAN_CLOSED);
 }
 
@@ -99,7 +99,7 @@ TEST_F(HandlerOfAnyBus, MayDestroyItsOwnPort) {
     destroyed.set_value();
   });
   opened.set_value();
-  open_port(bus)->send({1, {}}, kNow);
+  static_cast<void>(open_port(bus)->send({1, {}}, kNow));
   destroyed.get_future().wait();
 }
 
@@ -110,14 +110,14 @@ TEST_F(HandlerOfAnyBus, ThatThrowsGetsTheNextFrame) {
     throw std::runtime_error("handler");
   });
   const auto sender = open_port(bus);
-  sender->send({1, {}}, kNow);
-  sender->send({2, {}}, kNow);
+  static_cast<void>(sender->send({1, {}}, kNow));
+  static_cast<void>(sender->send({2, {}}, kNow));
   second.get_future().wait();
 }
 
 TEST_F(HandlerOfAnyBus, LeavesNothingToReceive) {
   const auto port = open_handler({}, [](const Frame&) {});
-  open_port(bus)->send({1, {}}, kNow);
+  static_cast<void>(open_port(bus)->send({1, {}}, kNow));
   EXPECT_EQ(port->receive(frame, std::chrono::milliseconds(10)), NKR_CAN_TIMED_OUT);
   EXPECT_EQ(port->send({1, {}}, kNow), NKR_OK);
   expect_close_wakes_every_receiver(*port);
@@ -138,8 +138,8 @@ TEST(Drain, HandsOverWhatIsThereAndTakesWhatWasToBeTold) {
   InProcessBus bus;
   const auto sender = open_port(bus);
   const auto receiver = open_port(bus);
-  sender->send({1, {}}, kNow);
-  sender->send({2, {}}, kNow);
+  static_cast<void>(sender->send({1, {}}, kNow));
+  static_cast<void>(sender->send({2, {}}, kNow));
   bus.set_state(nkr::can::BusState::BUS_OFF);
   bus.set_state(nkr::can::BusState::ERROR_PASSIVE);
   bus.set_state(nkr::can::BusState::BUS_OFF);

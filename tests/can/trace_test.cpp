@@ -33,7 +33,7 @@ TEST_F(TracingBusTest, ShowsTheRequestBeforeItsAnswer) {
   server = bus->open_handler(
       {{0x601}},
       [&](const Frame&) {
-        server->send({0x581, {2}}, kNow);
+        static_cast<void>(server->send({0x581, {2}}, kNow));
       },
       result);
   const auto client = tracing.open({{0x581}}, result);
@@ -57,8 +57,8 @@ TEST_F(TracingBusTest, ShowsWhatAHandlerGetsAndWhatIsDrained) {
   ASSERT_EQ(result, NKR_OK);
   const auto queue = tracing.open({{0x602}}, result);
   const auto sender = open_port(*bus);
-  sender->send({0x601, {1}}, kNow);
-  sender->send({0x602, {2}}, kNow);
+  static_cast<void>(sender->send({0x601, {1}}, kNow));
+  static_cast<void>(sender->send({0x602, {2}}, kNow));
   int drained = 0;
   EXPECT_EQ(queue->drain([&](const Frame&) { ++drained; }, kNow), NKR_OK);
   EXPECT_EQ(handled, 1);

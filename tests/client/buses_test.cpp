@@ -114,7 +114,7 @@ class UnixBus : public testing::Test {
         {{0x600, 0x780}},
         [this](const Frame& request) {
           if (request.data[0] != 0x40 && request.data[0] != 0xA4) return;
-          sender_->send(answer_to(request, ++answers_), Deadline::never());
+          static_cast<void>(sender_->send(answer_to(request, ++answers_), Deadline::never()));
         },
         result);
     ASSERT_TRUE(nodes_);

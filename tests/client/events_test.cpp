@@ -73,7 +73,7 @@ TEST_F(Events, ABootUpOfANodeThatWasThereIsUnexpected) {
 TEST_F(Events, ABootUpAfterOurOwnResetIsExpectedOnce) {
   node.send(0x70A, "05");
   wait_for(Kind::STATE_CHANGED);
-  client.setNMTState(kNode, NMTCommand::RESET_NODE);
+  static_cast<void>(client.setNMTState(kNode, NMTCommand::RESET_NODE));
   node.send(0x70A, "00");
   wait_for(Kind::BOOT_UP);
   EXPECT_EQ(count(Kind::UNEXPECTED_BOOT_UP), 0U);
@@ -84,14 +84,14 @@ TEST_F(Events, ABootUpAfterOurOwnResetIsExpectedOnce) {
 TEST_F(Events, ABroadcastResetExpectsEveryNodesBootUp) {
   node.send(0x70A, "05");
   wait_for(Kind::STATE_CHANGED);
-  client.broadcastNMTCommand(NMTCommand::RESET_COMMUNICATION);
+  static_cast<void>(client.broadcastNMTCommand(NMTCommand::RESET_COMMUNICATION));
   node.send(0x70A, "00");
   wait_for(Kind::BOOT_UP);
   EXPECT_EQ(count(Kind::UNEXPECTED_BOOT_UP), 0U);
 }
 
 TEST_F(Events, ALostHeartbeatIsToldOnceAndItsReturnToo) {
-  client.setHeartbeatTimeout(kNode, 50ms);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 50ms));
   node.send(0x70A, "05");
   EXPECT_EQ(wait_for(Kind::HEARTBEAT_LOST).node, kNode);
   nkr::time::sleep_for(150ms);
@@ -108,16 +108,16 @@ TEST_F(Events, ANodeThatIsExpectedAndNeverHeardIsTold) {
 }
 
 TEST_F(Events, ANodeThatIsHeardInTimeIsNotMissed) {
-  client.expectNode(kNode, 150ms);
-  client.expectNode(11, 200ms);
+  static_cast<void>(client.expectNode(kNode, 150ms));
+  static_cast<void>(client.expectNode(11, 200ms));
   node.send(0x70A, "00");
   EXPECT_EQ(wait_for(Kind::NEVER_HEARD).node, 11);
   EXPECT_EQ(count(Kind::NEVER_HEARD), 1U);
 }
 
 TEST_F(Events, ANodeThatAnswersRequestsIsNotMissedForItsMissingHeartbeat) {
-  client.expectNode(kNode, 150ms);
-  client.expectNode(11, 200ms);
+  static_cast<void>(client.expectNode(kNode, 150ms));
+  static_cast<void>(client.expectNode(11, 200ms));
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
   std::uint16_t value = 0;
   EXPECT_EQ(client.getValue(kNode, 0x60410010, value), NKR_OK);
@@ -199,7 +199,7 @@ TEST_F(Events, HandlersGoOnAfterTheLossOfTheInterface) {
 }
 
 TEST_F(Events, AnIdleClientUsesNoProcessorTime) {
-  client.setHeartbeatTimeout(kNode, 30s);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 30s));
   node.send(0x70A, "05");
   wait_for(Kind::STATE_CHANGED);
   const std::uint64_t before = virtual_time.switches();

@@ -66,7 +66,7 @@ class Device {
     } else {
       return;
     }
-    port_->send(reply, Clock::now() + 1s);
+    static_cast<void>(port_->send(reply, Clock::now() + 1s));
   }
 
   std::array<std::uint8_t, 4> number_{};

@@ -51,9 +51,9 @@ TEST_F(Limits, TheLongestTimeOutWaits) {
   client.setTimeout(kForever);
   EXPECT_EQ(read_slow_answer(), NKR_OK);
   client.setTimeout(60ms);
-  client.setNodeTimeout(kNode, kForever);
+  static_cast<void>(client.setNodeTimeout(kNode, kForever));
   EXPECT_EQ(read_slow_answer(), NKR_OK);
-  client.setNodeTimeout(kNode, 0ms);
+  static_cast<void>(client.setNodeTimeout(kNode, 0ms));
   client.setObjectTimeout({0x6041, 0}, kForever);
   EXPECT_EQ(read_slow_answer(), NKR_OK);
   client.setObjectTimeout({0x6041, 0}, 0ms);

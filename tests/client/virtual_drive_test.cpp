@@ -192,7 +192,7 @@ TEST_F(WithDrive, AnUnexpectedRestartIsToldAndThePdosAreLookedUpAgain) {
   ASSERT_EQ(sync(out), NKR_OK);
   nkr_error_t result = NKR_ERROR;
   const auto somebody_else = bus->open({{0x7FF}}, result);
-  somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max());
+  static_cast<void>(somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max()));
   EXPECT_TRUE(came(Event::Kind::UNEXPECTED_BOOT_UP));
   ASSERT_TRUE(state_becomes(NMTState::PRE_OPERATIONAL));
   make_operational();
@@ -214,7 +214,7 @@ TEST_F(WithDrive, ARestartedDriveGetsItsConfigurationBackAndStaysStill) {
     ASSERT_EQ(client.setValue(kNode, 0x60400010, std::uint16_t{control_word}), NKR_OK);
   nkr_error_t result = NKR_ERROR;
   const auto somebody_else = bus->open({{0x7FF}}, result);
-  somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max());
+  static_cast<void>(somebody_else->send({0x000, {0x81, kNode}}, Clock::time_point::max()));
   ASSERT_TRUE(came(Event::Kind::RECOVERED));
   std::uint32_t mapped = 0;
   EXPECT_EQ(client.getValue(kNode, 0x1A000220, mapped), NKR_OK);

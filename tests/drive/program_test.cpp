@@ -112,7 +112,7 @@ class TestBus {
   TestBus& operator=(const TestBus&) = delete;
 
   [[nodiscard]] std::string name() const { return "unix:" + path_; }
-  void send(const std::string& frame) { port_->send(frame_of(frame), deadline()); }
+  void send(const std::string& frame) { static_cast<void>(port_->send(frame_of(frame), deadline())); }
   /** The next frame with that identifier; an empty text when none comes. */
   std::string next(std::uint32_t id) {
     const auto until = deadline();

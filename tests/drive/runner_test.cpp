@@ -95,7 +95,7 @@ TEST(Runner, AnswersOnTheSendersThreadOfTheInProcessBus) {
   ASSERT_NE(port, nullptr);
   // A heartbeat may be going out at that moment, on the drive's own thread; it then carries the answer out.
   for (int attempt = 0; attempt < 100 && answered_on != std::this_thread::get_id(); ++attempt) {
-    port->send(frame_of("601#4000100000000000"), Clock::now());
+    static_cast<void>(port->send(frame_of("601#4000100000000000"), Clock::now()));
   }
   EXPECT_EQ(answered_on, std::this_thread::get_id());
   port->close();
@@ -109,8 +109,8 @@ TEST(Runner, WakesUpForATimeThatAFrameMadeEarlier) {
   ASSERT_NE(port, nullptr);
   Runner runner(*drive);
   ASSERT_EQ(runner.start(bus), NKR_OK);
-  port->send(frame_of("601#2B17100000000000"), Clock::now());
-  port->send(frame_of("601#2B1710000A000000"), Clock::now());
+  static_cast<void>(port->send(frame_of("601#2B17100000000000"), Clock::now()));
+  static_cast<void>(port->send(frame_of("601#2B1710000A000000"), Clock::now()));
   EXPECT_EQ(next_frame(*port, 0x701), "701#00");
   EXPECT_EQ(next_frame(*port, 0x701), "701#7F");
   EXPECT_EQ(next_frame(*port, 0x701), "701#7F");
@@ -180,7 +180,8 @@ TEST(Runner, ManyThreadsMayAskAtOnce) {
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
-      for (int k = 0; k < kRequests; ++k) senders->send(frame_of("601#4000100000000000"), Clock::now());
+      for (int k = 0; k < kRequests; ++k)
+        static_cast<void>(senders->send(frame_of("601#4000100000000000"), Clock::now()));
     });
   }
   for (std::thread& thread : threads) thread.join();
@@ -222,7 +223,7 @@ TEST(Runner, LeavesTheBusWhenItIsDestroyed) {
     Runner runner(*drive);
     ASSERT_EQ(runner.start(bus), NKR_OK);
   }
-  port->send(frame_of("601#4000100000000000"), Clock::now());
+  static_cast<void>(port->send(frame_of("601#4000100000000000"), Clock::now()));
   Frame frame;
   EXPECT_NE(port->receive(frame, Clock::now()), NKR_OK);
 }

@@ -56,7 +56,7 @@ void ScriptedNode::reply(const std::string& data) {
 }
 
 void ScriptedNode::send(std::uint32_t id, const std::string& data) {
-  sender_->send(frame_of(id, data), Clock::time_point::max());
+  static_cast<void>(sender_->send(frame_of(id, data), Clock::time_point::max()));
 }
 
 std::vector<std::string> ScriptedNode::requests() const {

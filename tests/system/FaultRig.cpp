@@ -145,7 +145,7 @@ FaultRig::FaultRig(const RigFiles& files, std::uint32_t context, std::chrono::mi
 void FaultRig::await_boot_up() {
   nkr::canopencore::NMTState state{};
   while (time_.elapsed() < std::chrono::seconds(20)) {
-    client_->getNMTState(DispatcherBench::kNode, state);
+    static_cast<void>(client_->getNMTState(DispatcherBench::kNode, state));
     if (state == nkr::canopencore::NMTState::PRE_OPERATIONAL) return;
     nkr::time::sleep_for(std::chrono::milliseconds(1));
   }

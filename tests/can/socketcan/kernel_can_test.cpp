@@ -158,7 +158,8 @@ TEST_F(KernelCan, ManyRoundTripsBetweenThreads) {
   constexpr int kRounds = 500;
   std::thread serving([&] {
     Frame request;
-    while (server->receive(request, kForever) == NKR_OK) server->send({0x581, {request.data[0]}}, soon());
+    while (server->receive(request, kForever) == NKR_OK)
+      static_cast<void>(server->send({0x581, {request.data[0]}}, soon()));
   });
   for (int round = 0; round < kRounds; ++round) {
     const auto value = static_cast<std::uint8_t>(round & 0xFF);

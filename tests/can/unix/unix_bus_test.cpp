@@ -24,11 +24,11 @@ void serve(const std::string& name) {
   if (bus == nullptr) return;
   const auto port = bus->open({{0x601}}, result);
   if (port == nullptr) return;
-  port->send({0x701, {0}}, soon());
+  static_cast<void>(port->send({0x701, {0}}, soon()));
   Frame request;
   for (;;) {
     result = port->receive(request, kForever);
-    if (result == NKR_OK) port->send({0x581, {request.data[0]}}, soon());
+    if (result == NKR_OK) static_cast<void>(port->send({0x581, {request.data[0]}}, soon()));
   }
 }
 
@@ -76,8 +76,8 @@ TEST_F(UnixBusTest, FiltersLetPassWhatMatches) {
   const auto bus = open_bus();
   const auto sender = open_port(*bus);
   const auto filtered = open_port(*bus, {{0x581}});
-  sender->send({0x582, {}}, soon());
-  sender->send({0x581, {1}}, soon());
+  static_cast<void>(sender->send({0x582, {}}, soon()));
+  static_cast<void>(sender->send({0x581, {1}}, soon()));
   expect_receives(*filtered, {0x581, {1}});
 }
 
@@ -180,7 +180,7 @@ TEST_F(UnixBusTest, AKilledMemberDisturbsNobody) {
     Process chatty([this] {
       const auto own_bus = open_bus();
       const auto port = open_port(*own_bus);
-      for (;;) port->send({0x7E0, {1, 2, 3}}, kNow);
+      for (;;) static_cast<void>(port->send({0x7E0, {1, 2, 3}}, kNow));
     });
     std::this_thread::sleep_for(20ms);
     chatty.kill();
@@ -254,7 +254,7 @@ TEST_F(UnixBusTest, MembersComeAndGoWhileOthersTalk) {
     Frame request;
     nkr_error_t result = NKR_OK;
     while ((result = server->receive(request, kForever)) != NKR_CAN_CLOSED) {
-      if (result == NKR_OK) server->send({0x581, {request.data[0]}}, soon());
+      if (result == NKR_OK) static_cast<void>(server->send({0x581, {request.data[0]}}, soon()));
     }
   });
   std::atomic<bool> done{false};
@@ -262,7 +262,7 @@ TEST_F(UnixBusTest, MembersComeAndGoWhileOthersTalk) {
     while (!done) {
       const auto bus = open_bus();
       const auto port = open_port(*bus);
-      port->send({0x700, {}}, soon());
+      static_cast<void>(port->send({0x700, {}}, soon()));
     }
   });
   const auto bus = open_bus();

@@ -68,7 +68,7 @@ TEST_F(UnixDrainTest, OfTwoThatAskTheSameNodeNoneTakesTheOthersAnswers) {
   std::thread serving([&] {
     Frame request;
     while (server->receive(request, kForever) == NKR_OK)
-      server->send({kReply, {request.data[0], request.data[1]}}, soon());
+      static_cast<void>(server->send({kReply, {request.data[0], request.data[1]}}, soon()));
   });
   const auto ask = [&](Port& asking, std::uint32_t number) {
     EXPECT_EQ(asking.drain([](const Frame&) {}, soon()), NKR_OK);
@@ -122,7 +122,7 @@ TEST_F(UnixDrainTest, WhatFiltersKeepOutIsNeitherKeptNorLost) {
     ASSERT_EQ(sender->send({0x100, {}}, soon()), NKR_OK);
     ASSERT_EQ(all->receive(seen, soon()), NKR_OK);
   }
-  sender->send(numbered(7), soon());
+  static_cast<void>(sender->send(numbered(7), soon()));
   EXPECT_EQ(port->receive(frame, soon()), NKR_OK);
   EXPECT_EQ(frame, numbered(7));
   EXPECT_EQ(port->status().dropped, 0U);
@@ -136,8 +136,8 @@ TEST_F(UnixDrainElsewhereTest, EndsAtItsDeadlineWhenTheListenerDoesNotAnswer) {
     const auto own_port = open_port(*own_bus, {{0x600}});
     Frame request;
     static_cast<void>(own_port->receive(request, kForever));
-    for (std::uint32_t i = 0; i < 1000; ++i) own_port->send({kReply, {}}, soon());
-    own_port->send({0x602, {}}, soon());
+    for (std::uint32_t i = 0; i < 1000; ++i) static_cast<void>(own_port->send({kReply, {}}, soon()));
+    static_cast<void>(own_port->send({0x602, {}}, soon()));
     ::pause();
   });
   while (::access(path.c_str(), F_OK) != 0) std::this_thread::sleep_for(1ms);

@@ -44,7 +44,7 @@ class GuardedNode {
     send(static_cast<std::uint8_t>(state_ | toggle_));
     if (toggles_) toggle_ ^= 0x80;
   }
-  void send(std::uint8_t byte) { sender_->send({id_, {byte}}, Clock::time_point::max()); }
+  void send(std::uint8_t byte) { static_cast<void>(sender_->send({id_, {byte}}, Clock::time_point::max())); }
 
   const std::uint32_t id_;
   std::atomic<std::uint8_t> state_{0x7F};

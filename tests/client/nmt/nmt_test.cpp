@@ -104,7 +104,7 @@ TEST_F(Nmt, OtherNodesHeartbeatsAndEmptyFramesSayNothing) {
 }
 
 TEST_F(Nmt, ALostHeartbeatIsUnknownAndItsReturnIsKnown) {
-  client.setHeartbeatTimeout(kNode, 150ms);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 150ms));
   node.send(0x70A, "05");
   EXPECT_EQ(state_becomes(NMTState::OPERATIONAL), NMTState::OPERATIONAL);
   EXPECT_EQ(state_becomes(NMTState::UNKNOWN), NMTState::UNKNOWN);
@@ -113,7 +113,7 @@ TEST_F(Nmt, ALostHeartbeatIsUnknownAndItsReturnIsKnown) {
 }
 
 TEST_F(Nmt, MonitoringStartsWithTheFirstHeartbeatNotWithTheBootUp) {
-  client.setHeartbeatTimeout(kNode, 20ms);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 20ms));
   node.send(0x70A, "00");
   EXPECT_EQ(state_becomes(NMTState::PRE_OPERATIONAL), NMTState::PRE_OPERATIONAL);
   nkr::time::sleep_for(60ms);

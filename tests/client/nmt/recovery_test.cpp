@@ -70,7 +70,7 @@ class Device {
 
  private:
   void send(std::uint32_t id, std::initializer_list<std::uint8_t> bytes) {
-    sender_->send({id, bytes}, Clock::time_point::max());
+    static_cast<void>(sender_->send({id, bytes}, Clock::time_point::max()));
   }
   void received(const Frame& request) {
     if (!on_) return;
@@ -134,9 +134,9 @@ class Recovery : public testing::Test {
     device.forget_writes();
   }
   void lose_heartbeat() {
-    client.setHeartbeatTimeout(kNode, 40ms);
+    static_cast<void>(client.setHeartbeatTimeout(kNode, 40ms));
     log.wait_for(Kind::HEARTBEAT_LOST);
-    client.setHeartbeatTimeout(kNode, 0ms);
+    static_cast<void>(client.setHeartbeatTimeout(kNode, 0ms));
   }
 
   std::shared_ptr<nkr::can::InProcessBus> bus = std::make_shared<nkr::can::InProcessBus>();
@@ -381,7 +381,7 @@ TEST_F(Recovery, AMissingInterfaceIsNotAskedForInABusyLoop) {
   Client early(late, options());
   std::uint32_t value = 0;
   const auto end = Clock::now() + 300ms;
-  while (Clock::now() < end) early.getValue(kNode, 0x10060020, value);
+  while (Clock::now() < end) static_cast<void>(early.getValue(kNode, 0x10060020, value));
   EXPECT_LT(late->asked(), 100);
   early.close();
 }
@@ -389,7 +389,7 @@ TEST_F(Recovery, AMissingInterfaceIsNotAskedForInABusyLoop) {
 TEST_F(Recovery, ClosingEndsAClientWhoseInterfaceNeverCame) {
   const auto late = std::make_shared<LateBus>(bus);
   Client early(late, options());
-  early.setNodeConfiguration(kNode, configuration());
+  static_cast<void>(early.setNodeConfiguration(kNode, configuration()));
   early.close();
   std::uint32_t value = 0;
   EXPECT_EQ(early.getValue(kNode, 0x10060020, value), NKR_CAN_CLOSED);

@@ -290,7 +290,7 @@ TEST_F(PdoSync, WhenAnotherSyncComesBetweenAllValuesAreOfTheLastOne) {
   client.setTimeout(30s);
   Thread second([&] {
     nkr::time::sleep_for(50ms);
-    other_producer->send({0x080, {}}, Clock::time_point::max());
+    static_cast<void>(other_producer->send({0x080, {}}, Clock::time_point::max()));
   });
   EXPECT_EQ(sync(), NKR_OK);
   second.join();

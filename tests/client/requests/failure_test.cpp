@@ -92,7 +92,7 @@ TEST_F(Failure, ANodeWithAnotherIdIsNamed) {
 }
 
 TEST_F(Failure, ANodeWhoseHeartbeatStayedAway) {
-  client.setHeartbeatTimeout(kNode, 10ms);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 10ms));
   node.send(0x70A, "05");
   std::uint32_t age = 0;
   while (client.getTimeSinceHeard(kNode, age) != NKR_OK) nkr::time::sleep_for(1ms);
@@ -105,7 +105,7 @@ TEST_F(Failure, ANodeWhoseHeartbeatStayedAway) {
 
 TEST_F(Failure, ANodeWithoutHeartbeatWhoseOtherFramesComeDidNotFallSilent) {
   EventLog events(client);
-  client.setHeartbeatTimeout(kNode, 10ms);
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 10ms));
   node.send(0x70A, "05");
   events.wait_for(Event::Kind::HEARTBEAT_LOST);
   nkr::time::sleep_for(1ms);

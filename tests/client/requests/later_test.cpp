@@ -97,8 +97,9 @@ TEST_F(Later, AllNodesOfABusAreAskedAtOnce) {
   const auto all = bus->open_handler(
       {{0x600, 0x780}},
       [&](const Frame& request) {
-        sender->send({request.id - 0x80, {0x4F, 0x41, 0x60, 0, static_cast<std::uint8_t>(request.id)}},
-                     Clock::time_point::max());
+        static_cast<void>(
+            sender->send({request.id - 0x80, {0x4F, 0x41, 0x60, 0, static_cast<std::uint8_t>(request.id)}},
+                         Clock::time_point::max()));
       },
       result);
   std::vector<Future<Answer>> answers;
@@ -116,11 +117,12 @@ TEST_F(Later, AHandlerMayCallTheClientAndAskForMore) {
   Promise<std::uint16_t> told;
   ASSERT_EQ(client.readLater(kNode, kStatusWord,
                              [&](nkr_error_t, const Bytes&) {
-                               client.readLater(kNode, kStatusWord, [&](nkr_error_t, const Bytes&) {
-                                 std::uint16_t value = 0;
-                                 EXPECT_EQ(client.getValue(kNode, kStatusWord, value), NKR_OK);
-                                 told.set_value(value);
-                               });
+                               static_cast<void>(
+                                   client.readLater(kNode, kStatusWord, [&](nkr_error_t, const Bytes&) {
+                                     std::uint16_t value = 0;
+                                     EXPECT_EQ(client.getValue(kNode, kStatusWord, value), NKR_OK);
+                                     told.set_value(value);
+                                   }));
                              }),
             NKR_OK);
   auto value = told.get_future();

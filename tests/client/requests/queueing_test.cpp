@@ -104,7 +104,7 @@ TEST_F(Threads, WhenNoMoreLateAnswersCanBeRememberedTheNodeIsHeldUp) {
 }
 
 TEST_F(Threads, ANodeThatIsSilentDoesNotHoldUpOthers) {
-  client.setNodeTimeout(11, 30s);
+  static_cast<void>(client.setNodeTimeout(11, 30s));
   node.on("40 41 60 00 00 00 00 00", {"4B 41 60 00 37 02 00 00"});
   auto silent = in_background([this] {
     std::uint16_t value = 0;
@@ -211,7 +211,7 @@ class EchoServer {
                   request.data[2],
                   request.data[3],
                   node_};
-    sender_->send(reply, Clock::time_point::max());
+    static_cast<void>(sender_->send(reply, Clock::time_point::max()));
   }
 
   const std::uint8_t node_;

@@ -32,19 +32,20 @@ constexpr nkr::canopencore::ObjectAddress kStatusWord{0x6041, 0, 16};
 void use_all_of(Client& client) {
   client.setTimeout(20ms);
   client.subscribe([](const Event&) {});
-  client.readLater(kNode, kStatusWord, [](nkr_error_t, const std::vector<std::uint8_t>&) {});
-  client.readLater(11, kStatusWord, [](nkr_error_t, const std::vector<std::uint8_t>&) {});
-  client.setNodeConfiguration(kNode, {object_value({0x1006, 0}, 1000U)});
-  client.setNodeConfiguration(11, {object_value({0x1006, 0}, 1000U)});
-  client.startHeartbeat(1, 10ms);
-  client.startSync(10ms);
-  client.expectNode(12, 10ms);
-  client.setHeartbeatTimeout(kNode, 10ms);
-  client.startNodeGuarding(13, 10ms, 3);
+  static_cast<void>(
+      client.readLater(kNode, kStatusWord, [](nkr_error_t, const std::vector<std::uint8_t>&) {}));
+  static_cast<void>(client.readLater(11, kStatusWord, [](nkr_error_t, const std::vector<std::uint8_t>&) {}));
+  static_cast<void>(client.setNodeConfiguration(kNode, {object_value({0x1006, 0}, 1000U)}));
+  static_cast<void>(client.setNodeConfiguration(11, {object_value({0x1006, 0}, 1000U)}));
+  static_cast<void>(client.startHeartbeat(1, 10ms));
+  static_cast<void>(client.startSync(10ms));
+  static_cast<void>(client.expectNode(12, 10ms));
+  static_cast<void>(client.setHeartbeatTimeout(kNode, 10ms));
+  static_cast<void>(client.startNodeGuarding(13, 10ms, 3));
   std::uint16_t value = 0;
-  for (std::uint8_t node = 9; node < 12; ++node) client.getValue(node, kStatusWord, value);
+  for (std::uint8_t node = 9; node < 12; ++node) static_cast<void>(client.getValue(node, kStatusWord, value));
   nkr::canopenservice::TavOut out{};
-  client.sync({kNode, kStatusWord, 0x60640020, 0x60440010, 0, false}, out);
+  static_cast<void>(client.sync({kNode, kStatusWord, 0x60640020, 0x60440010, 0, false}, out));
 }
 
 class Scarcity : public testing::Test {
@@ -149,7 +150,7 @@ TEST_F(Scarcity, TheProgramsSignalsAreNotTakenByTheClientsThreads) {
   ::pthread_sigmask(SIG_SETMASK, nullptr, &mask_before);
   Client client(bus);
   client.subscribe([](const Event&) {});
-  client.startHeartbeat(1, 1s);
+  static_cast<void>(client.startHeartbeat(1, 1s));
   int own = 0;
   for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
     if (std::find(before.begin(), before.end(), task.path()) != before.end()) continue;
@@ -170,7 +171,7 @@ TEST_F(Scarcity, TheProgramsSignalsAreNotTakenByTheClientsThreads) {
 TEST_F(Scarcity, ACallerWithoutAThreadKeepsItsSignals) {
   Client client(bus);
   Thread::allow(0);
-  client.startHeartbeat(1, 1s);
+  static_cast<void>(client.startHeartbeat(1, 1s));
   sigset_t mask;
   ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
   EXPECT_EQ(sigismember(&mask, SIGINT), 0);

@@ -489,7 +489,7 @@ class BlockServer {
     frame.id = id_;
     frame.size = 8;
     frame.data = data;
-    sender_->send(frame, Clock::time_point::max());
+    static_cast<void>(sender_->send(frame, Clock::time_point::max()));
   }
   /** Of no regularity: a loss at the same place of every sub-block would let no transfer advance. */
   bool loses() { return random_() % lose_each_ == 0; }

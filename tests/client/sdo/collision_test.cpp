@@ -67,7 +67,7 @@ class TextServer {
     Frame frame{id_, {}};
     frame.size = 8;
     frame.data = data;
-    sender_->send(frame, Clock::time_point::max());
+    static_cast<void>(sender_->send(frame, Clock::time_point::max()));
   }
 
   const std::uint32_t id_;

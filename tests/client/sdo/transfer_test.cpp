@@ -385,7 +385,7 @@ TEST_F(Sdo, TheNodesTimeOutHoldsForItAlone) {
 }
 
 TEST_F(Sdo, TheObjectsTimeOutGoesBeforeTheNodes) {
-  client.setNodeTimeout(kNode, 30s);
+  static_cast<void>(client.setNodeTimeout(kNode, 30s));
   client.setObjectTimeout({0x6041, 0}, 40ms);
   const auto start = nkr::time::now();
   EXPECT_EQ(read(), NKR_SDO_TIMED_OUT);

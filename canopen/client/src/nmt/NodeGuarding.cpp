@@ -51,7 +51,7 @@ NodeGuarding::TimePoint NodeGuarding::ask_who_is_due() {
       if (is_due) node.due = next_turn(node.due, can::saturated(node.guard_time));
       next = std::min(next, node.due);
     }
-    if (is_due) port_.send(question(static_cast<std::uint32_t>(id)), Clock::time_point{});
+    if (is_due) static_cast<void>(port_.send(question(static_cast<std::uint32_t>(id)), Clock::time_point{}));
   }
   return next;
 }

@@ -60,7 +60,7 @@ nkr_error_t Link::aborted_with(const can::Frame& frame) {
 }
 
 void Link::abort(const can::Frame& frame) {
-  port_.send(frame, can::Deadline::passed());
+  static_cast<void>(port_.send(frame, can::Deadline::passed()));
 }
 
 nkr_error_t Link::listen_until(Clock::time_point end) {

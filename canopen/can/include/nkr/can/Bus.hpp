@@ -64,7 +64,7 @@ class NKR_EXPORT Port {
    * Sends one frame; waits until the deadline at most when the bus cannot take it at once.
    * @return NKR_OK, NKR_CAN_TX_OVERFLOW, NKR_CAN_BUS_OFF, NKR_CAN_INTERFACE_GONE or NKR_CAN_CLOSED
    */
-  virtual nkr_error_t send(const Frame& frame, const Deadline& deadline) = 0;
+  NKR_NODISCARD virtual nkr_error_t send(const Frame& frame, const Deadline& deadline) = 0;
 
   /**
    * Waits for one frame until the deadline (one that has passed: takes what is there).

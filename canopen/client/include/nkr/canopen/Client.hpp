@@ -64,7 +64,7 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * once. A time-out covers the wait for other requests to the node, and then each answer anew.
    * @{ */
   void setTimeout(Duration timeout);
-  nkr_error_t setNodeTimeout(std::uint8_t nodeId, Duration timeout);
+  [[nodiscard]] nkr_error_t setNodeTimeout(std::uint8_t nodeId, Duration timeout);
   void setObjectTimeout(canopencore::ObjectAddress address, Duration timeout);
   /** @} */
 
@@ -72,7 +72,7 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * An upload that brings more or fewer bytes than the node stated is aborted with NKR_SDO_LENGTH_HIGH or
    * NKR_SDO_LENGTH_LOW. For a node that is known to state wrong sizes: they are not looked at.
    */
-  nkr_error_t setStatedSizesIgnored(std::uint8_t nodeId, bool ignored);
+  [[nodiscard]] nkr_error_t setStatedSizesIgnored(std::uint8_t nodeId, bool ignored);
 
   /**
    * Ends all requests that are there, running and waiting, those that nobody waits for included: they answer
@@ -84,14 +84,14 @@ class NKR_EXPORT Client final : public canopencore::IService {
   void cancelRequests(std::uint8_t nodeId);
 
   /** The silence after which a node whose heartbeat was heard counts as lost; 0 or less: it never does. */
-  nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
+  [[nodiscard]] nkr_error_t setHeartbeatTimeout(std::uint8_t nodeId, Duration timeout);
 
   /** Whether heartbeats tell that two nodes have this id: they come too often, or their states take turns.
    * Half a second to a few seconds of them tell it, or the event TWO_NODES. */
   [[nodiscard]] bool hearsTwoNodes(std::uint8_t nodeId) const;
 
   /** When the node gives no sign of life within that time, the event NEVER_HEARD tells. */
-  nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
+  [[nodiscard]] nkr_error_t expectNode(std::uint8_t nodeId, Duration within);
 
   /**
    * Guards a node that has no heartbeat (CiA 301, 7.2.8.2.2): asks it for its state by a remote frame once
@@ -101,8 +101,9 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * toggle bit. CiA advises the heartbeat for all new devices.
    * @return NKR_ERROR for a guard time that is not positive or a factor of 0
    */
-  nkr_error_t startNodeGuarding(std::uint8_t nodeId, Duration guardTime, unsigned lifeTimeFactor);
-  nkr_error_t stopNodeGuarding(std::uint8_t nodeId);
+  [[nodiscard]] nkr_error_t startNodeGuarding(std::uint8_t nodeId, Duration guardTime,
+                                              unsigned lifeTimeFactor);
+  [[nodiscard]] nkr_error_t stopNodeGuarding(std::uint8_t nodeId);
 
   /**
    * What is to be in the node: written and read back now, when the node starts, and when the node or the bus
@@ -113,16 +114,16 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * @return NKR_ERROR for an object that commands motion (control word 6040h, mode 6060h, set-points such as
    * 6042h; of each axis)
    */
-  nkr_error_t setNodeConfiguration(std::uint8_t nodeId, NodeConfiguration configuration);
+  [[nodiscard]] nkr_error_t setNodeConfiguration(std::uint8_t nodeId, NodeConfiguration configuration);
 
   /** @name What the host sends by the clock
    * The host's heartbeat lets a drive notice that the host died (object 1016h). It also starts by the
    * options. All of it ends with close(). What the bus cannot take at once is tried again until the next
    * turn; neither waits for the other. NKR_ERROR for a period that is not positive.
    * @{ */
-  nkr_error_t startHeartbeat(std::uint8_t nodeId, Duration period);
+  [[nodiscard]] nkr_error_t startHeartbeat(std::uint8_t nodeId, Duration period);
   void stopHeartbeat();
-  nkr_error_t startSync(std::chrono::microseconds period);
+  [[nodiscard]] nkr_error_t startSync(std::chrono::microseconds period);
   void stopSync();
   /** @} */
 
@@ -134,7 +135,7 @@ class NKR_EXPORT Client final : public canopencore::IService {
   /** A number for unsubscribe; 0 when the client is closed, for an empty handler and without a thread. */
   int subscribe(EventHandler handler);
   /** The same, and it ends with `subscription`. NKR_OK; NKR_CAN_CLOSED; NKR_ERROR for an empty handler. */
-  nkr_error_t subscribe(EventHandler handler, Subscription& subscription);
+  [[nodiscard]] nkr_error_t subscribe(EventHandler handler, Subscription& subscription);
   /** When it returns the handler runs no more, unless it is called from inside a handler. */
   void unsubscribe(int subscription);
   /** @} */
@@ -149,17 +150,17 @@ class NKR_EXPORT Client final : public canopencore::IService {
   [[nodiscard]] std::vector<Emergency> getActiveEmergencies(std::uint8_t nodeId) const;
 
   /** The calling thread's last request to the node that failed; NKR_NOT_AVAILABLE when none did. */
-  nkr_error_t getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const;
-  nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) override;
+  [[nodiscard]] nkr_error_t getLastFailure(std::uint8_t nodeId, RequestFailure& failure) const;
+  NKR_NODISCARD nkr_error_t getLastFailureText(const std::uint8_t& nodeId, std::string& text) override;
   /** Writes the last frames that this client sent and received as a candump log. */
   void writeFrames(std::ostream& log) const;
   /** How objects are named in failures: the client itself knows no EDS. */
   void setObjectNameResolver(ObjectNameResolver resolver);
 
-  nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::vector<std::uint8_t>& value) override;
-  nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::vector<std::uint8_t>& value) override;
+  NKR_NODISCARD nkr_error_t getBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::vector<std::uint8_t>& value) override;
+  NKR_NODISCARD nkr_error_t setBytes(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::vector<std::uint8_t>& value) override;
 
   /** @name Requests that nobody waits for
    * They are made on threads of the client, a few in all: those to one node one after the other, in the order
@@ -178,12 +179,14 @@ class NKR_EXPORT Client final : public canopencore::IService {
   using ReadReportHandler =
       std::function<void(nkr_error_t result, std::vector<std::uint8_t> value, const RequestFailure* failure)>;
   using WriteReportHandler = std::function<void(nkr_error_t result, const RequestFailure* failure)>;
-  nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadHandler handler);
-  nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address, ReadReportHandler handler);
-  nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
-                         std::vector<std::uint8_t> value, WriteHandler handler);
-  nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
-                         std::vector<std::uint8_t> value, WriteReportHandler handler);
+  [[nodiscard]] nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                                      ReadHandler handler);
+  [[nodiscard]] nkr_error_t readLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                                      ReadReportHandler handler);
+  [[nodiscard]] nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                                       std::vector<std::uint8_t> value, WriteHandler handler);
+  [[nodiscard]] nkr_error_t writeLater(std::uint8_t nodeId, canopencore::ObjectAddress address,
+                                       std::vector<std::uint8_t> value, WriteReportHandler handler);
   /** @} */
 
   /**
@@ -199,62 +202,71 @@ class NKR_EXPORT Client final : public canopencore::IService {
    * @return NKR_SDO_INVALID_VALUE, with nothing sent, for an order outside 16 bits; NKR_SDO_TIMED_OUT when a
    * PDO does not come
    */
-  nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) override;
-  nkr_error_t broadcastNMTCommand(const canopencore::NMTCommand& command) override;
-  nkr_error_t sendSync() override;
+  NKR_NODISCARD nkr_error_t sync(const canopenservice::TavIn& request, canopenservice::TavOut& out) override;
+  NKR_NODISCARD nkr_error_t broadcastNMTCommand(const canopencore::NMTCommand& command) override;
+  NKR_NODISCARD nkr_error_t sendSync() override;
   /** NKR_NOT_AVAILABLE for a node never heard; the most that the number holds after 49 days. */
-  nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId, std::uint32_t& milliseconds) override;
+  NKR_NODISCARD nkr_error_t getTimeSinceHeard(const std::uint8_t& nodeId,
+                                              std::uint32_t& milliseconds) override;
 
-  nkr_error_t getNMTState(const std::uint8_t& nodeId, canopencore::NMTState& state) override;
+  NKR_NODISCARD nkr_error_t getNMTState(const std::uint8_t& nodeId, canopencore::NMTState& state) override;
   /** NKR_ERROR for a command that CiA 301 does not define; nothing is sent. */
-  nkr_error_t setNMTState(const std::uint8_t& nodeId, const canopencore::NMTCommand& command) override;
+  NKR_NODISCARD nkr_error_t setNMTState(const std::uint8_t& nodeId,
+                                        const canopencore::NMTCommand& command) override;
 
   /** @name Typed reads and writes
    * The low byte of an address is ignored; the C++ type gives the number of bytes written. A read into a type
    * wider than the object extends the value: signed types by sign, unsigned ones by zeros; a double takes a
    * REAL32. An object wider than the type answers NKR_SDO_LENGTH. After any failure the value is as before.
    * @{ */
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::string& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::string& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::int64_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::int64_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::int32_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::int32_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::int16_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::int16_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, std::int8_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::int8_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::uint64_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::uint64_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::uint32_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::uint32_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::uint16_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::uint16_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       std::uint8_t& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const std::uint8_t& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, float& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const float& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, double& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
-                       const double& value) override;
-  nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address, bool& value) override;
-  nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address, const bool& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::string& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::string& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::int64_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::int64_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::int32_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::int32_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::int16_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::int16_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::int8_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::int8_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::uint64_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::uint64_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::uint32_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::uint32_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::uint16_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::uint16_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     std::uint8_t& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const std::uint8_t& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     float& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const float& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     double& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const double& value) override;
+  NKR_NODISCARD nkr_error_t getValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     bool& value) override;
+  NKR_NODISCARD nkr_error_t setValue(const std::uint8_t& nodeId, const std::uint32_t& address,
+                                     const bool& value) override;
   /** @} */
 
  private:
