@@ -83,6 +83,7 @@ TEST(Json, OfEveryCommandIsAsDocumented) {
   const tavtest::TemporaryFile file("");
   const std::vector<std::vector<std::string>> commands = {
       {"doctor"},
+      {"setup", "can0", "--bit-rate", "500000"},
       {"scan", "--from", "10", "--to", "10", "--listen", "0"},
       {"info"},
       {"state"},

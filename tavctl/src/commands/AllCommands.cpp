@@ -4,6 +4,7 @@ namespace tavctl {
 
 void add_all(Command& program) {
   add_doctor(program);
+  add_setup(program);
   add_scan(program);
   add_info(program);
   add_state(program);

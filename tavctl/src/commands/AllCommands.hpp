@@ -27,6 +27,7 @@ void add_read_write(Command& program);
 void add_safety(Command& program);
 void add_scan(Command& program);
 void add_settings(Command& program);
+void add_setup(Command& program);
 void add_sniff(Command& program);
 void add_state(Command& program);
 void add_store_and_restore(Command& program);

@@ -14,15 +14,6 @@ namespace tavctl {
 
 namespace {
 
-/** An interface name that can stand in a command line as it is. */
-bool is_interface_name(const std::string& name) {
-  const auto harmless = [](unsigned char c) {
-    return std::isalnum(c) != 0 || c == '.' || c == '_' || c == '-';
-  };
-  return !name.empty() && name.size() < 16 && name.front() != '-' &&
-         std::all_of(name.begin(), name.end(), harmless);
-}
-
 std::string output_of(const std::string& command) {
   const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
   std::string text;
@@ -45,6 +36,14 @@ const Json* below(const Json* json, std::initializer_list<const char*> names) {
 }
 
 }  // namespace
+
+bool is_interface_name(const std::string& name) {
+  const auto harmless = [](unsigned char c) {
+    return std::isalnum(c) != 0 || c == '.' || c == '_' || c == '-';
+  };
+  return !name.empty() && name.size() < 16 && name.front() != '-' &&
+         std::all_of(name.begin(), name.end(), harmless);
+}
 
 BusInfo parse_link(const std::string& json) {
   std::istringstream stream(json);

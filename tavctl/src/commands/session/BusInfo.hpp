@@ -15,6 +15,9 @@ struct BusInfo {
   std::optional<unsigned> rx_errors;
 };
 
+/** Whether the text can be an interface's name, and stand in a command line as it is. */
+[[nodiscard]] bool is_interface_name(const std::string& name);
+
 /** Takes what `ip -details -json link show` writes for one interface. */
 [[nodiscard]] BusInfo parse_link(const std::string& json);
 
