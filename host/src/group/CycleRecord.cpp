@@ -1,6 +1,7 @@
 #include "CycleRecord.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <nkr/can/candump.hpp>
 #include <ostream>
@@ -16,6 +17,9 @@ namespace {
 
 static_assert(std::is_trivially_copyable_v<Feedback> && std::is_trivially_copyable_v<StopReason>,
               "they are copied as bytes");
+
+/** Node ids of a bus (CiA 301). */
+constexpr std::size_t kMostUnits = 127;
 
 /** SYNC, heartbeats of host and units, and the two of each unit's process data. */
 std::size_t frames_of(std::size_t units, std::size_t cycles) {
@@ -44,6 +48,9 @@ struct SnapshotRing::Fixed {
   GroupState state;
 };
 
+/** On the stack: who reads may be at the end of the program, where the thread's own variables are gone. */
+struct SnapshotRing::Entry : std::array<unsigned char, sizeof(Fixed) + kMostUnits * sizeof(Feedback)> {};
+
 std::size_t SnapshotRing::entry_bytes() const {
   return sizeof(Fixed) + units_ * sizeof(Feedback);
 }
@@ -59,9 +66,9 @@ void SnapshotRing::push(const GroupSnapshot& snapshot) {
   ring_.push(scratch_.data());
 }
 
-void SnapshotRing::unpack(const std::vector<unsigned char>& entry, GroupSnapshot& snapshot) const {
+void SnapshotRing::unpack(const unsigned char* entry, GroupSnapshot& snapshot) const {
   Fixed fixed{};
-  std::memcpy(&fixed, entry.data(), sizeof(fixed));
+  std::memcpy(&fixed, entry, sizeof(fixed));
   snapshot.cycle = fixed.cycle;
   snapshot.requests = fixed.requests;
   snapshot.at = fixed.at;
@@ -70,24 +77,22 @@ void SnapshotRing::unpack(const std::vector<unsigned char>& entry, GroupSnapshot
   snapshot.state = fixed.state;
   snapshot.units.resize(units_);
   for (std::size_t i = 0; i < units_; ++i) {
-    std::memcpy(static_cast<void*>(&snapshot.units[i]), entry.data() + sizeof(fixed) + i * sizeof(Feedback),
+    std::memcpy(static_cast<void*>(&snapshot.units[i]), entry + sizeof(fixed) + i * sizeof(Feedback),
                 sizeof(Feedback));
   }
 }
 
 bool SnapshotRing::read(std::uint64_t number, GroupSnapshot& snapshot) const {
-  thread_local std::vector<unsigned char> entry;
-  entry.resize(entry_bytes());
+  Entry entry;
   if (!ring_.read(number, entry.data())) return false;
-  unpack(entry, snapshot);
+  unpack(entry.data(), snapshot);
   return true;
 }
 
 bool SnapshotRing::read_newest(GroupSnapshot& snapshot) const {
-  thread_local std::vector<unsigned char> entry;
-  entry.resize(entry_bytes());
+  Entry entry;
   if (!ring_.read_newest(entry.data())) return false;
-  unpack(entry, snapshot);
+  unpack(entry.data(), snapshot);
   return true;
 }
 

@@ -26,8 +26,9 @@ class SnapshotRing {
 
  private:
   struct Fixed;
+  struct Entry;
   [[nodiscard]] std::size_t entry_bytes() const;
-  void unpack(const std::vector<unsigned char>& entry, GroupSnapshot& snapshot) const;
+  void unpack(const unsigned char* entry, GroupSnapshot& snapshot) const;
 
   std::size_t units_;
   std::vector<unsigned char> scratch_;  ///< of the one thread that pushes

@@ -31,6 +31,8 @@ Duration order_guard(const CycleSettings& settings) {
 
 CycleSettings completed(CycleSettings settings) {
   using std::chrono::milliseconds;
+  constexpr std::size_t kMostUnits = 127;  // node ids of a bus
+  if (settings.members.size() > kMostUnits) settings.members.resize(kMostUnits);
   if (settings.feedback_deadline.count() <= 0) settings.feedback_deadline = settings.period / 2;
   const auto least = std::chrono::ceil<milliseconds>(settings.period * kLeastTimeoutPeriods);
   settings.setpoint_timeout = std::max(settings.setpoint_timeout, least);

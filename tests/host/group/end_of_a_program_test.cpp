@@ -19,7 +19,8 @@ using tav::host::Group;
 
 constexpr int kVelocity = 300;
 
-/** A program of its own that moves two drives on a unix: bus; forked before this process has threads. */
+/** A program of its own that moves two drives on a bus between processes; forked before this process has
+ * threads. */
 class Program {
  public:
   explicit Program(const std::function<void(Group&)>& body) {
