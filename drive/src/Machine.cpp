@@ -176,6 +176,10 @@ Machine::Machine(std::vector<Object> objects, const Settings& settings, Outputs 
                 {&heartbeat_producer_, &emergencies_, &errors_, &velocity_mode_, &power_,
                  &heartbeat_consumer_, &safety_control_, &signatures_, &safe_motion_, &srdo_configuration_,
                  &srdo_consumer_, &srdo_producer_, &global_fail_safe_, &health_, &player_, &process_data_});
+  receivers_ = {&nmt_slave_};
+  for (const auto& server : sdo_servers_) receivers_.push_back(server.get());
+  receivers_.insert(receivers_.end(),
+                    {&heartbeat_consumer_, &srdo_consumer_, &global_fail_safe_, &process_data_});
   deliver_node_id();
   load_values(Reset::POWER_ON);
 }
@@ -494,7 +498,7 @@ void Machine::receive(const nkr::can::Frame& frame, Time now) {
 
 void Machine::take(const nkr::can::Frame& frame) {
   if (context_.nmt == NMTState::INITIALISING) return;
-  for (Part* const part : parts_) part->receive(frame);
+  for (Part* const part : receivers_) part->receive(frame);
 }
 
 void Machine::advance(Time now) {

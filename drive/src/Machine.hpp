@@ -117,7 +117,8 @@ class Machine {
   Health health_;
   ScenarioPlayer player_;
   ProcessDataObjects process_data_;
-  std::vector<Part*> parts_;  // all of them, in the order in which they act
+  std::vector<Part*> parts_;      // all of them, in the order in which they act
+  std::vector<Part*> receivers_;  // of frames, in that order
   Time next_due_ = Time::max();
   Time powered_{};  ///< for the first time
   bool supplied_ = true;

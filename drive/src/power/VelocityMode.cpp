@@ -239,6 +239,7 @@ void VelocityMode::apply_to_stage() {
 
 void VelocityMode::apply() {
   fresh_ = false;
+  take_factors();
   turn();
   limited_ = false;
   if (driven_) apply_to_stage();
@@ -296,12 +297,9 @@ double VelocityMode::within_limits(double velocity) {
   return std::copysign(allowed, velocity);
 }
 
-double VelocityMode::set_point_factor() const {
-  return ratio(set_point_numerator_.get(), set_point_denominator_.get());
-}
-
-double VelocityMode::dimension_factor() const {
-  return ratio(dimension_numerator_.get(), dimension_denominator_.get());
+void VelocityMode::take_factors() {
+  set_point_factor_ = ratio(set_point_numerator_.get(), set_point_denominator_.get());
+  dimension_factor_ = ratio(dimension_numerator_.get(), dimension_denominator_.get());
 }
 
 void VelocityMode::show_values() {

@@ -95,8 +95,9 @@ class VelocityMode : public Part {
   void take_gains();
   [[nodiscard]] double wanted_velocity();
   [[nodiscard]] double within_limits(double velocity);
-  [[nodiscard]] double set_point_factor() const;
-  [[nodiscard]] double dimension_factor() const;
+  void take_factors();
+  [[nodiscard]] double set_point_factor() const { return set_point_factor_; }
+  [[nodiscard]] double dimension_factor() const { return dimension_factor_; }
   [[nodiscard]] double per_second(const Ramp& ramp) const;
   [[nodiscard]] bool ramp_bit(std::uint16_t bit) const { return (controlword_.get() & bit) != 0; }
   void show_values();
@@ -112,7 +113,9 @@ class VelocityMode : public Part {
   Time power_on_{};
   Time look_due_ = Time::max();
   bool limited_ = false;
-  bool fresh_ = false;  ///< what the objects show is that of the instant `shown_at_`
+  double set_point_factor_ = 1;  ///< 0x604B
+  double dimension_factor_ = 1;  ///< 0x604C
+  bool fresh_ = false;           ///< what the objects show is that of the instant `shown_at_`
   Time shown_at_{};
 
   Variable<std::int8_t> mode_;

@@ -93,15 +93,17 @@ bool SRDOConsumer::feeds(const Object& object) const {
 }
 
 bool SRDOConsumer::in_use(const Channel& channel) const {
-  return channel.direction.get() == kReceives && valid_.get() == kDeclaredValid;
+  return valid_.get() == kDeclaredValid && channel.direction.get() == kReceives;
 }
 
 void SRDOConsumer::reset(Reset /*kind*/) {
   for (Channel& channel : channels_) end(channel);
+  active_ = false;
   check_for_missing_data();
 }
 
 void SRDOConsumer::nmt_changed(NMTState /*before*/) {
+  active_ = false;
   for (Channel& channel : channels_) {
     end(channel);
     if (context_.nmt == NMTState::OPERATIONAL && in_use(channel)) begin(channel);
@@ -111,6 +113,7 @@ void SRDOConsumer::nmt_changed(NMTState /*before*/) {
 
 void SRDOConsumer::begin(Channel& channel) {
   channel.state = State::AWAITS_PLAIN;
+  active_ = true;
   const milliseconds refresh_time(channel.refresh_time.get());
   if (refresh_time.count() > 0) channel.refresh_due = context_.now + refresh_time;
 }
@@ -129,6 +132,7 @@ void SRDOConsumer::end(Channel& channel) {
 
 void SRDOConsumer::receive(const Frame& frame) {
   for (Channel& channel : channels_) {
+    if (!active_) break;
     if (channel.state == State::AWAITS_PLAIN || channel.state == State::AWAITS_INVERTED) take(channel, frame);
   }
   check_for_missing_data();  // the frame may have changed the configuration too
@@ -195,14 +199,16 @@ void SRDOConsumer::fail(Channel& channel, std::uint16_t code) {
 }
 
 void SRDOConsumer::check_for_missing_data() {
-  const bool missing = std::any_of(channels_.begin(), channels_.end(), [this](const Channel& channel) {
-    return in_use(channel) && !channel.received;
-  });
+  const bool missing = valid_.get() == kDeclaredValid &&
+                       std::any_of(channels_.begin(), channels_.end(), [this](const Channel& channel) {
+                         return in_use(channel) && !channel.received;
+                       });
   if (std::exchange(missing_, missing) != missing) safe_state_(missing);
 }
 
 Time SRDOConsumer::next_due() const {
   Time due = Time::max();
+  if (!active_) return due;
   for (const Channel& channel : channels_) due = std::min({due, channel.refresh_due, channel.validation_due});
   return due;
 }

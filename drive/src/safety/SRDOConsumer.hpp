@@ -70,6 +70,7 @@ class SRDOConsumer : public Part {
   Variable<std::uint8_t> valid_;
   std::vector<Channel> channels_;
   bool missing_ = false;
+  bool active_ = false;    // one of them is received, or was until it failed
   bool applying_ = false;  // it is the SRDO that writes
 };
 

@@ -59,6 +59,7 @@ void SRDOProducer::start_over() {
     channel.inverse_due = Time::max();
     channel.plain_due = in_use(channel) ? context_.now + context_.node_id * kHalfMillisecond : Time::max();
   }
+  plan();
 }
 
 /** What the plain entries hold now; both frames are made of it, so that no event comes between them. */
@@ -90,10 +91,9 @@ void SRDOProducer::send_plain(Channel& channel) {
   context_.transmit(plain);
 }
 
-Time SRDOProducer::next_due() const {
-  Time due = Time::max();
-  for (const Channel& channel : channels_) due = std::min({due, channel.plain_due, channel.inverse_due});
-  return due;
+void SRDOProducer::plan() {
+  due_ = Time::max();
+  for (const Channel& channel : channels_) due_ = std::min({due_, channel.plain_due, channel.inverse_due});
 }
 
 void SRDOProducer::run() {
@@ -104,6 +104,7 @@ void SRDOProducer::run() {
     }
     if (channel.plain_due <= context_.now) send_plain(channel);
   }
+  plan();
 }
 
 }  // namespace tav::drive

@@ -22,7 +22,7 @@ class SRDOProducer : public Part {
 
   void reset(Reset kind) override;
   void nmt_changed(NMTState before) override;
-  [[nodiscard]] Time next_due() const override;
+  [[nodiscard]] Time next_due() const override { return due_; }
   void run() override;
 
  private:
@@ -41,12 +41,14 @@ class SRDOProducer : public Part {
   void add(std::uint8_t number);
   void start_over();
   [[nodiscard]] bool in_use(const Channel& channel) const;
+  void plan();
   void send_plain(Channel& channel);
   [[nodiscard]] nkr::can::Frame plain_of(const Channel& channel);
 
   Context& context_;
   Variable<std::uint8_t> valid_;
   std::vector<Channel> channels_;
+  Time due_ = Time::max();
 };
 
 }  // namespace tav::drive
