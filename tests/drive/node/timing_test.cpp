@@ -1,10 +1,9 @@
 // What a drive takes its time for.
-#include <tav/drive/Timing.hpp>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
+#include <tav/drive/Timing.hpp>
 #include <utility>
 #include <vector>
 
