@@ -137,13 +137,14 @@ TEST(Condition, AThreadOfTheSystemsTimeMayNotifyAsADeadlineComes) {
   std::thread outside([&] {
     while (!is_over) condition.notify_all();
   });
-  {
+  [&] {
     const VirtualTime virtual_time;
     for (int i = 0; i < 20'000; ++i) {
       std::unique_lock<std::mutex> lock(mutex);
-      static_cast<void>(condition.wait_until(lock, nkr::time::now() + std::chrono::microseconds(i % 2)));
+      const auto due = nkr::time::now() + std::chrono::microseconds(i % 2);
+      if (!condition.wait_until(lock, due)) ASSERT_GE(nkr::time::now(), due) << "neither called nor due";
     }
-  }
+  }();
   is_over = true;
   outside.join();
 }
