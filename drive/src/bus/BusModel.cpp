@@ -161,7 +161,8 @@ void BusModel::Impl::start() {
   }
   if (winner == nullptr) return;
   const bool collides = std::any_of(senders.begin(), senders.end(), [&](std::size_t sender) {
-    return head(nodes[sender])->frame != *winner;
+    const Waiting* const waiting = head(nodes[sender]);
+    return waiting != nullptr && waiting->frame != *winner;
   });
   Transmission next{senders, *winner, Outcome::SENT, now, now};
   const unsigned length = frame_bits(*winner).bits;
