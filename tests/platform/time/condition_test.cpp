@@ -142,7 +142,9 @@ TEST(Condition, AThreadOfTheSystemsTimeMayNotifyAsADeadlineComes) {
     for (int i = 0; i < 20'000; ++i) {
       std::unique_lock<std::mutex> lock(mutex);
       const auto due = nkr::time::now() + std::chrono::microseconds(i % 2);
-      if (!condition.wait_until(lock, due)) ASSERT_GE(nkr::time::now(), due) << "neither called nor due";
+      if (!condition.wait_until(lock, due)) {
+        ASSERT_GE(nkr::time::now(), due) << "neither called nor due";
+      }
     }
   }();
   is_over = true;
