@@ -19,6 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 OTHERS = (
     re.compile(r"^tavctl: "),  # what the tool says
     re.compile(r" group | drive | cycle-test | live| record | replay "),  # need other drives or interfaces
+    re.compile(r"--scenario"),  # the drive beside plays none
     re.compile(r"trace decode candump-|\| tavctl| trace decode [A-Z]"),  # a log of the reader's own
 )
 LINK = re.compile(

@@ -15,7 +15,7 @@
 namespace tav::host {
 
 /** One drive that a configuration file describes. */
-struct UnitConfiguration {
+struct NKR_EXPORT UnitConfiguration {
   /** Of its section "[unit NAME]"; empty for the drive of section "[default]". */
   std::string name;
   /** Complete. Lengths are in millimetres, velocities in the drive's unit; the path of the description is
@@ -24,7 +24,7 @@ struct UnitConfiguration {
   /** Key "sense": whether the drive's positive velocity turns its wheel backward. */
   bool is_inverted = false;
 
-  [[nodiscard]] NKR_EXPORT std::shared_ptr<nkr::tavcore::Config> config() const;
+  [[nodiscard]] std::shared_ptr<nkr::tavcore::Config> config() const;
 };
 
 /** Section "[vehicle]": two wheels, each a unit of the file. */

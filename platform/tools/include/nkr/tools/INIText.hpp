@@ -13,7 +13,7 @@
 namespace nkr::tools {
 
 /** An INI text line by line, read by the rules of INIParserClass, for who tells people what stands where. */
-struct INIText {
+struct NKR_EXPORT INIText {
   struct Section {
     std::string name;
     std::size_t line = 0;  ///< counted from 1
@@ -37,7 +37,7 @@ struct INIText {
    * Reads the whole stream.
    * @return false when it is no text (a NUL byte), larger than 16 MiB, or cannot be read; `text` stays
    */
-  [[nodiscard]] NKR_EXPORT static bool read(std::istream& stream, INIText& text);
+  [[nodiscard]] static bool read(std::istream& stream, INIText& text);
 };
 
 /** The whole text as an int, decimal or 0x hexadecimal, as INIParserClass::getInteger takes it. */
