@@ -8,10 +8,8 @@
 namespace tav::drive {
 namespace {
 
-// Places in the list of supervised quantities, in the order of "nkr_system_error_states_status".
-constexpr std::size_t kVoltageLow = 0;
-constexpr std::size_t kVoltageHigh = 1;
-constexpr std::size_t kCurrent = 2;
+// Places in the list of supervised quantities, in the order of "nkr_system_error_states_status": low and high
+// voltage and the current come before.
 constexpr std::size_t kMosfet = 3;
 constexpr std::size_t kDriver = 4;
 
