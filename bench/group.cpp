@@ -156,8 +156,8 @@ void set_alone(benchmark::State& state) {
 }
 BENCHMARK(set_alone);
 
-/** From set() on one thread to the order on the bus, with a cycle of 10 ms on another. It is set just behind the
- * orders of a cycle: a whole period, if the cycle lost nothing. */
+/** From set() on one thread to the order on the bus, with a cycle of 10 ms on another. It is set just behind
+ * the orders of a cycle: a whole period, if the cycle lost nothing. */
 void set_to_order(benchmark::State& state) {
   Stepped group(2);
   std::atomic<int> seen{0};
